@@ -1,0 +1,16 @@
+# One interface target carries what every target of ours is compiled with. It is linked privately and
+# never exported, so a project that uses Tarnwell sees none of it.
+add_library(tarnwell_options INTERFACE)
+target_compile_features(tarnwell_options INTERFACE cxx_std_20)
+target_compile_options(
+  tarnwell_options
+  INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+            -Woverloaded-virtual -Wcast-qual -Wimplicit-fallthrough
+            $<$<BOOL:${TARNWELL_WERROR}>:-Werror>)
+
+if(TARNWELL_SANITIZE)
+  target_compile_options(tarnwell_options INTERFACE -fsanitize=${TARNWELL_SANITIZE}
+                                                    -fno-omit-frame-pointer
+                                                    -fno-sanitize-recover=all)
+  target_link_options(tarnwell_options INTERFACE -fsanitize=${TARNWELL_SANITIZE})
+endif()

@@ -1,0 +1,24 @@
+#pragma once
+
+/// @file
+/// Everything of Tarnwell, and its version symbols.
+
+#include "tarnwell/Core/XML/NKXMLDocument.h"
+#include "tarnwell/Core/XML/NKXMLElement.h"
+#include "tarnwell/Core/XML/NKXMLNode.h"
+#include "tarnwell/time/TWInstant.h"
+#include "tarnwell/time/TWTimeZone.h"
+#include "tarnwell/util/TWDictionary.h"
+#include "tarnwell/util/TWError.h"
+#include "tarnwell/util/TWObject.h"
+#include "tarnwell/util/TWResult.h"
+#include "tarnwell/util/TWValue.h"
+
+namespace tarnwell {
+
+/// The version of the library that was linked, as one number that grows: 1.02 for 1.2.x.
+extern const double TarnwellVersionNumber;
+/// The version of the library that was linked, "major.minor.patch".
+extern const char* const TarnwellVersionString;
+
+}  // namespace tarnwell
