@@ -15,23 +15,28 @@ namespace tarnwell {
 
 /// A time zone, known by its IANA name ("Europe/Berlin").
 ///
-/// EWS knows zones by Windows names ("W. Europe Standard Time"); `mszone` and `fromMSTimeZone` convert.
-/// A small immutable value; copying costs one reference count. Safe to use from any thread.
+/// EWS knows zones by Windows names ("W. Europe Standard Time"); `mszone` and `fromMSTimeZone`
+/// convert. A small immutable value; copying costs one reference count. Safe to use from any
+/// thread.
 class TWTimeZone {
  public:
   /// "Etc/UTC".
-  TWTimeZone();
+  TWTimeZone() noexcept = default;
 
-  /// The zone with that IANA name; absent when the name is unknown. The name is kept as given: an
-  /// alias ("Asia/Calcutta") stays that alias.
+  /// The zone with that IANA name, matched exactly; absent when the name is unknown. The name is
+  /// kept as given: an alias ("Asia/Calcutta") stays that alias.
   [[nodiscard]] static std::optional<TWTimeZone> fromTimeZone(std::string_view name);
-  /// The zone for a Windows name. A text that is no Windows name is tried as an IANA name.
+  /// The zone for a Windows name, matched exactly. A text that is no Windows name is tried as an
+  /// IANA name. Where several zones share a Windows name (`TWDateTime::MSToNSTimezoneMap`), the one
+  /// that stands for it everywhere rather than in one country is taken.
   [[nodiscard]] static std::optional<TWTimeZone> fromMSTimeZone(std::string_view windowsName);
 
-  /// The device's default zone, read once: TZ (a leading ":" stripped, a path resolved to the name of
-  /// its zone), else the system's setting, else "Etc/UTC".
+  /// The device's default zone, read at the first call: the environment variable TZ (a leading ":"
+  /// stripped, a path resolved to the name of its zone, a rule such as "CET-1CEST" to a zone with
+  /// the same offsets), else the system's setting, else "Etc/UTC". Always a zone with an IANA name.
   [[nodiscard]] static TWTimeZone defaultZone();
-  /// Replaces the default zone, for tests and for applications with a setting of their own.
+  /// Replaces the default zone of the process, for tests and for applications with a setting of
+  /// their own. What other threads are printing meanwhile uses the one zone or the other.
   static void setDefaultZone(const TWTimeZone& zone);
 
   /// The IANA name, as given.
@@ -39,14 +44,16 @@ class TWTimeZone {
   /// The Windows name. A zone that the table lacks is sent under its IANA name.
   [[nodiscard]] std::string mszone() const;
 
-  /// Offset from UTC at that instant, daylight saving included.
+  /// Offset from UTC at that instant, east of Greenwich positive, daylight saving included. Before
+  /// the days of standard time it may have odd seconds (local mean time).
   [[nodiscard]] std::chrono::seconds offsetAt(TWInstant instant) const;
   /// The part of the offset that is daylight saving; zero when none is in force.
   [[nodiscard]] std::chrono::seconds daylightSavingOffsetAt(TWInstant instant) const;
 
-  /// The instant as local text, pattern "yyyy-mm-dd HH:mm:ssZZZZ": the minutes stand in the month's
-  /// place, deliberately. With `isDst` and daylight saving in force, the daylight-saving offset is
-  /// added to the instant first.
+  /// The instant as local text, pattern "yyyy-mm-dd HH:mm:ssZZZZ", for example
+  /// "2020-30-15 10:30:05GMT+02:00": the minutes stand in the month's place, deliberately. With
+  /// `isDst` and daylight saving in force, the daylight-saving offset is added to the instant
+  /// first, so that the clock is that much late.
   [[nodiscard]] std::string localize(TWInstant instant, bool isDst = false) const;
 
   /// Equal when the names are.
@@ -57,7 +64,9 @@ class TWTimeZone {
  private:
   struct Rep;
   explicit TWTimeZone(std::shared_ptr<const Rep> rep) noexcept;
-  std::shared_ptr<const Rep> rep_;
+  [[nodiscard]] const Rep& rep() const noexcept;
+
+  std::shared_ptr<const Rep> rep_;  // null: "Etc/UTC"
 };
 
 }  // namespace tarnwell

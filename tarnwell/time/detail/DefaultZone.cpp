@@ -1,0 +1,130 @@
+#include "tarnwell/time/detail/DefaultZone.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "tarnwell/time/TWTimeZone.h"
+#include "tarnwell/time/detail/WindowsZones.h"
+
+namespace tarnwell::detail {
+namespace {
+
+namespace fs = std::filesystem;
+using std::chrono::sys_seconds;
+using OffsetAt = std::function<std::chrono::seconds(sys_seconds)>;
+
+constexpr std::string_view kUTC = "Etc/UTC";
+
+bool isKnown(std::string_view name) { return TWTimeZone::fromTimeZone(name).has_value(); }
+
+// "Europe/Berlin" of ".../zoneinfo/Europe/Berlin". The database also keeps copies below "posix" and
+// "right", and macOS calls its directory "zoneinfo.default".
+std::optional<std::string> nameInDatabase(const fs::path& path) {
+  const auto isDatabase = [](const fs::path& part) {
+    return part.native().starts_with("zoneinfo");
+  };
+  auto part = std::find_if(path.begin(), path.end(), isDatabase);
+  if (part == path.end()) return std::nullopt;
+  ++part;
+  if (part != path.end() && (*part == "posix" || *part == "right")) ++part;
+  fs::path name;
+  for (; part != path.end(); ++part) name /= *part;
+  return isKnown(name.native()) ? std::optional(name.native()) : std::nullopt;
+}
+
+// Links are followed one by one, so that an alias in the database stays that alias.
+std::optional<std::string> nameOfPath(fs::path path) {
+  std::error_code error;
+  for (int hop = 0; hop < 16; ++hop) {
+    if (auto name = nameInDatabase(path)) return name;
+    const fs::path target = fs::read_symlink(path, error);
+    if (error) break;
+    path = (path.parent_path() / target).lexically_normal();
+  }
+  const fs::path canonical = fs::canonical(path, error);  // when a directory is the link
+  return error ? std::nullopt : nameInDatabase(canonical);
+}
+
+std::optional<std::string> nameInFile(const fs::path& path) {
+  std::ifstream file(path);
+  std::string name;
+  if (!(file >> name) || !isKnown(name)) return std::nullopt;
+  return name;
+}
+
+// A zone of the table that has those offsets, hour by hour, for a year; zones of fixed offset
+// first.
+std::optional<std::string> nameByOffsets(const OffsetAt& offsetAt, sys_seconds now) {
+  if (!offsetAt) return std::nullopt;
+  constexpr int kHours = 366 * 24;
+  std::vector<std::chrono::seconds> offsets;
+  offsets.reserve(kHours);
+  for (int hour = 0; hour < kHours; ++hour)
+    offsets.push_back(offsetAt(now + std::chrono::hours(hour)));
+
+  const auto agrees = [&](std::string_view name) {
+    const auto zone = TWTimeZone::fromTimeZone(name);
+    if (!zone) return false;
+    for (int hour = 0; hour < kHours; ++hour)
+      if (zone->offsetAt(now + std::chrono::hours(hour)) != offsets[static_cast<std::size_t>(hour)])
+        return false;
+    return true;
+  };
+
+  if (agrees(kUTC)) return std::string(kUTC);
+  for (const auto& [zone, windowsName] : windowsNamesByZone())
+    if (zone.starts_with("Etc/") && agrees(zone)) return zone;
+  for (const auto& [windowsName, zone] : zonesByWindowsName())
+    if (agrees(zone)) return zone;
+  return std::nullopt;
+}
+
+// TZ may hold rules in place of a name ("CET-1CEST", "<+0330>-3:30"), which always tell an offset.
+bool looksLikeRule(std::string_view tz) {
+  return !tz.starts_with('/') && tz.find_first_of("0123456789") != std::string_view::npos;
+}
+
+std::optional<std::string> nameOfTZ(const ZoneSources& sources) {
+  std::string_view tz = *sources.tz;
+  if (tz.starts_with(':')) tz.remove_prefix(1);
+  if (tz.empty()) return std::string(kUTC);
+  if (isKnown(tz)) return std::string(tz);
+  if (looksLikeRule(tz)) return nameByOffsets(sources.offsetAt, sources.now);
+  // A relative path is one into the database.
+  return nameOfPath(tz.starts_with('/') ? fs::path(tz) : "/usr/share/zoneinfo" / fs::path(tz));
+}
+
+}  // namespace
+
+ZoneSources deviceZoneSources() {
+  ZoneSources sources;
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): read once; whoever changes the environment must do it
+  // before
+  if (const char* tz = std::getenv("TZ")) sources.tz = tz;
+  sources.localtime = "/etc/localtime";
+  sources.timezone = "/etc/timezone";
+  sources.now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  sources.offsetAt = [](sys_seconds instant) {
+    const auto time = static_cast<std::time_t>(instant.time_since_epoch().count());
+    std::tm local{};
+    return std::chrono::seconds(localtime_r(&time, &local) ? local.tm_gmtoff : 0);
+  };
+  return sources;
+}
+
+std::string resolveZoneName(const ZoneSources& sources) {
+  std::optional<std::string> name;
+  if (sources.tz) name = nameOfTZ(sources);
+  if (!name) name = nameOfPath(sources.localtime);
+  if (!name) name = nameInFile(sources.timezone);
+  // The system's zone file may be a copy, which has rules but no name.
+  if (!name && !sources.tz) name = nameByOffsets(sources.offsetAt, sources.now);
+  return name.value_or(std::string(kUTC));
+}
+
+}  // namespace tarnwell::detail
