@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <initializer_list>
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -31,17 +32,23 @@ class TWDictionary {
   [[nodiscard]] std::size_t size() const noexcept { return entries_.size(); }
   [[nodiscard]] const_iterator begin() const noexcept { return entries_.begin(); }
   [[nodiscard]] const_iterator end() const noexcept { return entries_.end(); }
-  [[nodiscard]] bool contains(std::string_view name) const noexcept { return find(name) != nullptr; }
+  [[nodiscard]] bool contains(std::string_view name) const noexcept {
+    return find(name) != nullptr;
+  }
   [[nodiscard]] std::vector<std::string> allKeys() const;
 
   /// The value of that name, or the absent value.
   [[nodiscard]] const TWValue& get(std::string_view name) const noexcept;
-  [[nodiscard]] const TWValue& operator[](std::string_view name) const noexcept { return get(name); }
-  /// Stores the value in its place, or at the end when the name is new. Does nothing when the value is
-  /// absent: an existing entry stays as it is.
+  [[nodiscard]] const TWValue& operator[](std::string_view name) const noexcept {
+    return get(name);
+  }
+  /// Stores the value in its place, or at the end when the name is new. Does nothing when the value
+  /// is absent: an existing entry stays as it is.
   void set(std::string_view name, TWValue value);
-  /// `set` under the name that request builders know it by.
-  void setSafeObject(TWValue value, std::string_view forKey) { set(forKey, std::move(value)); }
+  /// `set` for a name that may be missing too: stores only when both are present.
+  void setSafeObject(TWValue value, std::optional<std::string_view> forKey) {
+    if (forKey) set(*forKey, std::move(value));
+  }
   void remove(std::string_view name);
   void clear() noexcept { entries_.clear(); }
 

@@ -1,0 +1,60 @@
+#include "tarnwell/util/TWError.h"
+
+#include <ostream>
+#include <utility>
+
+#include "tarnwell/util/TWDictionary.h"
+#include "tarnwell/util/TWFormat.h"
+
+namespace tarnwell {
+
+struct TWError::Rep {
+  std::string domain;
+  std::int64_t code;
+  TWDictionary userInfo;
+};
+
+TWError::TWError(std::string_view domain, std::int64_t code)
+    : TWError(domain, code, TWDictionary()) {}
+
+TWError::TWError(std::string_view domain, std::int64_t code, TWDictionary userInfo)
+    : rep_(std::make_shared<const Rep>(Rep{std::string(domain), code, std::move(userInfo)})) {}
+
+TWError::TWError(std::string_view domain, std::int64_t code, std::string_view message)
+    : TWError(domain, code, TWDictionary{{"d", message}}) {}
+
+std::string_view TWError::domain() const noexcept {
+  return rep_ ? std::string_view(rep_->domain) : std::string_view();
+}
+
+std::int64_t TWError::code() const noexcept { return rep_ ? rep_->code : 0; }
+
+std::string TWError::message() const {
+  return userInfo().get("d").asText().value_or(std::string());
+}
+
+const TWDictionary& TWError::userInfo() const noexcept {
+  static const TWDictionary* const kNone = new TWDictionary();
+  return rep_ ? rep_->userInfo : *kNone;
+}
+
+std::string TWError::description() const {
+  if (!rep_) return TWValue().description();
+  return formatMessage("%@ %lu: %@", {rep_->domain, rep_->code, userInfo().get("d")});
+}
+
+bool operator==(const TWError& a, const TWError& b) {
+  if (a.rep_ == b.rep_) return true;
+  return a.rep_ && b.rep_ && a.rep_->domain == b.rep_->domain && a.rep_->code == b.rep_->code &&
+         a.rep_->userInfo == b.rep_->userInfo;
+}
+
+std::ostream& operator<<(std::ostream& stream, const TWError& error) {
+  return stream << error.description();
+}
+
+void setError(TWError* out, TWError error) {
+  if (out != nullptr) *out = std::move(error);
+}
+
+}  // namespace tarnwell

@@ -1,0 +1,17 @@
+#include "tarnwell/util/TWObject.h"
+
+#include "tarnwell/util/TWDictionary.h"
+#include "tarnwell/util/TWFormat.h"
+
+namespace tarnwell {
+
+TWDictionary TWObject::declaredProperties() const { return {}; }
+
+std::string TWObject::propertiesDescription() const {
+  std::string out = formatMessage("------Properties for [%@]-------\n", {className()});
+  for (const auto& [name, value] : declaredProperties())
+    out += formatMessage("\t[%@]->[%@]\n", {name, value});
+  return out + "----------------------------------";
+}
+
+}  // namespace tarnwell

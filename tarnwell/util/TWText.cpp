@@ -1,0 +1,81 @@
+#include "tarnwell/util/TWText.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <system_error>
+
+namespace tarnwell {
+namespace {
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+}  // namespace
+
+std::string stringByTrimming(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r\n\f\v";
+  const auto begin = text.find_first_not_of(kBlanks);
+  if (begin == std::string_view::npos) return {};
+  return std::string(text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1));
+}
+
+std::string lowercased(std::string_view text) {
+  std::string out(text);
+  for (char& c : out)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  return out;
+}
+
+std::string decimalText(double number) {
+  if (std::isnan(number)) return "NaN";
+  if (std::isinf(number)) return number < 0 ? "-INF" : "INF";
+  if (number == 0) return "0";
+  const double size = std::abs(number);
+  const auto format =
+      size < 1e21 && size >= 1e-7 ? std::chars_format::fixed : std::chars_format::scientific;
+  std::array<char, 64> buffer{};
+  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number, format);
+  return {buffer.data(), end.ptr};
+}
+
+std::optional<double> parseDecimal(std::string_view text) {
+  std::string_view digits = text;
+  if (digits.starts_with('+') || digits.starts_with('-')) digits.remove_prefix(1);
+  // Keeps out what from_chars would take besides: "inf", "nan" and a second sign.
+  if (digits.empty() || (!isDigit(digits[0]) && digits[0] != '.')) return std::nullopt;
+  double number = 0;
+  const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  if (read.ptr != digits.data() + digits.size()) return std::nullopt;
+  if (read.ec == std::errc::result_out_of_range) {
+    // from_chars does not tell too large from too small; the sign of the exponent does.
+    const auto exponent = digits.find_first_of("eE");
+    const bool tiny = exponent != std::string_view::npos
+                          ? digits.substr(exponent + 1).starts_with('-')
+                          : digits.starts_with("0") || digits[0] == '.';
+    number = tiny ? 0 : std::numeric_limits<double>::infinity();
+  } else if (read.ec != std::errc()) {
+    return std::nullopt;
+  }
+  return text[0] == '-' ? -number : number;
+}
+
+std::int64_t leadingInteger(std::string_view text) {
+  std::size_t at = text.find_first_not_of(" \t\r\n");
+  if (at == std::string_view::npos) return 0;
+  const bool negative = text[at] == '-';
+  if (negative || text[at] == '+') ++at;
+  std::int64_t number = 0;
+  using Limits = std::numeric_limits<std::int64_t>;
+  for (; at < text.size() && isDigit(text[at]); ++at) {
+    // Counts downwards, since the negative range is the larger one.
+    if (__builtin_mul_overflow(number, 10, &number) ||
+        __builtin_sub_overflow(number, text[at] - '0', &number)) {
+      return negative ? Limits::min() : Limits::max();
+    }
+  }
+  if (negative) return number;
+  return number == Limits::min() ? Limits::max() : -number;
+}
+
+}  // namespace tarnwell

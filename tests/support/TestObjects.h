@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "tarnwell/util/TWDictionary.h"
+#include "tarnwell/util/TWObject.h"
+
+namespace tarnwell::test {
+
+/// A model object as the upper layers make them, with everything a test wants to choose.
+class FakeXMLObject : public TWXMLObject {
+ public:
+  explicit FakeXMLObject(Role role = Role::element, std::string name = "t:Fake")
+      : role_(role), name_(std::move(name)) {}
+
+  static std::shared_ptr<FakeXMLObject> make(Role role = Role::element,
+                                             std::string name = "t:Fake") {
+    return std::make_shared<FakeXMLObject>(role, std::move(name));
+  }
+
+  [[nodiscard]] std::string_view className() const override { return "FakeXMLObject"; }
+  [[nodiscard]] std::string description() const override { return "[FakeXMLObject] " + name_; }
+  [[nodiscard]] Role role() const override { return role_; }
+  [[nodiscard]] NKXMLElement toXML(const TWBuild* version, TWError* error) const override {
+    lastVersion = version;
+    if (failure) {
+      setError(error, failure);
+      return {};
+    }
+    return NKXMLElement::withName(name_);
+  }
+  [[nodiscard]] std::optional<std::string> constantText() const override { return constant; }
+  [[nodiscard]] TWDictionary declaredProperties() const override { return properties; }
+
+  TWError failure;
+  std::optional<std::string> constant;
+  TWDictionary properties;
+  mutable const TWBuild* lastVersion = nullptr;
+
+ private:
+  Role role_;
+  std::string name_;
+};
+
+}  // namespace tarnwell::test

@@ -1,0 +1,76 @@
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "tarnwell/services/TWErrors.h"
+#include "tarnwell/util/TWDictionary.h"
+#include "tarnwell/util/TWError.h"
+
+namespace tarnwell {
+namespace {
+
+TEST(TWError, DefaultMadeErrorIsNoError) {
+  const TWError error;
+  EXPECT_FALSE(error);
+  EXPECT_EQ(error.domain(), "");
+  EXPECT_EQ(error.code(), 0);
+  EXPECT_EQ(error.message(), "");
+  EXPECT_TRUE(error.userInfo().empty());
+  EXPECT_EQ(error.description(), "(null)");
+}
+
+TEST(TWError, CarriesItsMessageUnderTheKeyDAndNowhereElse) {
+  const TWError error(TWErrorCode::ErrorTransport, "Missing redirect url");
+  EXPECT_TRUE(error);
+  EXPECT_EQ(error.domain(), "org.tarnwell.ews");
+  EXPECT_EQ(error.code(), 2);
+  EXPECT_EQ(error.message(), "Missing redirect url");
+  EXPECT_EQ(error.userInfo().allKeys(), std::vector<std::string>{"d"});
+}
+
+TEST(TWError, PrintsDomainCodeAndMessage) {
+  std::ostringstream out;
+  out << TWError(TWErrorCode::ErrorTransport, "Missing redirect url");
+  EXPECT_EQ(out.str(), "org.tarnwell.ews 2: Missing redirect url");
+}
+
+TEST(TWError, PrintsAnAbsentMessageAsNull) {
+  const TWError error(TWErrorDomain, 1, TWDictionary{{"url", "http://b/"}});
+  EXPECT_EQ(error.description(), "org.tarnwell.ews 1: (null)");
+  EXPECT_EQ(error.message(), "");
+}
+
+TEST(TWError, CodesAreComparedWithTheirDomain) {
+  const TWError ours(TWErrorCode::ErrorRedirect, "x");
+  const TWError http(TWHTTPErrorDomain, 1, "x");
+  EXPECT_TRUE(ours.is(TWErrorCode::ErrorRedirect));
+  EXPECT_FALSE(http.is(TWErrorCode::ErrorRedirect));
+  EXPECT_TRUE(http.is(TWHTTPErrorDomain, 1));
+  EXPECT_FALSE(TWError().is(TWErrorCode::ErrorNone));
+}
+
+TEST(TWError, HoldsAnErrorThatCausedIt) {
+  const TWError cause(TWHTTPErrorDomain, 28, "Timeout was reached");
+  const TWError error(TWErrorDomain, 5, TWDictionary{{"e", cause}});
+  EXPECT_EQ(error.userInfo()["e"].asError(), cause);
+}
+
+TEST(TWError, EqualErrorsHaveEqualDomainCodeAndUserInfo) {
+  const TWError error(TWErrorDomain, 5, "x");
+  EXPECT_EQ(error, TWError(TWErrorDomain, 5, "x"));
+  EXPECT_NE(error, TWError(TWErrorDomain, 6, "x"));
+  EXPECT_NE(error, TWError(TWErrorDomain, 5, "y"));
+  EXPECT_NE(error, TWError(TWHTTPErrorDomain, 5, "x"));
+  EXPECT_NE(error, TWError());
+  EXPECT_EQ(TWError(), TWError());
+}
+
+TEST(TWError, SettingAnErrorNeedsNoOutParameter) {
+  setError(nullptr, TWError(TWErrorDomain, 5, "x"));
+  TWError error;
+  setError(&error, TWError(TWErrorDomain, 5, "x"));
+  EXPECT_EQ(error.code(), 5);
+}
+
+}  // namespace
+}  // namespace tarnwell
