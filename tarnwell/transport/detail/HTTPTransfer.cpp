@@ -1,0 +1,568 @@
+#include "tarnwell/transport/detail/HTTPTransfer.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <mutex>
+#include <string_view>
+#include <utility>
+
+#include <curl/curl.h>
+#include <openssl/crypto.h>
+
+#include "tarnwell/transport/detail/HTTPText.h"
+#include "tarnwell/transport/detail/PipeSignalGuard.h"
+#include "tarnwell/transport/detail/ServerTrust.h"
+
+namespace tarnwell::detail {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+static_assert(TWHTTPErrorUnsupportedURL == CURLE_UNSUPPORTED_PROTOCOL);
+static_assert(TWHTTPErrorMalformedURL == CURLE_URL_MALFORMAT);
+static_assert(TWHTTPErrorUnknownHost == CURLE_COULDNT_RESOLVE_HOST);
+static_assert(TWHTTPErrorCannotConnect == CURLE_COULDNT_CONNECT);
+static_assert(TWHTTPErrorCutShort == CURLE_PARTIAL_FILE);
+static_assert(TWHTTPErrorTimedOut == CURLE_OPERATION_TIMEDOUT);
+static_assert(TWHTTPErrorCancelled == CURLE_ABORTED_BY_CALLBACK);
+static_assert(TWHTTPErrorBadRequest == CURLE_BAD_FUNCTION_ARGUMENT);
+static_assert(TWHTTPErrorTooManyRedirects == CURLE_TOO_MANY_REDIRECTS);
+static_assert(TWHTTPErrorEmptyReply == CURLE_GOT_NOTHING);
+static_assert(TWHTTPErrorConnectionLost == CURLE_RECV_ERROR);
+static_assert(TWHTTPErrorInsecureCertificate == CURLE_PEER_FAILED_VERIFICATION);
+
+/// As many as platform sessions follow, so that a cycle ends long before the time limit.
+constexpr long kMostRedirects = 20;
+/// How long to sleep when nothing limits it; waking up for nothing once a minute costs nothing.
+constexpr milliseconds kLongestPoll{60000};
+/// A body is not believed to be longer than this before it has arrived.
+constexpr curl_off_t kMostReserved = 16 * 1024 * 1024;
+
+template <auto Free>
+struct FreeWith {
+  template <class T>
+  void operator()(T* handle) const noexcept {
+    Free(handle);
+  }
+};
+/// Header lines may hold a token, so they are wiped.
+struct WipeAndFree {
+  void operator()(curl_slist* list) const noexcept {
+    for (curl_slist* line = list; line != nullptr; line = line->next) {
+      OPENSSL_cleanse(line->data, std::strlen(line->data));
+    }
+    curl_slist_free_all(list);
+  }
+};
+using Easy = std::unique_ptr<CURL, FreeWith<curl_easy_cleanup>>;
+using Multi = std::unique_ptr<CURLM, FreeWith<curl_multi_cleanup>>;
+using Lines = std::unique_ptr<curl_slist, WipeAndFree>;
+using URL = std::unique_ptr<CURLU, FreeWith<curl_url_cleanup>>;
+using URLPart = std::unique_ptr<char, FreeWith<curl_free>>;
+
+/// Once for the process; never undone, since others may use the library, too.
+bool initialiseOnce() {
+  static const bool done = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+  return done;
+}
+
+bool append(Lines& list, const std::string& line) {
+  curl_slist* const longer = curl_slist_append(list.get(), line.c_str());
+  if (longer == nullptr) return false;
+  (void)list.release();  // part of the longer one now
+  list.reset(longer);
+  return true;
+}
+
+TWError httpError(CURLcode code, std::string_view message) {
+  return {TWHTTPErrorDomain, static_cast<std::int64_t>(code), message};
+}
+
+TWError httpError(CURLcode code, const std::array<char, CURL_ERROR_SIZE>& detail) {
+  return httpError(code, detail[0] != '\0' ? detail.data() : curl_easy_strerror(code));
+}
+
+/// Sets options and remembers the first failure.
+class OptionSetter {
+ public:
+  explicit OptionSetter(CURL* easy) : easy_(easy) {}
+
+  template <class T>
+  void operator()(CURLoption option, T value) {
+    if (result_ == CURLE_OK) result_ = curl_easy_setopt(easy_, option, value);
+  }
+  void operator()(CURLoption option, const std::string& text) { (*this)(option, text.c_str()); }
+  [[nodiscard]] CURLcode result() const noexcept { return result_; }
+
+ private:
+  CURL* easy_;
+  CURLcode result_ = CURLE_OK;
+};
+
+/// What keeps a request from being sent at all.
+TWError refusal(const HTTPRequest& request) {
+  // Nothing of the offending text goes into the message: it may be a token.
+  if (!isToken(request.method)) return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "Bad HTTP method");
+  for (const auto& [name, value] : request.headers) {
+    if (!isToken(name)) return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "Bad name of a header field");
+    if (!staysOnItsLine(value)) {
+      return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "A header field holds a line break or NUL");
+    }
+  }
+  if (request.login) {
+    if (!staysOnItsLine(request.login->username)) {
+      return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "The user name holds a line break or NUL");
+    }
+    if (request.login->password.find('\0') != std::string::npos) {
+      return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "The password holds a NUL");
+    }
+  }
+  if (!staysOnItsLine(request.url)) return httpError(CURLE_URL_MALFORMAT, "Bad URL");
+  const URL url(curl_url());
+  if (!url) return httpError(CURLE_OUT_OF_MEMORY, curl_easy_strerror(CURLE_OUT_OF_MEMORY));
+  // Without this check "not a url" would be taken for the name of a host.
+  switch (curl_url_set(url.get(), CURLUPART_URL, request.url.c_str(), 0)) {
+    case CURLUE_OK:
+      break;
+    case CURLUE_UNSUPPORTED_SCHEME:
+      return httpError(CURLE_UNSUPPORTED_PROTOCOL, "Neither http nor https");
+    default:
+      return httpError(CURLE_URL_MALFORMAT, "Bad URL");
+  }
+  char* part = nullptr;
+  if (curl_url_get(url.get(), CURLUPART_SCHEME, &part, 0) != CURLUE_OK) {
+    return httpError(CURLE_URL_MALFORMAT, "Bad URL");
+  }
+  const URLPart scheme(part);
+  if (!equalIgnoringCase(part, "http") && !equalIgnoringCase(part, "https")) {
+    return httpError(CURLE_UNSUPPORTED_PROTOCOL, "Neither http nor https");
+  }
+  return {};
+}
+
+/// The name that a certificate must be made out to; empty when there is none.
+std::string hostOf(const char* address) {
+  const URL url(curl_url());
+  if (!url || curl_url_set(url.get(), CURLUPART_URL, address, 0) != CURLUE_OK) return {};
+#ifdef CURLU_PUNYCODE
+  constexpr unsigned kForm = CURLU_PUNYCODE;
+#else
+  constexpr unsigned kForm = 0;
+#endif
+  char* part = nullptr;
+  if (curl_url_get(url.get(), CURLUPART_HOST, &part, kForm) != CURLUE_OK) return {};
+  const URLPart owned(part);
+  std::string host(part);
+  if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+  if (host.ends_with('.')) host.pop_back();
+  return host;
+}
+
+const char* effectiveURL(CURL* easy) {
+  const char* url = nullptr;
+  return curl_easy_getinfo(easy, CURLINFO_EFFECTIVE_URL, &url) == CURLE_OK && url ? url : "";
+}
+
+bool usesTLS(std::string_view url) { return equalIgnoringCase(url.substr(0, 6), "https:"); }
+
+/// The milliseconds until then, rounded up so that waking up early does not spin.
+milliseconds until(steady_clock::time_point then, steady_clock::time_point now) {
+  return std::chrono::ceil<milliseconds>(then - now);
+}
+
+}  // namespace
+
+/// The handles, and what the callbacks of the transfer library work on.
+struct HTTPTransfer::Engine {
+  explicit Engine(HTTPTransferOptions given) : options(std::move(given)) {
+    trust.caFile = options.caFile;
+    trust.accepts = [this](bool trusted) {
+      return request != nullptr && request->acceptsCertificate
+                 ? request->acceptsCertificate(trusted)
+                 : trusted;
+    };
+  }
+
+  CURLcode open();
+  void drop() noexcept;
+  CURLcode prepare(const HTTPRequest& wanted);
+  void chooseMethod(OptionSetter& set, const HTTPRequest& wanted) const;
+  CURLcode setHeaders(OptionSetter& set, const HTTPRequest& wanted);
+  CURLcode run(const HTTPRequest& wanted);
+  [[nodiscard]] bool isCancelled();
+
+  void takeHeaderLine(std::string_view line);
+  bool takeBody(std::span<const std::uint8_t> piece);
+  void noteScheme(std::string_view head);
+
+  static std::size_t onHeader(char* data, std::size_t size, std::size_t count, void* self) noexcept;
+  static std::size_t onBody(char* data, std::size_t size, std::size_t count, void* self) noexcept;
+  static int onDebug(CURL*, curl_infotype type, char* data, std::size_t size, void* self) noexcept;
+  static CURLcode onTLSContext(CURL* easy, void* context, void* self) noexcept;
+
+  HTTPTransferOptions options;
+  ServerTrust trust;  // before the handles: kept connections point to it
+  Lines connectTo;
+  Easy easy;
+  Multi multi;
+  std::array<char, CURL_ERROR_SIZE> message{};
+  AuthScheme scheme =
+      AuthScheme::none;  // a connection that is logged in by NTLM sends none any more
+
+  std::mutex
+      mutex;  // guards the two below, and `multi` against being replaced while `cancel` uses it
+  bool running = false;
+  bool cancelled = false;
+
+  // Of the request in flight.
+  const HTTPRequest* request = nullptr;
+  HTTPResult* result = nullptr;
+  Lines headers;
+  bool headComplete = false;
+  bool receiverDone = false;
+  steady_clock::time_point lastByte;
+};
+
+CURLcode HTTPTransfer::Engine::open() {
+  if (easy && multi) return CURLE_OK;
+  if (!initialiseOnce()) return CURLE_FAILED_INIT;
+  Easy newEasy(curl_easy_init());
+  Multi newMulti(curl_multi_init());
+  if (!newEasy || !newMulti) return CURLE_OUT_OF_MEMORY;
+  connectTo.reset();
+  for (const std::string& entry : options.connectTo) {
+    if (!append(connectTo, entry)) return CURLE_OUT_OF_MEMORY;
+  }
+  if (usesTLS(options.proxy))
+    return CURLE_UNSUPPORTED_PROTOCOL;  // its certificate has no judge here
+
+  OptionSetter set(newEasy.get());
+  set(CURLOPT_NOSIGNAL, 1L);
+  set(CURLOPT_QUICK_EXIT, 1L);  // cancelling does not wait for a name look-up to give up
+  set(CURLOPT_ERRORBUFFER, message.data());
+  set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+  set(CURLOPT_PROTOCOLS_STR, "http,https");
+  set(CURLOPT_MAXREDIRS, kMostRedirects);
+  set(CURLOPT_POSTREDIR, 0L);  // 301, 302 and 303 turn POST into GET
+  set(CURLOPT_UNRESTRICTED_AUTH, 0L);
+  set(CURLOPT_DISALLOW_USERNAME_IN_URL, 1L);  // a password in a URL would end up in logs and errors
+  set(CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
+  set(CURLOPT_PROXY, options.proxy);  // the empty text also hides the environment's proxy
+  set(CURLOPT_NOPROXY, "");
+  set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+  set(CURLOPT_COOKIEFILE,
+      "");  // cookies in memory: load balancers tie a mailbox to a server by them
+  set(CURLOPT_CONNECT_TO, connectTo.get());
+  // The verify callback judges everything, the name included, and with all of it known at once.
+  set(CURLOPT_SSL_VERIFYPEER, 1L);
+  set(CURLOPT_SSL_VERIFYHOST, 0L);
+  set(CURLOPT_SSL_SESSIONID_CACHE, 0L);  // a resumed session would skip the callback
+  set(CURLOPT_SSL_CTX_FUNCTION, &Engine::onTLSContext);
+  set(CURLOPT_SSL_CTX_DATA, this);
+  set(CURLOPT_HEADERFUNCTION, &Engine::onHeader);
+  set(CURLOPT_HEADERDATA, this);
+  set(CURLOPT_WRITEFUNCTION, &Engine::onBody);
+  set(CURLOPT_WRITEDATA, this);
+  set(CURLOPT_DEBUGFUNCTION, &Engine::onDebug);
+  set(CURLOPT_DEBUGDATA, this);
+  if (set.result() != CURLE_OK) return set.result();
+
+  const std::lock_guard lock(mutex);
+  easy = std::move(newEasy);
+  multi = std::move(newMulti);
+  return CURLE_OK;
+}
+
+void HTTPTransfer::Engine::drop() noexcept {
+  const PipeSignalGuard guard;
+  const std::lock_guard lock(mutex);
+  // The multi handle's farewell to its connections uses the easy handle's settings.
+  multi.reset();
+  easy.reset();
+  scheme = AuthScheme::none;
+}
+
+CURLcode HTTPTransfer::Engine::prepare(const HTTPRequest& wanted) {
+  OptionSetter set(easy.get());
+  set(CURLOPT_URL, wanted.url);
+  chooseMethod(set, wanted);
+  set(CURLOPT_FOLLOWLOCATION, wanted.followsRedirects ? 1L : 0L);
+  set(CURLOPT_REDIR_PROTOCOLS_STR, usesTLS(wanted.url) ? "https" : "http,https");
+  if (wanted.login) {
+    // Without Negotiate: when it is allowed but no ticket is at hand, nothing else is tried.
+    set(CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST | CURLAUTH_NTLM));
+    set(CURLOPT_USERNAME, wanted.login->username);
+    set(CURLOPT_PASSWORD, wanted.login->password);
+  } else {
+    set(CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_NONE));
+    set(CURLOPT_USERNAME, nullptr);
+    set(CURLOPT_PASSWORD, nullptr);
+  }
+  set(CURLOPT_VERBOSE, wanted.login ? 1L : 0L);  // for `onDebug`, which sees the headers sent
+  const CURLcode headerResult = setHeaders(set, wanted);
+  return headerResult != CURLE_OK ? headerResult : set.result();
+}
+
+void HTTPTransfer::Engine::chooseMethod(OptionSetter& set, const HTTPRequest& wanted) const {
+  set(CURLOPT_CUSTOMREQUEST, nullptr);
+  set(CURLOPT_NOBODY, 0L);
+  set(CURLOPT_HTTPGET, 1L);
+  const bool isPost = wanted.method == "POST";
+  if (wanted.method == "HEAD") {
+    set(CURLOPT_NOBODY, 1L);
+  } else if (wanted.method != "GET" && !isPost) {
+    set(CURLOPT_CUSTOMREQUEST, wanted.method);
+  }
+  if (!wanted.body && !isPost) return;
+  const std::span<const std::uint8_t> bytes = wanted.body.value_or(std::span<const std::uint8_t>());
+  if (isPost) set(CURLOPT_POST, 1L);
+  // A body with a method that usually has none goes out all the same, under its method.
+  if (wanted.method == "GET") set(CURLOPT_CUSTOMREQUEST, wanted.method);
+  set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(bytes.size()));
+  set(CURLOPT_POSTFIELDS, bytes.empty() ? "" : reinterpret_cast<const char*>(bytes.data()));
+}
+
+CURLcode HTTPTransfer::Engine::setHeaders(OptionSetter& set, const HTTPRequest& wanted) {
+  headers.reset();
+  std::string encodings;
+  // A name without a value takes back what the transfer library would add by itself.
+  std::vector<std::string_view> unwanted{"Accept", "Expect", "User-Agent", "Content-Type"};
+  for (const auto& field : wanted.headers) {
+    const std::string& name = field.first;
+    if (equalIgnoringCase(name, "Content-Length") || equalIgnoringCase(name, "Transfer-Encoding")) {
+      continue;
+    }
+    std::erase_if(unwanted, [&](std::string_view other) { return equalIgnoringCase(other, name); });
+    const std::string_view content = trimmed(field.second);
+    if (equalIgnoringCase(name, "Accept-Encoding") && !content.empty()) {
+      // Its own option, for only then are bodies decoded.
+      if (!encodings.empty()) encodings += ", ";
+      encodings += content;
+      continue;
+    }
+    std::string line = name;
+    line += content.empty() ? ";" : ": ";
+    line += content;
+    const bool appended = append(headers, line);
+    OPENSSL_cleanse(line.data(), line.size());
+    if (!appended) return CURLE_OUT_OF_MEMORY;
+  }
+  for (const std::string_view name : unwanted) {
+    if (!append(headers, std::string(name) + ":")) return CURLE_OUT_OF_MEMORY;
+  }
+  set(CURLOPT_ACCEPT_ENCODING, encodings.empty() ? nullptr : encodings.c_str());
+  set(CURLOPT_HTTPHEADER, headers.get());
+  return set.result();
+}
+
+bool HTTPTransfer::Engine::isCancelled() {
+  const std::lock_guard lock(mutex);
+  return cancelled;
+}
+
+CURLcode HTTPTransfer::Engine::run(const HTTPRequest& wanted) {
+  lastByte = steady_clock::now();
+  for (;;) {
+    const auto now = steady_clock::now();
+    if (isCancelled()) return CURLE_ABORTED_BY_CALLBACK;
+    milliseconds wait = kLongestPoll;
+    if (wanted.deadline) wait = std::min(wait, until(*wanted.deadline, now));
+    if (wanted.idleLimit) wait = std::min(wait, until(lastByte + *wanted.idleLimit, now));
+    if (wait <= milliseconds::zero()) return CURLE_OPERATION_TIMEDOUT;
+
+    int stillRunning = 0;
+    if (curl_multi_perform(multi.get(), &stillRunning) != CURLM_OK) return CURLE_FAILED_INIT;
+    int left = 0;
+    while (const CURLMsg* note = curl_multi_info_read(multi.get(), &left)) {
+      if (note->msg != CURLMSG_DONE) continue;
+      return receiverDone ? CURLE_OK : note->data.result;
+    }
+    // Data may have taken a while: what is left of the wait only shrinks the sleep, never the
+    // limits.
+    if (curl_multi_poll(multi.get(), nullptr, 0, static_cast<int>(wait.count()), nullptr) !=
+        CURLM_OK) {
+      return CURLE_FAILED_INIT;
+    }
+  }
+}
+
+void HTTPTransfer::Engine::takeHeaderLine(std::string_view line) {
+  lastByte = steady_clock::now();
+  if (line.starts_with("HTTP/")) {
+    // Of several answers (challenges, redirects, 100) the last one counts.
+    result->response.emplace();
+    result->body.clear();
+    headComplete = false;
+    long status = 0;
+    if (curl_easy_getinfo(easy.get(), CURLINFO_RESPONSE_CODE, &status) == CURLE_OK) {
+      result->response->statusCode = static_cast<int>(status);
+    }
+    // Once over TLS, always over TLS, whatever the first URL was. A failure ends the next redirect.
+    if (usesTLS(effectiveURL(easy.get()))) {
+      (void)curl_easy_setopt(easy.get(), CURLOPT_REDIR_PROTOCOLS_STR, "https");
+    }
+    return;
+  }
+  if (!result->response || headComplete) return;  // trailing fields of a chunked body
+  const bool continues = line.starts_with(' ') || line.starts_with('\t');
+  const std::string_view text = trimmed(line);
+  TWHeaders& fields = result->response->headers;
+  if (text.empty()) {
+    headComplete = true;
+  } else if (continues && !fields.empty()) {
+    fields.back().second.append(" ").append(text);
+  } else if (const std::size_t colon = text.find(':'); colon != std::string_view::npos) {
+    fields.emplace_back(trimmed(text.substr(0, colon)), trimmed(text.substr(colon + 1)));
+  }
+}
+
+bool HTTPTransfer::Engine::takeBody(std::span<const std::uint8_t> piece) {
+  lastByte = steady_clock::now();
+  if (request->receive) {
+    receiverDone = !request->receive(piece);
+    return !receiverDone;
+  }
+  Bytes& body = result->body;
+  if (body.empty()) {
+    curl_off_t length = 0;
+    if (curl_easy_getinfo(easy.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length) == CURLE_OK &&
+        length > 0) {
+      body.reserve(static_cast<std::size_t>(std::min(length, kMostReserved)));
+    }
+  }
+  body.insert(body.end(), piece.begin(), piece.end());
+  return true;
+}
+
+void HTTPTransfer::Engine::noteScheme(std::string_view head) {
+  constexpr std::string_view kName = "Authorization:";
+  while (!head.empty()) {
+    const std::string_view line = head.substr(0, head.find("\r\n"));
+    head.remove_prefix(std::min(line.size() + 2, head.size()));
+    if (!equalIgnoringCase(line.substr(0, kName.size()), kName)) continue;
+    std::string_view value = trimmed(line.substr(kName.size()));
+    value = value.substr(0, value.find(' '));
+    if (equalIgnoringCase(value, "Basic")) {
+      scheme = AuthScheme::basic;
+    } else if (equalIgnoringCase(value, "NTLM")) {
+      scheme = AuthScheme::ntlm;
+    } else if (equalIgnoringCase(value, "Digest")) {
+      scheme = AuthScheme::digest;
+    } else {
+      return;
+    }
+    if (result->schemes.empty() || result->schemes.back() != scheme)
+      result->schemes.push_back(scheme);
+    return;
+  }
+}
+
+std::size_t HTTPTransfer::Engine::onHeader(char* data, std::size_t size, std::size_t count,
+                                           void* self) noexcept {
+  static_cast<Engine*>(self)->takeHeaderLine({data, size * count});
+  return size * count;
+}
+
+std::size_t HTTPTransfer::Engine::onBody(char* data, std::size_t size, std::size_t count,
+                                         void* self) noexcept {
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(data);
+  // Any other number than the one given ends the transfer.
+  return static_cast<Engine*>(self)->takeBody({bytes, size * count}) ? size * count
+                                                                     : CURL_WRITEFUNC_ERROR;
+}
+
+int HTTPTransfer::Engine::onDebug(CURL*, curl_infotype type, char* data, std::size_t size,
+                                  void* self) noexcept {
+  // The headers hold the credentials: they are looked at here and shown to nobody.
+  if (type == CURLINFO_HEADER_OUT) static_cast<Engine*>(self)->noteScheme({data, size});
+  return 0;
+}
+
+CURLcode HTTPTransfer::Engine::onTLSContext(CURL* easy, void* context, void* self) noexcept {
+  // After a redirect this is another host than the request's.
+  const std::string host = hostOf(effectiveURL(easy));
+  if (host.empty()) return CURLE_PEER_FAILED_VERIFICATION;
+  return installServerTrust(context, host, static_cast<Engine*>(self)->trust)
+             ? CURLE_OK
+             : CURLE_SSL_CACERT_BADFILE;
+}
+
+HTTPTransfer::HTTPTransfer(HTTPTransferOptions options)
+    : engine_(std::make_unique<Engine>(std::move(options))) {}
+
+HTTPTransfer::~HTTPTransfer() { engine_->drop(); }
+
+void HTTPTransfer::dropConnections() noexcept { engine_->drop(); }
+
+void HTTPTransfer::cancel() noexcept {
+  const std::lock_guard lock(engine_->mutex);
+  if (!engine_->running) return;
+  engine_->cancelled = true;
+  // Nothing but a full address space makes this fail; the flag is seen at the next event then.
+  (void)curl_multi_wakeup(engine_->multi.get());
+}
+
+HTTPResult HTTPTransfer::perform(const HTTPRequest& request) {
+  HTTPResult result;
+  result.url = request.url;
+  result.error = refusal(request);
+  if (result.error) return result;
+
+  const PipeSignalGuard guard;
+  Engine& engine = *engine_;
+  engine.message[0] = '\0';
+  engine.request = &request;
+  engine.result = &result;
+  engine.headComplete = false;
+  engine.receiverDone = false;
+
+  CURLcode code = engine.open();
+  if (code == CURLE_OK) code = engine.prepare(request);
+  if (code == CURLE_OK) {
+    {
+      const std::lock_guard lock(engine.mutex);
+      engine.running = true;
+      engine.cancelled = false;
+    }
+    if (curl_multi_add_handle(engine.multi.get(), engine.easy.get()) == CURLM_OK) {
+      code = engine.run(request);
+      // Removing ends what is still going on. It fails only for a handle that is not there.
+      (void)curl_multi_remove_handle(engine.multi.get(), engine.easy.get());
+    } else {
+      code = CURLE_FAILED_INIT;
+    }
+    {
+      const std::lock_guard lock(engine.mutex);
+      engine.running = false;
+    }
+    if (const std::string_view url = effectiveURL(engine.easy.get()); !url.empty())
+      result.url = url;
+    const char* target = nullptr;
+    if (!request.followsRedirects &&
+        curl_easy_getinfo(engine.easy.get(), CURLINFO_REDIRECT_URL, &target) == CURLE_OK &&
+        target) {
+      result.redirectTarget = target;
+    }
+  }
+  engine.request = nullptr;
+  engine.result = nullptr;
+  engine.headers.reset();
+
+  if (code == CURLE_ABORTED_BY_CALLBACK) {
+    result.error = httpError(code, "The request was cancelled");
+  } else if (code == CURLE_OPERATION_TIMEDOUT) {
+    result.error = httpError(code, "The request timed out");
+  } else if (code != CURLE_OK) {
+    result.error = httpError(code, engine.message);
+  }
+  // A server keeps refusing on a connection that once refused an NTLM login, and the connection
+  // would be chosen again.
+  if (engine.scheme == AuthScheme::ntlm && result.response && result.response->statusCode == 401) {
+    engine.drop();
+  }
+  return result;
+}
+
+}  // namespace tarnwell::detail

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "tarnwell/transport/TWHTTPResponse.h"
+#include "tarnwell/transport/TWHeaders.h"
+#include "tarnwell/util/TWError.h"
+
+namespace tarnwell::detail {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// What all transfers of one `HTTPTransfer` have in common.
+struct HTTPTransferOptions {
+  /// PEM file with authorities that are trusted beside the system's own. Empty: none.
+  std::string caFile;
+  /// "http://host:port" or "socks5h://host:port". Empty: none, whatever the environment says.
+  std::string proxy;
+  /// "host:port:to-host:to-port" each: where to connect instead.
+  std::vector<std::string> connectTo;
+};
+
+/// The authentication schemes that a password can answer; the numbers are those of the account's
+/// configuration.
+enum class AuthScheme : std::uint8_t { none = 0, basic = 1, ntlm = 2, digest = 3 };
+
+struct HTTPLogin {
+  std::string username;
+  std::string password;
+};
+
+/// One request. The hooks run on the thread that performs it.
+struct HTTPRequest {
+  std::string url;
+  std::string method = "GET";
+  /// Sent as they are, and besides them nothing but what HTTP itself needs. An "Accept-Encoding"
+  /// among them also has the body decoded. "Content-Length" and "Transfer-Encoding" are left out:
+  /// the body tells.
+  TWHeaders headers;
+  /// Must outlive the call. Absent and empty differ for methods other than POST.
+  std::optional<std::span<const std::uint8_t>> body;
+  /// False: a 3xx answer is the result, with its target in `HTTPResult::redirectTarget`.
+  bool followsRedirects = true;
+  /// Absent: challenges are not answered.
+  std::optional<HTTPLogin> login;
+  std::optional<std::chrono::steady_clock::time_point> deadline;
+  /// The longest time without a byte from the server.
+  std::optional<std::chrono::milliseconds> idleLimit;
+  /// Told of every evaluation of a server's certificate; answers whether to go on. Without it only
+  /// trusted ones are accepted.
+  std::function<bool(bool trusted)> acceptsCertificate;
+  /// Takes the body piece by piece, which `HTTPResult::body` then lacks; false ends the transfer,
+  /// which counts as success. Called for the final answer only, not for challenges and followed
+  /// redirects.
+  std::function<bool(std::span<const std::uint8_t>)> receive;
+};
+
+struct HTTPResult {
+  /// The URL that answered, or the one asked for when none did.
+  std::string url;
+  /// Where a redirect that was not followed points to, as an absolute URL.
+  std::string redirectTarget;
+  /// The last answer; absent when there was none. May be there beside an error.
+  std::optional<TWHTTPResponse> response;
+  Bytes body;
+  /// In `TWHTTPErrorDomain`. Any status is a success here.
+  TWError error;
+  /// The schemes of the credentials that were sent, in order.
+  std::vector<AuthScheme> schemes;
+};
+
+/// An HTTP client of one request at a time that keeps its connections between requests.
+///
+///     HTTPTransfer transfer;
+///     HTTPRequest request;
+///     request.url = "https://example.com/table.xml";
+///     const HTTPResult result = transfer.perform(request);
+///
+/// `perform` and `dropConnections` are for one thread at a time; `cancel` may come from any. A
+/// transfer shares nothing with any other: what one of them accepted leniently is never reused by a
+/// strict one. Neither SIGPIPE nor any other signal reaches the program through this.
+class HTTPTransfer {
+ public:
+  explicit HTTPTransfer(HTTPTransferOptions options = {});
+  HTTPTransfer(const HTTPTransfer&) = delete;
+  HTTPTransfer& operator=(const HTTPTransfer&) = delete;
+  ~HTTPTransfer();
+
+  /// Blocks until the answer is complete, the request has failed, or it was cancelled.
+  [[nodiscard]] HTTPResult perform(const HTTPRequest& request);
+  /// Ends the request in flight at once, in whatever phase it is, with `TWHTTPErrorCancelled`. Does
+  /// nothing when none is, and does not touch the next.
+  void cancel() noexcept;
+  /// Forgets connections, cookies and what was learnt about logging in. Not while a request is in
+  /// flight.
+  void dropConnections() noexcept;
+
+ private:
+  struct Engine;
+  std::unique_ptr<Engine> engine_;
+};
+
+/// Called at the start of every evaluation of a certificate, while the lock that keeps evaluations
+/// apart is held; for tests. Null: nothing.
+void setTrustEvaluationProbe(void (*probe)());
+
+}  // namespace tarnwell::detail
