@@ -60,6 +60,14 @@ std::optional<double> parseDecimal(std::string_view text) {
   return text[0] == '-' ? -number : number;
 }
 
+std::optional<std::int64_t> parseInteger(std::string_view text) {
+  if (text.starts_with('+') && text.size() > 1 && isDigit(text[1])) text.remove_prefix(1);
+  std::int64_t number = 0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (read.ec != std::errc() || read.ptr != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
 std::int64_t leadingInteger(std::string_view text) {
   std::size_t at = text.find_first_not_of(" \t\r\n");
   if (at == std::string_view::npos) return 0;

@@ -24,6 +24,9 @@ namespace tarnwell {
 /// blanks around it included. The process's locale plays no part.
 [[nodiscard]] std::optional<double> parseDecimal(std::string_view text);
 
+/// The whole number that the whole text is, within 64 signed bits.
+[[nodiscard]] std::optional<std::int64_t> parseInteger(std::string_view text);
+
 /// The whole number that the text begins with, after blanks: "12 KB" is 12, "x" is 0. Saturates at
 /// the ends of 64 signed bits.
 [[nodiscard]] std::int64_t leadingInteger(std::string_view text);

@@ -110,9 +110,8 @@ TWValue TWUtils::valueFromXML(std::string_view text, TWValue::Kind forType) {
     case Kind::real: {
       const auto number = parseDecimal(text);
       if (!number) return {};
-      // A whole number of 64 bits stays one, where a double would hold 53 of them.
-      const bool whole = text.find_first_of(".eE") == std::string_view::npos;
-      if (whole && *number >= -0x1p63 && *number < 0x1p63) return leadingInteger(text);
+      // A whole number stays one as long as it fits, where a double would hold 53 bits of it.
+      if (const auto whole = parseInteger(text)) return *whole;
       return *number;
     }
     case Kind::date:

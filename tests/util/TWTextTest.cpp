@@ -54,6 +54,14 @@ TEST(TWText, NumbersBeyondADoubleBecomeInfiniteOrZero) {
   EXPECT_EQ(parseDecimal("1e-999"), 0.0);
 }
 
+TEST(TWText, ParsesAWholeNumberOrNothing) {
+  EXPECT_EQ(parseInteger("9223372036854775807"), std::numeric_limits<std::int64_t>::max());
+  EXPECT_EQ(parseInteger("-12"), -12);
+  EXPECT_EQ(parseInteger("+12"), 12);
+  for (const char* text : {"", "+", "-", "+-1", "1.0", " 1", "1x", "9223372036854775808"})
+    EXPECT_EQ(parseInteger(text), std::nullopt) << text;
+}
+
 TEST(TWText, LeadingIntegerStopsAtTheFirstOtherCharacter) {
   EXPECT_EQ(leadingInteger("12 KB"), 12);
   EXPECT_EQ(leadingInteger(" \n-7.9"), -7);
