@@ -8,6 +8,9 @@ target_compile_options(
             -Woverloaded-virtual -Wcast-qual -Wimplicit-fallthrough
             $<$<BOOL:${TARNWELL_WERROR}>:-Werror>)
 
+# File names in assertions are relative to the repository, so that no build keeps its machine's paths.
+target_compile_options(tarnwell_options INTERFACE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+
 if(TARNWELL_SANITIZE)
   target_compile_options(tarnwell_options INTERFACE -fsanitize=${TARNWELL_SANITIZE}
                                                     -fno-omit-frame-pointer

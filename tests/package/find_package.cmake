@@ -1,0 +1,8 @@
+# Configures, builds and runs the consumer against PREFIX as a project of its own.
+file(REMOVE_RECURSE ${WORK})
+execute_process(
+  COMMAND ${CMAKE_COMMAND} -S ${CONSUMER} -B ${WORK} -G ${GENERATOR} -DCMAKE_PREFIX_PATH=${PREFIX}
+          -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF -DCMAKE_CXX_COMPILER=${CXX}
+          -DCMAKE_CXX_FLAGS=${CXX_FLAGS} -DCMAKE_BUILD_TYPE=${BUILD_TYPE} COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK} COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND ${WORK}/consumer ${VERSION} COMMAND_ERROR_IS_FATAL ANY)
