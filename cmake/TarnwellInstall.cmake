@@ -37,7 +37,7 @@ if(BUILD_SHARED_LIBS)
   set(tarnwell_pc_libs "")
 else()
   set(tarnwell_pc_requires
-      "libxml-2.0 >= 2.9, libcurl >= 7.87, openssl >= 3, icu-i18n >= 67, icu-uc >= 67, fmt >= 9")
+      "libxml-2.0 >= 2.9, libcurl >= 7.87, openssl >= 3, icu-i18n >= 67, icu-uc >= 67")
   set(tarnwell_pc_libs "-pthread")
 endif()
 file(RELATIVE_PATH tarnwell_pc_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})

@@ -16,6 +16,3 @@
 #ifdef NLOHMANN_JSON_VERSION_MAJOR
 #error "a public header pulls in nlohmann-json"
 #endif
-#ifdef FMT_VERSION
-#error "a public header pulls in fmt"
-#endif

@@ -48,18 +48,22 @@ TEST(Documents, LinksAreFoundOutsideCode) {
 TEST(Documents, EveryCppBlockIsPartOfAnExampleOrATest) {
   auto compiled = codeBelow("examples");
   for (const auto& file : codeBelow("tests")) compiled.push_back(file);
-  for (const auto& document : documents())
-    for (const auto& [language, lines] : fencedBlocks(read(document)))
-      if (language == "cpp")
-        EXPECT_TRUE(standsIn(compiled, lines)) << document << ": " << testing::PrintToString(lines);
+  for (const auto& document : documents()) {
+    for (const auto& [language, lines] : fencedBlocks(read(document))) {
+      if (language != "cpp") continue;
+      EXPECT_TRUE(standsIn(compiled, lines)) << document << ": " << testing::PrintToString(lines);
+    }
+  }
 }
 
 TEST(Documents, EveryCMakeBlockIsPartOfTheConsumerProject) {
-  for (const auto& document : documents())
-    for (const auto& [language, lines] : fencedBlocks(read(document)))
-      if (language == "cmake")
-        EXPECT_TRUE(standsIn({"tests/package/consumer/CMakeLists.txt"}, lines))
-            << document << ": " << testing::PrintToString(lines);
+  for (const auto& document : documents()) {
+    for (const auto& [language, lines] : fencedBlocks(read(document))) {
+      if (language != "cmake") continue;
+      EXPECT_TRUE(standsIn({"tests/package/consumer/CMakeLists.txt"}, lines))
+          << document << ": " << testing::PrintToString(lines);
+    }
+  }
 }
 
 TEST(Documents, TheReadmeShowsCodeAndBothCommands) {
