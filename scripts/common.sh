@@ -2,7 +2,7 @@
 # shellcheck shell=bash
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-cd "$root"
+cd "$root" || exit
 
 # Prints the comment at the head of the calling script, which is its help, and ends.
 usage() {
@@ -17,7 +17,7 @@ die() {
   exit 1
 }
 
-jobs=${TARNWELL_JOBS:-$(nproc)}
+export jobs=${TARNWELL_JOBS:-$(nproc)}
 
 # A compiler cache makes a second build of the same sources nearly free; presets may share it.
 if command -v ccache >/dev/null; then

@@ -22,7 +22,8 @@ constexpr std::array kRows{
     Row{"tarnwell/Core/XML/", 1},
     Row{"tarnwell/time/", 1},
     Row{"tarnwell/util/", 1},
-    Row{"tarnwell/services/TWErrors.", 2},
+    // The catalogue of errors lies below the services that use it.
+    Row{"tarnwell/services/TWError", 2},
     Row{"tarnwell/transport/", 3},
     Row{"tarnwell/protocol/TWAutodiscover.", 9},
     Row{"tarnwell/protocol/TWConnectionStream.", 9},
