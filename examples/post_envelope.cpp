@@ -62,7 +62,7 @@ std::string answer(const std::string& /*request*/) {
 
 int main() {
   const examples::LoopbackServer server("/EWS/Exchange.asmx", answer);
-  const std::string url = server.url();
+  const std::string& url = server.url();
 
   const std::string envelope = TWTransport::wrap(getFolder("inbox"), "Exchange2010_SP2");
   std::cout << "POST " << url << '\n' << envelope << "\n\n";

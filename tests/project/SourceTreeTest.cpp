@@ -14,7 +14,6 @@ namespace {
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 /// Folders with C++ in them.
 const std::vector<Path> kCodeFolders{"tarnwell", "sandbox", "examples", "tests", "benchmarks"};
