@@ -1,0 +1,185 @@
+#include "tarnwell/Core/XML/detail/XMLReader.h"
+
+#include <climits>
+#include <cstddef>
+#include <memory>
+
+#include <libxml/SAX2.h>
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+#include <libxml/valid.h>
+
+#include "tarnwell/Core/XML/NKXMLNode.h"
+#include "tarnwell/Core/XML/detail/XMLErrors.h"
+#include "tarnwell/Core/XML/detail/XMLTree.h"
+
+namespace tarnwell::detail {
+
+namespace {
+
+constexpr int kMaxDepth = 256;
+// The parser compares attributes pairwise and looks namespaces up one by one, so these two limits
+// keep the time in proportion to the length of the input.
+constexpr int kMaxAttributes = 256;
+constexpr int kMaxNamespaces = 256;
+constexpr std::size_t kMaxSize = INT_MAX / 2;
+
+constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_COMPACT;
+
+enum NKXMLCode { kNothingToParse = 0, kMalformed = 1 };
+
+struct FreeParser {
+  void operator()(xmlParserCtxt* parser) const noexcept { xmlFreeParserCtxt(parser); }
+};
+
+void refuse(void* context, int code, const char* message) noexcept {
+  auto* parser = static_cast<xmlParserCtxt*>(context);
+  xmlStopParser(parser);
+  parser->wellFormed = 0;
+  keepXMLError(code, message);
+}
+
+void startElement(void* context, const xmlChar* localName, const xmlChar* prefix,
+                  const xmlChar* URI, int namespaceCount, const xmlChar** namespaces,
+                  int attributeCount, int defaultedCount, const xmlChar** attributes) noexcept {
+  const auto* parser = static_cast<xmlParserCtxt*>(context);
+  if (parser->nodeNr >= kMaxDepth)
+    return refuse(context, XML_ERR_INTERNAL_ERROR, "Elements are nested too deeply");
+  if (parser->nsNr / 2 > kMaxNamespaces || attributeCount > kMaxAttributes)
+    return refuse(context, XML_ERR_INTERNAL_ERROR, "Too many attributes or namespaces");
+  xmlSAX2StartElementNs(context, localName, prefix, URI, namespaceCount, namespaces, attributeCount,
+                        defaultedCount, attributes);
+}
+
+void entityDeclaration(void* context, const xmlChar*, int, const xmlChar*, const xmlChar*,
+                       xmlChar*) noexcept {
+  refuse(context, XML_ERR_ENTITY_PROCESSING, "Entity declarations are refused");
+}
+
+void unparsedEntityDeclaration(void* context, const xmlChar*, const xmlChar*, const xmlChar*,
+                               const xmlChar*) noexcept {
+  refuse(context, XML_ERR_ENTITY_PROCESSING, "Entity declarations are refused");
+}
+
+/// Attribute declarations can carry defaults, which multiply as entities do.
+void attributeDeclaration(void* context, const xmlChar*, const xmlChar*, int, int, const xmlChar*,
+                          xmlEnumeration* values) noexcept {
+  xmlFreeEnumeration(values);
+  refuse(context, XML_ERR_ENTITY_PROCESSING, "Attribute declarations are refused");
+}
+
+/// What begins at the "<" at `start`.
+struct Markup {
+  std::size_t end;  ///< where to look for the next one
+  int attributes;
+};
+
+/// Counts the attributes of a start tag. Stops at the next "<", which cannot be part of a tag.
+Markup scanTag(std::string_view bytes, std::size_t start) noexcept {
+  char quote = 0;
+  int attributes = 0;
+  auto end = start + 1;
+  for (; end < bytes.size() && bytes[end] != '<'; ++end) {
+    const char c = bytes[end];
+    if (quote != 0) {
+      if (c == quote) quote = 0;
+    } else if (c == '"' || c == '\'') {
+      quote = c;
+    } else if (c == '=') {
+      ++attributes;
+    } else if (c == '>') {
+      break;
+    }
+  }
+  return {end, attributes};
+}
+
+Markup scanMarkup(std::string_view bytes, std::size_t start) noexcept {
+  struct Section {
+    std::string_view open, close;
+  };
+  static constexpr Section kSections[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+  const auto rest = bytes.substr(start);
+  for (const auto& section : kSections) {
+    if (rest.starts_with(section.open))
+      return {bytes.find(section.close, start + section.open.size()), 0};
+  }
+  return scanTag(bytes, start);
+}
+
+/// True when a start tag has more attributes than the parser should be given: it would compare them
+/// all with each other before it calls us.
+bool hasEndlessTag(std::string_view bytes) noexcept {
+  // Nearly all input is passed over by looking for "<" once in every stride, since only a tag with
+  // many attributes goes without one for so long. What looks like such a tag is then looked at
+  // closely: it may be part of a comment.
+  constexpr std::size_t kStride = 4 * kMaxAttributes;
+  bool suspicious = false;
+  auto tag = bytes.find('<');
+  while (!suspicious && tag < bytes.size() && bytes.size() - tag > kStride) {
+    const auto last = bytes.substr(tag + 1, kStride).rfind('<');
+    if (last != std::string_view::npos) {
+      tag += 1 + last;
+      continue;
+    }
+    const auto markup = scanTag(bytes, tag);
+    suspicious = markup.attributes > kMaxAttributes;
+    tag = bytes.find('<', markup.end);
+  }
+  if (!suspicious) return false;
+  for (tag = bytes.find('<'); tag < bytes.size();) {
+    const auto markup = scanMarkup(bytes, tag);
+    if (markup.attributes > kMaxAttributes) return true;
+    tag = bytes.find('<', markup.end);
+  }
+  return false;
+}
+
+xmlDoc* parse(std::string_view bytes, XMLEncoding encoding) {
+  if (bytes.size() > kMaxSize) {
+    keepXMLError(XML_ERR_INTERNAL_ERROR, "The document is too long");
+    return nullptr;
+  }
+  if (hasEndlessTag(bytes)) {
+    keepXMLError(XML_ERR_INTERNAL_ERROR, "Too many attributes or namespaces");
+    return nullptr;
+  }
+  const std::unique_ptr<xmlParserCtxt, FreeParser> parser(required(xmlNewParserCtxt()));
+  auto& sax = *parser->sax;
+  sax.serror = keepXMLError;
+  sax.startElementNs = startElement;
+  sax.entityDecl = entityDeclaration;
+  sax.unparsedEntityDecl = unparsedEntityDeclaration;
+  sax.attributeDecl = attributeDeclaration;
+  sax.externalSubset = nullptr;
+  const int options = encoding == XMLEncoding::utf8 ? kOptions | XML_PARSE_IGNORE_ENC : kOptions;
+  return xmlCtxtReadMemory(parser.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
+                           nullptr, options);
+}
+
+}  // namespace
+
+xmlDoc* readXML(std::string_view bytes, XMLEncoding encoding, TWError* error) {
+  if (bytes.empty()) {
+    setError(error, {NKXMLErrorDomain, kNothingToParse});
+    return nullptr;
+  }
+  initXML();
+  const XMLErrorScope errors;
+  auto* doc = parse(bytes, encoding);
+  if (doc == nullptr || xmlDocGetRootElement(doc) == nullptr) {
+    xmlFreeDoc(doc);
+    setError(error, {NKXMLErrorDomain, kMalformed});
+    return nullptr;
+  }
+  forgetXMLError();
+  // What is in memory is UTF-8, whatever it was read from; and ids would outlive their elements.
+  xmlFree(const_cast<xmlChar*>(doc->encoding));  // NOLINT: libxml2's own text, only declared const
+  doc->encoding = nullptr;
+  doc->encoding = required(xmlStrdup(xmlText("UTF-8")));
+  if (doc->ids != nullptr) xmlFreeIDTable(static_cast<xmlIDTable*>(doc->ids));
+  doc->ids = nullptr;
+  return doc;
+}
+
+}  // namespace tarnwell::detail

@@ -1,0 +1,69 @@
+#include "tarnwell/Core/XML/detail/XMLWriter.h"
+
+#include <cstddef>
+#include <new>
+#include <string_view>
+
+#include <libxml/xmlsave.h>
+
+#include "tarnwell/Core/XML/NKXMLNode.h"
+#include "tarnwell/Core/XML/detail/XMLErrors.h"
+#include "tarnwell/Core/XML/detail/XMLText.h"
+
+namespace tarnwell::detail {
+
+namespace {
+
+int append(void* context, const char* bytes, int size) noexcept {
+  try {
+    static_cast<std::string*>(context)->append(bytes, static_cast<std::size_t>(size));
+  } catch (const std::bad_alloc&) {
+    return -1;
+  }
+  return size;
+}
+
+/// Leaves out every "\N". The pairs are found in the text as it was, so that what a removal brings
+/// together stays.
+void removeBackslashN(std::string& text) {
+  auto from = text.find("\\N");
+  if (from == std::string::npos) return;
+  auto to = from;
+  while (from < text.size()) {
+    const auto next = text.find("\\N", from);
+    const auto count = (next == std::string::npos ? text.size() : next) - from;
+    text.replace(to, count, text, from, count);
+    to += count;
+    from += count + (next == std::string::npos ? 0 : 2);
+  }
+  text.resize(to);
+}
+
+}  // namespace
+
+std::string writeXML(xmlNode* node, std::uint32_t options) {
+  // libxml2's flag of the same number as our compact bit means the opposite: write both tags.
+  int flags = XML_SAVE_AS_XML;
+  if ((options & NKXMLNodeCompactEmptyElement) == 0) flags |= XML_SAVE_NO_EMPTY;
+  if ((options & NKXMLNodePrettyPrint) != 0) flags |= XML_SAVE_FORMAT;
+
+  std::string text;
+  const XMLErrorScope errors;
+  // Naming the encoding makes characters stand as themselves instead of as references.
+  auto* writer = xmlSaveToIO(append, nullptr, &text, "UTF-8", flags);
+  if (writer == nullptr) return {};
+  const bool failed = xmlSaveTree(writer, node) < 0 || xmlSaveFlush(writer) < 0;
+  if (xmlSaveClose(writer) < 0 || failed) return {};
+
+  if (node->type != XML_PI_NODE) {
+    const auto inner = trimmed(text);
+    const auto before =
+        inner.empty() ? text.size() : static_cast<std::size_t>(inner.data() - text.data());
+    text.resize(before + inner.size());
+    text.erase(0, before);
+  }
+  removeBackslashN(text);
+  return text;
+}
+
+}  // namespace tarnwell::detail
