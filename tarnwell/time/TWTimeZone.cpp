@@ -51,6 +51,7 @@ Offsets offsetsAt(const icu::TimeZone* zone, sys_seconds instant) {
 // Null unless ICU's zone data has exactly that name: ICU answers unknown names with a stand-in, and
 // makes up zones for texts such as "GMT+3".
 std::unique_ptr<const icu::TimeZone> makeZone(std::string_view name) {
+  if (name.find('\0') != std::string_view::npos) return nullptr;  // where ICU would stop reading
   const icu::UnicodeString id =
       icu::UnicodeString::fromUTF8(icu::StringPiece(name.data(), static_cast<int>(name.size())));
   icu::UnicodeString canonical;

@@ -1,0 +1,218 @@
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "tarnwell/time/TWDateTime.h"
+#include "tarnwell/time/TWTimeZone.h"
+#include "tarnwell/time/detail/DefaultZone.h"
+
+#include "tests/time/DefaultZoneScope.h"
+
+namespace tarnwell::detail {
+namespace {
+
+namespace fs = std::filesystem;
+using std::chrono::hours;
+using std::chrono::seconds;
+using std::chrono::sys_seconds;
+
+constexpr sys_seconds kNow{seconds(1594808430)};  // 15 July 2020
+
+// A device of our own: a zone database, a zone file and, when a test wants it, a file with the
+// name.
+class DefaultZone : public testing::Test {
+ protected:
+  DefaultZone() {
+    std::string pattern = testing::TempDir() + "zonesXXXXXX";
+    root_ = mkdtemp(pattern.data());
+    write("share/zoneinfo/Europe/Berlin");
+    write("share/zoneinfo/Asia/Kolkata");
+    write("share/zoneinfo/posix/Asia/Tokyo");
+    write("share/zoneinfo/posixrules");
+    link("share/zoneinfo/Asia/Calcutta", "Kolkata");
+    link("etc/localtime", "../share/zoneinfo/Europe/Berlin");
+  }
+  ~DefaultZone() override {
+    std::error_code ignored;  // what is left lies in the directory for temporary files
+    fs::remove_all(root_, ignored);
+  }
+
+  [[nodiscard]] fs::path path(const fs::path& relative) const { return root_ / relative; }
+  void write(const fs::path& relative, std::string_view text = "TZif") const {
+    fs::create_directories(path(relative).parent_path());
+    std::ofstream(path(relative)) << text;
+  }
+  void link(const fs::path& relative, const fs::path& target) const {
+    fs::create_directories(path(relative).parent_path());
+    fs::remove(path(relative));
+    fs::create_symlink(target, path(relative));
+  }
+
+  [[nodiscard]] ZoneSources sources(std::optional<std::string> tz = {}) const {
+    return {.tz = std::move(tz),
+            .localtime = path("etc/localtime"),
+            .timezone = path("etc/timezone"),
+            .offsetAt = {},
+            .now = kNow};
+  }
+  // With a C library that uses the offsets of that zone.
+  [[nodiscard]] ZoneSources sourcesLike(std::string_view zone,
+                                        std::optional<std::string> tz) const {
+    ZoneSources made = sources(std::move(tz));
+    made.offsetAt = [zone = test::zoneNamed(zone)](sys_seconds at) { return zone.offsetAt(at); };
+    return made;
+  }
+
+ private:
+  fs::path root_;
+};
+
+TEST_F(DefaultZone, IsTheNameInTZ) {
+  EXPECT_EQ(resolveZoneName(sources("Asia/Tokyo")), "Asia/Tokyo");
+  EXPECT_EQ(resolveZoneName(sources(":Asia/Tokyo")), "Asia/Tokyo");
+  EXPECT_EQ(resolveZoneName(sources("UTC")), "UTC");
+  EXPECT_EQ(resolveZoneName(sources("EST5EDT")), "EST5EDT");
+  EXPECT_EQ(resolveZoneName(sources("Asia/Calcutta")), "Asia/Calcutta");
+}
+
+TEST_F(DefaultZone, IsUtcWhenTZIsEmpty) {
+  EXPECT_EQ(resolveZoneName(sources("")), "Etc/UTC");
+  EXPECT_EQ(resolveZoneName(sources(":")), "Etc/UTC");
+}
+
+TEST_F(DefaultZone, IsTheZoneOfAPathInTZ) {
+  for (const char* tz :
+       {"/usr/share/zoneinfo/Asia/Tokyo", ":/usr/share/zoneinfo/Asia/Tokyo",
+        "/usr/share/zoneinfo/posix/Asia/Tokyo", "/usr/share/zoneinfo/right/Asia/Tokyo",
+        "/var/db/timezone/zoneinfo.default/Asia/Tokyo", "posix/Asia/Tokyo"})
+    EXPECT_EQ(resolveZoneName(sources(tz)), "Asia/Tokyo") << tz;
+  EXPECT_EQ(resolveZoneName(sources(path("share/zoneinfo/posix/Asia/Tokyo"))), "Asia/Tokyo");
+}
+
+TEST_F(DefaultZone, FollowsALinkInTZ) {
+  link("elsewhere/mine", path("share/zoneinfo/Asia/Kolkata"));
+  EXPECT_EQ(resolveZoneName(sources(":" + path("elsewhere/mine").native())), "Asia/Kolkata");
+  EXPECT_EQ(resolveZoneName(sources(":" + path("etc/localtime").native())), "Europe/Berlin");
+}
+
+TEST_F(DefaultZone, KeepsTheAliasThatALinkNames) {
+  link("etc/localtime", "../share/zoneinfo/Asia/Calcutta");
+  EXPECT_EQ(resolveZoneName(sources()), "Asia/Calcutta");
+}
+
+TEST_F(DefaultZone, FollowsSeveralLinksAndLinkedDirectories) {
+  link("etc/second", "../share/zoneinfo/Asia/Kolkata");
+  link("etc/localtime", "second");
+  EXPECT_EQ(resolveZoneName(sources()), "Asia/Kolkata");
+  link("data", "share/zoneinfo");
+  link("etc/localtime", "../data/Asia/Kolkata");
+  EXPECT_EQ(resolveZoneName(sources()), "Asia/Kolkata");
+}
+
+TEST_F(DefaultZone, IsTheSystemsSettingWithoutTZ) {
+  EXPECT_EQ(resolveZoneName(sources()), "Europe/Berlin");
+}
+
+TEST_F(DefaultZone, IsTheSystemsSettingWhenTZSaysNothing) {
+  for (const char* tz :
+       {"Foo/Bar", "Etc/Unknown", "/no/such/file", "/usr/share/zoneinfo/posixrules",
+        "/usr/share/zoneinfo", "localtime", "../../etc/passwd", "CET-1CEST", ":CET-1CEST"})
+    EXPECT_NE(resolveZoneName(sources(tz)), tz) << tz;
+  for (const char* tz : {"Foo/Bar", "Etc/Unknown", "/no/such/file", "CET-1CEST", "GMT+3"})
+    EXPECT_EQ(resolveZoneName(sources(tz)), "Europe/Berlin") << tz;
+}
+
+TEST_F(DefaultZone, IsAZoneWithTheOffsetsOfARuleInTZ) {
+  EXPECT_EQ(resolveZoneName(sourcesLike("Europe/Berlin", "CET-1CEST,M3.5.0,M10.5.0/3")),
+            "Europe/Budapest");
+  EXPECT_EQ(resolveZoneName(sourcesLike("America/New_York", "EST5EDT4,M3.2.0,M11.1.0")),
+            "America/New_York");
+  EXPECT_EQ(resolveZoneName(sourcesLike("Asia/Kolkata", "<+0530>-5:30")), "Asia/Calcutta");
+  // The sign is the one that POSIX has, west positive, as the C library knows.
+  EXPECT_EQ(resolveZoneName(sourcesLike("Etc/GMT+3", "GMT+3")), "Etc/GMT+3");
+  EXPECT_EQ(resolveZoneName(sourcesLike("Etc/UTC", "UTC0")), "Etc/UTC");
+}
+
+TEST_F(DefaultZone, IsTheSystemsSettingWhenNoZoneHasTheOffsetsOfTheRule) {
+  ZoneSources odd = sources("XXX-1:23");
+  odd.offsetAt = [](sys_seconds) { return seconds(4980); };
+  EXPECT_EQ(resolveZoneName(odd), "Europe/Berlin");
+}
+
+TEST_F(DefaultZone, IsNamedByItsFileWhenTheZoneFileIsACopy) {
+  fs::remove(path("etc/localtime"));
+  write("etc/localtime");
+  write("etc/timezone", "Asia/Tokyo\n");
+  EXPECT_EQ(resolveZoneName(sources()), "Asia/Tokyo");
+  write("etc/timezone", "No/Such\n");
+  EXPECT_EQ(resolveZoneName(sources()), "Etc/UTC");
+}
+
+TEST_F(DefaultZone, HasTheOffsetsOfACopyWithoutAName) {
+  fs::remove(path("etc/localtime"));
+  write("etc/localtime");
+  const auto zone = TWTimeZone::fromTimeZone(resolveZoneName(sourcesLike("Asia/Tokyo", {})));
+  ASSERT_TRUE(zone);
+  EXPECT_EQ(zone->offsetAt(kNow), hours(9));
+}
+
+TEST_F(DefaultZone, IsUtcWhenNothingTellsIt) {
+  fs::remove(path("etc/localtime"));
+  EXPECT_EQ(resolveZoneName(sources()), "Etc/UTC");
+  EXPECT_EQ(resolveZoneName(sources("Foo/Bar")), "Etc/UTC");
+  EXPECT_EQ(resolveZoneName({}), "Etc/UTC");
+  link("etc/localtime", "localtime");  // a link to itself
+  EXPECT_EQ(resolveZoneName(sources()), "Etc/UTC");
+}
+
+// The program's environment as a whole, each time in a process of its own.
+
+bool defaultZoneAgreesWithTheCLibrary() {
+  const std::string name = TWTimeZone::defaultZone().name();
+  const std::string msName = TWTimeZone::defaultZone().mszone();
+  if (name == "Etc/Unknown" || msName == "Etc/Unknown" || name.starts_with('/')) return false;
+  const auto now = std::chrono::floor<seconds>(std::chrono::system_clock::now());
+  for (int month = 0; month < 12; ++month) {
+    const sys_seconds at = now + hours(24 * 30 * month);
+    const std::time_t time = at.time_since_epoch().count();
+    std::tm local{};
+    localtime_r(&time, &local);
+    if (TWTimeZone::defaultZone().offsetAt(at) != seconds(local.tm_gmtoff)) return false;
+  }
+  return true;
+}
+
+void expectUsableDefault(const char* tz) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        // NOLINTBEGIN(concurrency-mt-unsafe): the child process has one thread
+        if (tz)
+          setenv("TZ", tz, 1);
+        else
+          unsetenv("TZ");
+        tzset();
+        std::exit(defaultZoneAgreesWithTheCLibrary() ? 0 : 1);
+        // NOLINTEND(concurrency-mt-unsafe)
+      },
+      testing::ExitedWithCode(0), "")
+      << (tz ? tz : "(not set)");
+}
+
+TEST(DefaultZoneDeathTest, AgreesWithTheCLibraryWhateverTZSays) {
+  for (const char* tz : {"", ":", ":/etc/localtime", "/etc/localtime", "Europe/Berlin",
+                         ":Asia/Kolkata", "CET-1CEST,M3.5.0,M10.5.0/3", "EST5EDT", "EST5",
+                         "<+0330>-3:30", "UTC0", "GMT+3", "/usr/share/zoneinfo/Asia/Tokyo"})
+    expectUsableDefault(tz);
+  expectUsableDefault(nullptr);
+}
+
+}  // namespace
+}  // namespace tarnwell::detail
