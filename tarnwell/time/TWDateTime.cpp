@@ -2,10 +2,12 @@
 
 #include <chrono>
 #include <cstdint>
+#include <utility>
 
 #include "tarnwell/time/TWTimeZone.h"
 #include "tarnwell/time/detail/DateTimeText.h"
 #include "tarnwell/time/detail/WindowsZones.h"
+#include "tarnwell/time/detail/ZoneMapDownload.h"
 
 namespace tarnwell {
 namespace {
@@ -48,5 +50,13 @@ std::string TWDateTime::iso8601String(TWInstant instant) {
 const TWDateTime::ZoneMap& TWDateTime::NSToMSTimezoneMap() { return detail::windowsNamesByZone(); }
 
 const TWDateTime::ZoneMap& TWDateTime::MSToNSTimezoneMap() { return detail::zonesByWindowsName(); }
+
+void TWDateTime::fetchTZMapWithCompletionBlock(ZoneMapCallback callback) {
+  fetchTZMapWithCompletionBlock(detail::kZoneMapURL, std::move(callback));
+}
+
+void TWDateTime::fetchTZMapWithCompletionBlock(std::string url, ZoneMapCallback callback) {
+  detail::ZoneMapDownload::shared().fetch(std::move(url), std::move(callback));
+}
 
 }  // namespace tarnwell

@@ -56,9 +56,9 @@ class TWDateTime {
   /// library stays as it is. Nothing in the library calls this.
   ///
   /// Returns at once. The callback is called exactly once, from a thread of the library's, and must
-  /// not throw. Downloads run one after the other; when the process ends, those that have not
-  /// finished are cancelled and their callbacks get the absent table. A failure is told on the
-  /// system log.
+  /// not throw or wait for ever. Downloads run one after the other, each for five minutes at most;
+  /// those that have not finished when the process ends are cancelled, and their callbacks get the
+  /// absent table. A failure is told on the standard error stream.
   static void fetchTZMapWithCompletionBlock(ZoneMapCallback callback);
   /// The same from another address.
   static void fetchTZMapWithCompletionBlock(std::string url, ZoneMapCallback callback);
