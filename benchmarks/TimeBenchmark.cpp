@@ -29,13 +29,14 @@ std::unique_ptr<icu::SimpleDateFormat> makeFormat() {
 }
 
 void BM_DateTimeFromString(benchmark::State& state) {
-  for (auto _ : state) benchmark::DoNotOptimize(TWDateTime::dateTimeFromString(kText));
+  for ([[maybe_unused]] auto _ : state)
+    benchmark::DoNotOptimize(TWDateTime::dateTimeFromString(kText));
 }
 BENCHMARK(BM_DateTimeFromString);
 
 void BM_DateTimeFromStringByKeptIcuFormat(benchmark::State& state) {
   const auto format = makeFormat();
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     icu::ParsePosition position(0);
     benchmark::DoNotOptimize(format->parse(icu::UnicodeString::fromUTF8(kText), position));
   }
@@ -43,7 +44,7 @@ void BM_DateTimeFromStringByKeptIcuFormat(benchmark::State& state) {
 BENCHMARK(BM_DateTimeFromStringByKeptIcuFormat);
 
 void BM_DateTimeFromStringByNewIcuFormat(benchmark::State& state) {
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     icu::ParsePosition position(0);
     benchmark::DoNotOptimize(makeFormat()->parse(icu::UnicodeString::fromUTF8(kText), position));
   }
@@ -52,7 +53,8 @@ BENCHMARK(BM_DateTimeFromStringByNewIcuFormat);
 
 void BM_Iso8601String(benchmark::State& state) {
   TWTimeZone::setDefaultZone(TWTimeZone::fromTimeZone("Europe/Berlin").value());
-  for (auto _ : state) benchmark::DoNotOptimize(TWDateTime::iso8601String(kInstant));
+  for ([[maybe_unused]] auto _ : state)
+    benchmark::DoNotOptimize(TWDateTime::iso8601String(kInstant));
 }
 BENCHMARK(BM_Iso8601String);
 
@@ -65,30 +67,31 @@ std::string printed(const icu::SimpleDateFormat& format) {
 
 void BM_Iso8601StringByKeptIcuFormat(benchmark::State& state) {
   const auto format = makeFormat();
-  for (auto _ : state) benchmark::DoNotOptimize(printed(*format));
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(printed(*format));
 }
 BENCHMARK(BM_Iso8601StringByKeptIcuFormat);
 
 void BM_Iso8601StringByNewIcuFormat(benchmark::State& state) {
-  for (auto _ : state) benchmark::DoNotOptimize(printed(*makeFormat()));
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(printed(*makeFormat()));
 }
 BENCHMARK(BM_Iso8601StringByNewIcuFormat);
 
 void BM_DateFromString(benchmark::State& state) {
   TWTimeZone::setDefaultZone(TWTimeZone::fromTimeZone("Europe/Berlin").value());
-  for (auto _ : state) benchmark::DoNotOptimize(TWDateTime::dateFromString("2020-07-15"));
+  for ([[maybe_unused]] auto _ : state)
+    benchmark::DoNotOptimize(TWDateTime::dateFromString("2020-07-15"));
 }
 BENCHMARK(BM_DateFromString);
 
 void BM_ZoneFromWindowsName(benchmark::State& state) {
-  for (auto _ : state)
+  for ([[maybe_unused]] auto _ : state)
     benchmark::DoNotOptimize(TWTimeZone::fromMSTimeZone("W. Europe Standard Time"));
 }
 BENCHMARK(BM_ZoneFromWindowsName);
 
 void BM_WindowsNameOfZone(benchmark::State& state) {
   const TWTimeZone zone = TWTimeZone::fromTimeZone("Europe/Berlin").value();
-  for (auto _ : state) benchmark::DoNotOptimize(zone.mszone());
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(zone.mszone());
 }
 BENCHMARK(BM_WindowsNameOfZone);
 

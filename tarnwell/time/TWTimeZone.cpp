@@ -88,6 +88,7 @@ struct TWTimeZone::Rep {
 TWTimeZone::TWTimeZone(std::shared_ptr<const Rep> rep) noexcept : rep_(std::move(rep)) {}
 
 const TWTimeZone::Rep& TWTimeZone::rep() const noexcept {
+  // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new): without memory the program ends
   static const Rep& utc = *new Rep{"Etc/UTC", nullptr};
   return rep_ ? *rep_ : utc;
 }

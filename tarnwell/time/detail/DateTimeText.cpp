@@ -130,7 +130,8 @@ std::int64_t secondsSinceEpoch(const CivilTime& time) noexcept {
   const std::int64_t dayOfYear = (153 * monthFromMarch + 2) / 5 + time.day - 1;
   const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
   const std::int64_t days = era * kDaysPerEra + dayOfEra - 719468;
-  return days * kSecondsPerDay + time.hour * 3600 + time.minute * 60 + time.second;
+  return days * kSecondsPerDay + std::int64_t{time.hour} * 3600 + std::int64_t{time.minute} * 60 +
+         time.second;
 }
 
 std::optional<std::int64_t> parseDateTime(std::string_view text) noexcept {

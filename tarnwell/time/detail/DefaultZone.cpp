@@ -103,8 +103,7 @@ std::optional<std::string> nameOfTZ(const ZoneSources& sources) {
 
 ZoneSources deviceZoneSources() {
   ZoneSources sources;
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): read once; whoever changes the environment must do it
-  // before
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): read once, and nothing here writes it
   if (const char* tz = std::getenv("TZ")) sources.tz = tz;
   sources.localtime = "/etc/localtime";
   sources.timezone = "/etc/timezone";
