@@ -1,0 +1,271 @@
+#include "tarnwell/transport/TWConnection.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "tarnwell/protocol/TWCredentials.h"
+#include "tarnwell/services/TWErrors.h"
+#include "tarnwell/transport/TWTransport.h"
+#include "tarnwell/transport/detail/ConnectionParts.h"
+#include "tarnwell/transport/detail/HTTPText.h"
+#include "tarnwell/transport/detail/HTTPTransfer.h"
+#include "tarnwell/transport/detail/StreamExchange.h"
+#include "tarnwell/transport/detail/Wipe.h"
+#include "tarnwell/util/TWDictionary.h"
+#include "tarnwell/util/TWLogger.h"
+
+namespace tarnwell {
+namespace {
+
+struct Registry {
+  std::mutex mutex;
+  std::vector<std::weak_ptr<TWConnection>> connections;
+};
+
+Registry& registry() {
+  // Never destroyed: connections may be made and dropped while the program ends.
+  static auto* const shared = new Registry;
+  return *shared;
+}
+
+double secondsSince(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+void wipeSecrets(TWHeaders& headers) {
+  for (auto& [name, value] : headers) detail::wipe(value);
+}
+
+}  // namespace
+
+std::shared_ptr<TWConnection> TWConnection::withCredentials(
+    std::shared_ptr<TWCredentials> credentials, bool allowsRedirects) {
+  return withCredentials(std::move(credentials), allowsRedirects, TWConnectionOptions());
+}
+
+std::shared_ptr<TWConnection> TWConnection::withCredentials(
+    std::shared_ptr<TWCredentials> credentials, bool allowsRedirects, TWConnectionOptions options) {
+  std::shared_ptr<TWConnection> connection(
+      new TWConnection(std::move(credentials), allowsRedirects, std::move(options)));
+  recordConnectionOpened(connection);
+  return connection;
+}
+
+TWConnection::TWConnection(std::shared_ptr<TWCredentials> credentials, bool allowsRedirects,
+                           TWConnectionOptions options)
+    : credentials_(std::move(credentials)),
+      allowsRedirects_(allowsRedirects),
+      options_(std::move(options)),
+      transfer_(std::make_unique<detail::HTTPTransfer>(detail::transferOptions(options_))) {}
+
+TWConnection::~TWConnection() = default;
+
+TWResponse TWConnection::fetch(std::string_view url, std::string_view method,
+                               const std::optional<TWHeaders>& headers, Body body, bool stream) {
+  TWResponse record;
+  {
+    const std::lock_guard turn(lock_);
+    const Clock::time_point start = Clock::now();
+    if (closed_) {
+      record.url = url;
+      record.error = TWError(TWHTTPErrorDomain, TWHTTPErrorCancelled, "The connection is closed");
+    } else {
+      TWHTTPRequest request = makeRequest(url, method, headers);
+      record = stream ? fetchStream(std::move(request), body) : fetchAnswer(request, body, start);
+      wipeSecrets(request.headers);
+    }
+    TWLogger::logger().rlog("[%@][Connection] Request took: %.2fs", {user(), secondsSince(start)});
+  }
+  if (closed_) releaseWhenClosed();
+  return record;
+}
+
+TWHTTPRequest TWConnection::makeRequest(std::string_view url, std::string_view method,
+                                        const std::optional<TWHeaders>& headers) const {
+  TWHTTPRequest request{std::string(url), std::string(method),
+                        headers ? *headers : TWTransport::defaultHeaders(), std::nullopt};
+  if (credentials_ && credentials_->useOAuth2()) {
+    std::erase_if(request.headers, [](const auto& field) {
+      return detail::equalIgnoringCase(field.first, "Authorization");
+    });
+    std::string token = credentials_->password();
+    request.headers.emplace_back("Authorization", "Bearer " + token);
+    detail::wipe(token);
+  }
+  return request;
+}
+
+TWResponse TWConnection::fetchAnswer(const TWHTTPRequest& request, Body body,
+                                     Clock::time_point start) {
+  detail::HTTPRequest exchange;
+  exchange.url = request.url;
+  exchange.method = request.method;
+  exchange.headers = request.headers;
+  exchange.body = body;
+  exchange.followsRedirects = allowsRedirects_;
+  exchange.login = detail::passwordLogin(credentials_.get());
+  const Clock::time_point requestEnd = start + options_.requestLimit;
+  exchange.deadline = std::min(requestEnd, Clock::now() + options_.resourceLimit);
+  exchange.acceptsCertificate = [this](bool trusted) {
+    hasInsecureCertificate_ = !trusted;
+    return trusted || allowInsecureCertificate_;
+  };
+
+  if (trustChanged_.exchange(false)) transfer_->dropConnections();
+  detail::HTTPResult result = transfer_->perform(exchange);
+  wipeSecrets(exchange.headers);
+  if (exchange.login) detail::wipe(exchange.login->password);
+
+  if (result.error.is(TWHTTPErrorDomain, TWHTTPErrorTimedOut) && Clock::now() >= requestEnd) {
+    // The text says 30 whatever the limit is.
+    TWLogger::logger().rlog("[%@][Connection] Cancelled Request after 30 seconds: %.2fs",
+                            {user(), secondsSince(start)});
+  }
+  for (const detail::AuthScheme scheme : result.schemes) {
+    setLastUsedAuthType(static_cast<TWAuthType>(scheme));
+  }
+
+  TWResponse record;
+  record.url = std::move(result.url);
+  record.response = std::move(result.response);
+  record.error = result.error;
+  // Half a body is never taken for a whole one, not even one that happens to parse.
+  if (!result.error) record.setData(std::move(result.body));
+  if (!result.redirectTarget.empty()) {
+    record.needsRedirect = true;
+    record.redirectUrl = result.redirectTarget;
+    const std::lock_guard lock(fieldMutex_);
+    redirected_ = std::move(result.redirectTarget);
+  }
+  // On purpose never cleared: a connection that was once sent elsewhere is no good any more, and
+  // callers recover with a fresh one.
+  if (const std::optional<std::string> target = redirected()) {
+    record.error = TWError(TWErrorDomain, static_cast<std::int64_t>(TWErrorCode::ErrorRedirect),
+                           TWDictionary{{"url", *target}});
+  }
+  return record;
+}
+
+TWResponse TWConnection::fetchStream(TWHTTPRequest request, Body body) {
+  if (body) request.body.emplace(body->begin(), body->end());
+  TWResponse record;
+  record.url = request.url;
+  const std::shared_ptr<TWStreamExchange> exchange =
+      options_.makeStream
+          ? options_.makeStream(credentials_, std::move(request), options_)
+          : std::make_shared<detail::StreamExchange>(credentials_, std::move(request), options_);
+  exchange->setAllowInsecureCertificate(allowInsecureCertificate_);
+  {
+    const std::lock_guard lock(fieldMutex_);
+    stream_ = exchange;
+  }
+  std::optional<TWData> fetched = exchange->await();
+  {
+    const std::lock_guard lock(fieldMutex_);
+    stream_.reset();
+  }
+  if (fetched) record.setData(*std::move(fetched));
+  return record;
+}
+
+TWResponse TWConnection::post(std::string_view url, const std::optional<TWHeaders>& headers,
+                              Body body) {
+  return fetch(url, "POST", headers, body);
+}
+
+TWResponse TWConnection::post(std::string_view url, const std::optional<TWHeaders>& headers,
+                              std::string_view xml, bool stream) {
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(xml.data());
+  return fetch(url, "POST", headers, std::span(bytes, xml.size()), stream);
+}
+
+TWResponse TWConnection::get(std::string_view url) {
+  return fetch(url, "GET", std::nullopt, std::nullopt);
+}
+
+TWResponse TWConnection::head(std::string_view url, const std::optional<TWHeaders>& headers,
+                              Body body) {
+  return fetch(url, "HEAD", headers, body);
+}
+
+void TWConnection::cancel() {
+  transfer_->cancel();
+  if (const std::shared_ptr<TWStreamExchange> exchange = stream()) exchange->cancel();
+}
+
+void TWConnection::close() {
+  closed_ = true;
+  releaseWhenClosed();
+}
+
+void TWConnection::releaseWhenClosed() {
+  // Whoever holds the lock comes here after letting go of it, so that the sockets close at once
+  // either way and nobody waits.
+  const std::unique_lock turn(lock_, std::try_to_lock);
+  if (turn) transfer_->dropConnections();
+}
+
+void TWConnection::setAllowInsecureCertificate(bool allow) {
+  if (allowInsecureCertificate_.exchange(allow) != allow) trustChanged_ = true;
+}
+
+void TWConnection::setLastUsedAuthType(TWAuthType type) {
+  if (lastUsedAuthType_.exchange(type) == type) return;
+  TWLogger::logger().rlog("[%@] Using auth type: %lu", {user(), static_cast<std::int64_t>(type)});
+}
+
+std::optional<std::string> TWConnection::redirected() const {
+  const std::lock_guard lock(fieldMutex_);
+  return redirected_;
+}
+
+std::string TWConnection::server() const {
+  const std::lock_guard lock(fieldMutex_);
+  return server_;
+}
+
+void TWConnection::setServer(std::string_view server) {
+  const std::lock_guard lock(fieldMutex_);
+  server_ = server;
+}
+
+std::string TWConnection::serviceEndpoint() const {
+  const std::lock_guard lock(fieldMutex_);
+  return serviceEndpoint_;
+}
+
+void TWConnection::setServiceEndpoint(std::string_view serviceEndpoint) {
+  const std::lock_guard lock(fieldMutex_);
+  serviceEndpoint_ = serviceEndpoint;
+}
+
+std::shared_ptr<TWStreamExchange> TWConnection::stream() const {
+  const std::lock_guard lock(fieldMutex_);
+  return stream_;
+}
+
+TWValue TWConnection::user() const {
+  return credentials_ ? TWValue(credentials_->username()) : TWValue();
+}
+
+std::vector<std::shared_ptr<TWConnection>> TWConnection::openConnections() {
+  std::vector<std::shared_ptr<TWConnection>> open;
+  Registry& shared = registry();
+  const std::lock_guard lock(shared.mutex);
+  for (const std::weak_ptr<TWConnection>& noted : shared.connections) {
+    if (std::shared_ptr<TWConnection> connection = noted.lock();
+        connection && !connection->closed_) {
+      open.push_back(std::move(connection));
+    }
+  }
+  return open;
+}
+
+void TWConnection::recordConnectionOpened(const std::shared_ptr<TWConnection>& connection) {
+  Registry& shared = registry();
+  const std::lock_guard lock(shared.mutex);
+  std::erase_if(shared.connections, [](const auto& noted) { return noted.expired(); });
+  shared.connections.push_back(connection);
+}
+
+}  // namespace tarnwell

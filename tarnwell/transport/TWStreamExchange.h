@@ -1,0 +1,50 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "tarnwell/transport/TWHeaders.h"
+#include "tarnwell/util/TWValue.h"
+
+namespace tarnwell {
+
+class TWCredentials;
+struct TWConnectionOptions;
+
+/// A request made ready: everything that goes over the wire but the login.
+struct TWHTTPRequest {
+  std::string url;
+  std::string method;
+  /// Complete, a bearer token included.
+  TWHeaders headers;
+  std::optional<TWData> body;
+};
+
+/// A long-lived exchange: one request whose answer stays open while the server has more to say. It
+/// decides by itself when it has heard enough.
+///
+/// A connection makes one for each streaming request, waits for it and drops it.
+class TWStreamExchange {
+ public:
+  TWStreamExchange() = default;
+  TWStreamExchange(const TWStreamExchange&) = delete;
+  TWStreamExchange& operator=(const TWStreamExchange&) = delete;
+  virtual ~TWStreamExchange() = default;
+
+  /// Sends the request and blocks until the exchange is over. Absent when nothing was kept; a
+  /// failure of the transport ends the wait with what was collected so far.
+  [[nodiscard]] virtual std::optional<TWData> await() = 0;
+  /// Ends a running `await` at once, from any thread. Does nothing before it.
+  virtual void cancel() = 0;
+  /// Whether to go on when the server's certificate cannot be trusted; false at first.
+  virtual void setAllowInsecureCertificate(bool allow) = 0;
+};
+
+/// Makes the exchange of one streaming request. The credentials may be null.
+using TWStreamFactory = std::function<std::shared_ptr<TWStreamExchange>(
+    std::shared_ptr<TWCredentials> credentials, TWHTTPRequest request,
+    const TWConnectionOptions& options)>;
+
+}  // namespace tarnwell

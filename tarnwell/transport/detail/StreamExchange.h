@@ -1,0 +1,31 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "tarnwell/transport/TWStreamExchange.h"
+#include "tarnwell/transport/detail/HTTPTransfer.h"
+
+namespace tarnwell::detail {
+
+/// The exchange that keeps everything the server sends and is over when the server is done.
+class StreamExchange final : public TWStreamExchange {
+ public:
+  StreamExchange(std::shared_ptr<TWCredentials> credentials, TWHTTPRequest request,
+                 const TWConnectionOptions& options);
+
+  [[nodiscard]] std::optional<TWData> await() override;
+  void cancel() override { transfer_.cancel(); }
+  void setAllowInsecureCertificate(bool allow) override { allowInsecureCertificate_ = allow; }
+
+ private:
+  const std::shared_ptr<TWCredentials> credentials_;
+  const TWHTTPRequest request_;
+  const std::chrono::milliseconds idleLimit_;
+  HTTPTransfer transfer_;
+  std::atomic<bool> allowInsecureCertificate_{false};
+};
+
+}  // namespace tarnwell::detail

@@ -1,0 +1,36 @@
+#include <gmock/gmock.h>
+
+#include "tarnwell/transport/detail/HTTPText.h"
+
+namespace tarnwell::detail {
+namespace {
+
+TEST(HTTPText, HeaderNamesCompareWithoutCase) {
+  EXPECT_TRUE(equalIgnoringCase("Content-Type", "cONTENT-tYPE"));
+  EXPECT_FALSE(equalIgnoringCase("Content-Type", "Content-Typ"));
+  // Only letters fold: "[" and "{" differ by the same bit as letters do.
+  EXPECT_FALSE(equalIgnoringCase("[", "{"));
+}
+
+TEST(HTTPText, TokensHoldNoSeparators) {
+  EXPECT_TRUE(isToken("X-Anchor_Mailbox!"));
+  for (const std::string_view bad : {"", " ", "A B", "A:", "A\r\nB", "\xc3\xa4", "A\tB", "(a)"}) {
+    EXPECT_FALSE(isToken(bad)) << bad;
+  }
+}
+
+TEST(HTTPText, LineBreaksAndNULsLeaveTheLine) {
+  EXPECT_TRUE(staysOnItsLine("text/xml; charset=utf-8"));
+  EXPECT_FALSE(staysOnItsLine("a\rb"));
+  EXPECT_FALSE(staysOnItsLine("a\nb"));
+  EXPECT_FALSE(staysOnItsLine(std::string_view("a\0b", 3)));
+}
+
+TEST(HTTPText, TrimsBlanksAtBothEndsOnly) {
+  EXPECT_EQ(trimmed(" \t a b \r\n"), "a b");
+  EXPECT_EQ(trimmed(" \t "), "");
+  EXPECT_EQ(trimmed(""), "");
+}
+
+}  // namespace
+}  // namespace tarnwell::detail

@@ -1,0 +1,216 @@
+#include <gmock/gmock.h>
+
+#include "tarnwell/transport/TWStreamExchange.h"
+
+#include "tests/transport/ConnectionFixture.h"
+
+namespace tarnwell::test {
+namespace {
+
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+
+constexpr const char* kHead = "HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\n\r\n";
+
+TWResponse streamFrom(TWConnection& connection, const std::string& url) {
+  return connection.post(url, std::nullopt, "<q/>", true);
+}
+
+/// Writes a document, and its end only once the gate is open.
+RawServer::Handler half(Gate& written, Gate& release) {
+  return [&](RawConnection& peer) {
+    if (!peer.readRequest()) return;
+    peer.write(std::string(kHead) + "<events>");
+    written.open();
+    if (release.wait()) peer.write("</events>");
+  };
+}
+
+TEST(TWConnectionStream, RecordHasTheURLTheBytesAndNoResponse) {
+  ScriptedServer server;
+  server.enqueue(ScriptedAnswer::xml("<events/>"));
+  const auto connection = TWConnection::withCredentials(nullptr, false);
+  const TWResponse record = streamFrom(*connection, server.url("/EWS"));
+  EXPECT_EQ(record.url, server.url("/EWS"));
+  EXPECT_FALSE(record.response);
+  EXPECT_THAT(record.error, IsNoError());
+  EXPECT_EQ(text(record.data), "<events/>");
+  EXPECT_TRUE(record.xmlDoc);
+  EXPECT_EQ(record.description(), "[TWResponse] (null)");
+  EXPECT_EQ(server.requests().at(0).body, "<q/>");
+}
+
+TEST(TWConnectionStream, CarriesTheSameHeadersAsAnyRequest) {
+  ScriptedServer server;
+  const auto connection = TWConnection::withCredentials(withToken("tok"), false);
+  (void)connection->post(server.url("/"), std::nullopt, "<q/>");
+  (void)streamFrom(*connection, server.url("/"));
+  ASSERT_EQ(server.requestCount(), 2U);
+  EXPECT_EQ(server.requests()[0].head, server.requests()[1].head);
+  EXPECT_EQ(server.requests()[1].header("Authorization"), "Bearer tok");
+}
+
+TEST(TWConnectionStream, PasswordIsAskedForAsUsual) {
+  ScriptedServer server;
+  server.enqueue(ScriptedAnswer::challenge({"Basic realm=\"x\""}));
+  server.enqueue(ScriptedAnswer::xml("<events/>"));
+  const auto connection = TWConnection::withCredentials(withPassword("ann", "pw"), false);
+  EXPECT_EQ(text(streamFrom(*connection, server.url("/")).data), "<events/>");
+  EXPECT_EQ(server.requests().at(1).header("Authorization"), "Basic YW5uOnB3");
+}
+
+TEST(TWConnectionStream, IsNotCutByTheRequestLimit) {
+  Gate written;
+  Gate release;
+  RawServer server(half(written, release));
+  const RecordingLog log;
+  constexpr auto kLimit = 50ms;
+  TWConnectionOptions options = withLimit(kLimit);
+  options.resourceLimit = kLimit;
+  const auto connection = TWConnection::withCredentials(nullptr, false, options);
+  const auto begin = std::chrono::steady_clock::now();
+  Running running([&] { return streamFrom(*connection, server.url("/")); });
+  ASSERT_TRUE(written.wait());
+  // Past the limit by far, and still waiting.
+  Gate never;
+  (void)never.wait(kLimit * 4);
+  EXPECT_FALSE(running.isReady());
+  release.open();
+  EXPECT_EQ(text(running.join().data), "<events></events>");
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, kLimit * 4);
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("[(null)][Connection] Request took: ")));
+}
+
+TEST(TWConnectionStream, EndsWhenTheServerFallsSilent) {
+  Gate written;
+  Gate never;
+  RawServer server([&](RawConnection& peer) {
+    (void)peer.readRequest();
+    peer.write(std::string(kHead) + "<events>");
+    peer.waitForClose();
+  });
+  TWConnectionOptions options;
+  options.streamIdleLimit = 100ms;
+  const auto connection = TWConnection::withCredentials(nullptr, false, options);
+  const TWResponse record = streamFrom(*connection, server.url("/"));
+  EXPECT_EQ(text(record.data), "<events>") << "what was collected so far";
+  EXPECT_FALSE(record.xmlDoc);
+  EXPECT_THAT(record.error, IsNoError());
+}
+
+TEST(TWConnectionStream, CancelEndsItAtOnce) {
+  Gate written;
+  Gate release;
+  RawServer server(half(written, release));
+  const auto connection = TWConnection::withCredentials(nullptr, false);
+  Running running([&] { return streamFrom(*connection, server.url("/")); });
+  ASSERT_TRUE(written.wait());
+  EXPECT_NE(connection->stream(), nullptr) << "kept while it lasts";
+  const auto begin = std::chrono::steady_clock::now();
+  connection->cancel();
+  const TWResponse record = running.join();
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, kAtOnce);
+  EXPECT_FALSE(record.response);
+  EXPECT_EQ(connection->stream(), nullptr) << "and dropped afterwards";
+  release.open();
+}
+
+TEST(TWConnectionStream, HoldsTheConnectionForItsWholeLife) {
+  Gate written;
+  Gate release;
+  RawServer server(half(written, release));
+  ScriptedServer other;
+  const auto connection = TWConnection::withCredentials(nullptr, false);
+  Running streaming([&] { return streamFrom(*connection, server.url("/")); });
+  ASSERT_TRUE(written.wait());
+  Running ordinary([&] { return connection->get(other.url("/")); });
+  EXPECT_EQ(other.requestCount(), 0U);
+  EXPECT_FALSE(ordinary.isReady());
+  release.open();
+  EXPECT_EQ(text(streaming.join().data), "<events></events>");
+  EXPECT_EQ(status(ordinary.join()), 200);
+}
+
+TEST(TWConnectionStream, FailureGivesARecordWithoutData) {
+  const auto connection = TWConnection::withCredentials(nullptr, false);
+  for (const char* url : {"http://127.0.0.1:1/", "not a url"}) {
+    const TWResponse record = streamFrom(*connection, url);
+    EXPECT_EQ(record.url, url);
+    EXPECT_FALSE(record.response);
+    EXPECT_THAT(record.data, IsEmpty());
+  }
+}
+
+TEST(TWConnectionStream, TakesOverWhetherInsecureCertificatesAreAllowed) {
+  ScriptedServer::Options tls;
+  tls.certificate = TestCertificates::shared().selfSigned();
+  ScriptedServer server([](const ScriptedRequest&) { return ScriptedAnswer::xml("<events/>"); },
+                        tls);
+  const auto connection = TWConnection::withCredentials(nullptr, false);
+  EXPECT_THAT(streamFrom(*connection, server.url("/")).data, IsEmpty());
+  EXPECT_EQ(server.requestCount(), 0U);
+  connection->setAllowInsecureCertificate(true);
+  EXPECT_EQ(text(streamFrom(*connection, server.url("/")).data), "<events/>");
+}
+
+/// Notes what it is given and done with.
+class FakeExchange final : public TWStreamExchange {
+ public:
+  std::optional<TWData> await() override {
+    awaited.open();
+    return released.wait() ? result : std::nullopt;
+  }
+  void cancel() override { released.open(); }
+  void setAllowInsecureCertificate(bool allow) override { allowed = allow; }
+
+  Gate awaited;
+  Gate released;
+  bool allowed = false;
+  std::optional<TWData> result;
+};
+
+TEST(TWConnectionStream, ExchangeMayBeReplaced) {
+  const auto exchange = std::make_shared<FakeExchange>();
+  exchange->result = bytes("<fake/>");
+  const auto credentials = withToken("tok");
+  TWConnectionOptions options;
+  options.caFile = "authorities.pem";
+  TWHTTPRequest seen;
+  options.makeStream = [&](std::shared_ptr<TWCredentials> given, TWHTTPRequest request,
+                           const TWConnectionOptions& with) {
+    EXPECT_EQ(given, credentials);
+    EXPECT_EQ(with.caFile, "authorities.pem");
+    seen = std::move(request);
+    return exchange;
+  };
+  const auto connection = TWConnection::withCredentials(credentials, false, options);
+  connection->setAllowInsecureCertificate(true);
+  Running running([&] { return streamFrom(*connection, "https://mail.example/EWS"); });
+  ASSERT_TRUE(exchange->awaited.wait());
+  EXPECT_EQ(connection->stream(), exchange);
+  connection->cancel();
+  EXPECT_EQ(text(running.join().data), "<fake/>");
+  EXPECT_EQ(connection->stream(), nullptr);
+  EXPECT_TRUE(exchange->allowed);
+  EXPECT_EQ(seen.url, "https://mail.example/EWS");
+  EXPECT_EQ(seen.method, "POST");
+  ASSERT_TRUE(seen.body);
+  EXPECT_EQ(text(*seen.body), "<q/>");
+  EXPECT_THAT(seen.headers, ElementsAre(Pair("Content-Type", "text/xml; charset=utf-8"),
+                                        Pair("Accept-Encoding", "compress, gzip"),
+                                        Pair("Authorization", "Bearer tok")));
+}
+
+TEST(TWConnectionStream, RefusedRedirectOfAnEarlierRequestIsNoMatterOfStreams) {
+  ScriptedServer server;
+  server.enqueue(ScriptedAnswer::redirect(302, "/other"));
+  const auto connection = TWConnection::withCredentials(nullptr, false);
+  (void)connection->get(server.url("/"));
+  EXPECT_THAT(streamFrom(*connection, server.url("/")).error, IsNoError());
+}
+
+}  // namespace
+}  // namespace tarnwell::test
