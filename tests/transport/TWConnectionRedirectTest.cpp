@@ -225,6 +225,35 @@ TEST_P(TWConnectionSecretsOnRedirect, StayWithTheFirstHost) {
 INSTANTIATE_TEST_SUITE_P(Targets, TWConnectionSecretsOnRedirect,
                          ::testing::Values("host", "port", "scheme"));
 
+TEST(TWConnectionRedirect, PasswordIsNotWrittenIntoURLs) {
+  for (const bool follows : {false, true}) {
+    ScriptedServer server;
+    server.enqueue(ScriptedAnswer::challenge({"Basic realm=\"x\""}));
+    server.enqueue(ScriptedAnswer::redirect(302, "other"));
+    const auto connection = TWConnection::withCredentials(withPassword(), follows);
+    const TWResponse record = connection->get(server.url("/EWS/a"));
+    EXPECT_EQ(record.url, server.url(follows ? "/EWS/other" : "/EWS/a"));
+    EXPECT_EQ(record.redirectUrl, follows ? "" : server.url("/EWS/other"));
+  }
+}
+
+TEST(TWConnectionRedirect, TargetThatCannotBeFollowedIsReportedAsFarAsItGoes) {
+  const std::pair<const char*, const char*> cases[] = {{"http://", "http://"},
+                                                       {"file:///etc/passwd", "file:///etc/passwd"},
+                                                       {"ftp://h/x", "ftp://h/x"}};
+  for (const auto& [location, target] : cases) {
+    ScriptedServer server;
+    server.enqueue(ScriptedAnswer::redirect(302, location));
+    EXPECT_THAT(refusing()->get(server.url("/")).error, IsRefusedRedirect(target));
+  }
+}
+
+TEST(TWConnectionRedirect, EmptyTargetIsNone) {
+  ScriptedServer server;
+  server.enqueue(ScriptedAnswer::redirect(302, ""));
+  EXPECT_THAT(refusing()->get(server.url("/")).error, IsNoError());
+}
+
 TEST(TWConnectionRedirect, SameHostStillGetsTheToken) {
   ScriptedServer server;
   server.enqueue(ScriptedAnswer::redirect(302, "/other"));

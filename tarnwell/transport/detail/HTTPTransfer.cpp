@@ -165,6 +165,36 @@ const char* effectiveURL(CURL* easy) {
   return curl_easy_getinfo(easy, CURLINFO_EFFECTIVE_URL, &url) == CURLE_OK && url ? url : "";
 }
 
+/// The transfer library writes the user name and the password of a request into the URLs that
+/// redirects lead to; they are taken out before anybody sees them.
+std::string withoutLogin(const char* address) {
+  const URL url(curl_url());
+  char* part = nullptr;
+  if (!url || curl_url_set(url.get(), CURLUPART_URL, address, 0) != CURLUE_OK ||
+      curl_url_set(url.get(), CURLUPART_USER, nullptr, 0) != CURLUE_OK ||
+      curl_url_set(url.get(), CURLUPART_PASSWORD, nullptr, 0) != CURLUE_OK ||
+      curl_url_get(url.get(), CURLUPART_URL, &part, 0) != CURLUE_OK) {
+    return {};
+  }
+  const URLPart owned(part);
+  return part;
+}
+
+/// The absolute URL of a Location field. The transfer library has one, too, but with the user name
+/// and the password of the request written into it.
+std::string resolve(const std::string& base, const std::string& location) {
+  constexpr unsigned kLenient = CURLU_NON_SUPPORT_SCHEME | CURLU_ALLOW_SPACE | CURLU_URLENCODE;
+  const URL url(curl_url());
+  char* part = nullptr;
+  if (!url || curl_url_set(url.get(), CURLUPART_URL, base.c_str(), 0) != CURLUE_OK ||
+      curl_url_set(url.get(), CURLUPART_URL, location.c_str(), kLenient) != CURLUE_OK ||
+      curl_url_get(url.get(), CURLUPART_URL, &part, CURLU_NON_SUPPORT_SCHEME) != CURLUE_OK) {
+    return location;
+  }
+  const URLPart owned(part);
+  return part;
+}
+
 bool usesTLS(std::string_view url) { return equalIgnoringCase(url.substr(0, 6), "https:"); }
 
 /// The milliseconds until then, rounded up so that waking up early does not spin.
@@ -537,13 +567,11 @@ HTTPResult HTTPTransfer::perform(const HTTPRequest& request) {
       const std::lock_guard lock(engine.mutex);
       engine.running = false;
     }
-    if (const std::string_view url = effectiveURL(engine.easy.get()); !url.empty())
-      result.url = url;
-    const char* target = nullptr;
-    if (!request.followsRedirects &&
-        curl_easy_getinfo(engine.easy.get(), CURLINFO_REDIRECT_URL, &target) == CURLE_OK &&
-        target) {
-      result.redirectTarget = target;
+    std::string answered = withoutLogin(effectiveURL(engine.easy.get()));
+    if (!answered.empty()) result.url = std::move(answered);
+    if (!request.followsRedirects && result.response && result.response->statusCode / 100 == 3) {
+      const std::string location = result.response->header("Location").value_or("");
+      if (!location.empty()) result.redirectTarget = resolve(result.url, location);
     }
   }
   engine.request = nullptr;
