@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 
 #include "tarnwell/transport/TWConnection.h"
-#include "tarnwell/transport/TWTransport.h"
 
 #include "tests/transport/ConnectionFixture.h"
 
@@ -35,7 +34,7 @@ TEST(TWConnection, NewConnectionHasSentNothingAndKnowsNothing) {
   EXPECT_FALSE(connection->allowInsecureCertificate());
   EXPECT_FALSE(connection->hasInsecureCertificate());
   EXPECT_EQ(connection->redirected(), std::nullopt);
-  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::none);
+  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType{0});
   EXPECT_EQ(connection->stream(), nullptr);
   EXPECT_EQ(server.connectionCount(), 0);
   EXPECT_FALSE(TWConnection::withCredentials(credentials, false)->allowsRedirects());
@@ -221,13 +220,13 @@ TEST(TWConnection, CookiesStayWithTheConnectionThatGotThem) {
 TEST(TWConnection, ChangesOfTheSchemeAreLoggedOnce) {
   const RecordingLog log;
   const auto connection = TWConnection::withCredentials(withPassword("u"), false);
-  connection->setLastUsedAuthType(TWAuthType::none);
-  connection->setLastUsedAuthType(TWAuthType::basic);
-  connection->setLastUsedAuthType(TWAuthType::basic);
-  connection->setLastUsedAuthType(TWAuthType::digest);
+  connection->setLastUsedAuthType(TWAuthType{0});
+  connection->setLastUsedAuthType(TWAuthType{1});
+  connection->setLastUsedAuthType(TWAuthType{1});
+  connection->setLastUsedAuthType(TWAuthType{3});
   EXPECT_THAT(log.lines(), ElementsAre("[u] Using auth type: 1", "[u] Using auth type: 3"));
   EXPECT_THAT(log.debugLines(), ElementsAre());
-  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::digest);
+  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType{3});
 }
 
 TEST(TWConnection, FieldsMayBeReadDuringARequest) {
