@@ -5,8 +5,8 @@
 
 #include "tarnwell/protocol/TWCredentials.h"
 #include "tarnwell/services/TWErrors.h"
+#include "tarnwell/transport/TWTransport.h"
 #include "tarnwell/transport/detail/ConnectionParts.h"
-#include "tarnwell/transport/detail/DefaultHeaders.h"
 #include "tarnwell/transport/detail/HTTPText.h"
 #include "tarnwell/transport/detail/HTTPTransfer.h"
 #include "tarnwell/transport/detail/StreamExchange.h"
@@ -83,7 +83,7 @@ TWResponse TWConnection::fetch(std::string_view url, std::string_view method,
 TWHTTPRequest TWConnection::makeRequest(std::string_view url, std::string_view method,
                                         const std::optional<TWHeaders>& headers) const {
   TWHTTPRequest request{std::string(url), std::string(method),
-                        headers ? *headers : detail::defaultHeaders(), std::nullopt};
+                        headers ? *headers : TWTransport::defaultHeaders(), std::nullopt};
   if (credentials_ && credentials_->useOAuth2()) {
     std::erase_if(request.headers, [](const auto& field) {
       return detail::equalIgnoringCase(field.first, "Authorization");

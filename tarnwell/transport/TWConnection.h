@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tarnwell/transport/TWAuthType.h"
 #include "tarnwell/transport/TWHeaders.h"
 #include "tarnwell/transport/TWResponse.h"
 #include "tarnwell/transport/TWStreamExchange.h"
@@ -18,7 +19,6 @@
 namespace tarnwell {
 
 class TWCredentials;
-enum class TWAuthType : std::int64_t;
 namespace detail {
 class HTTPTransfer;
 struct HTTPRequest;

@@ -6,7 +6,7 @@
 
 #include "tarnwell/util/TWLogger.h"
 
-#include "tests/support/RecordingLogger.h"
+#include "tests/support/RecordingLog.h"
 
 namespace tarnwell {
 namespace {
@@ -34,11 +34,11 @@ TEST_F(TWLoggerTest, IsOneSharedInstanceForAllThreads) {
 }
 
 TEST_F(TWLoggerTest, LogGoesToDebugAndRlogToRelease) {
-  const test::LogCapture capture;
+  const test::RecordingLog log;
   TWLogger::logger().log("[%@] a", {"ann"});
   TWLogger::logger().rlog("[%@] b %lu", {"ann", 2});
-  EXPECT_EQ(capture.debugLines(), Lines{"[ann] a"});
-  EXPECT_EQ(capture.releaseLines(), Lines{"[ann] b 2"});
+  EXPECT_EQ(log.debugLines(), Lines{"[ann] a"});
+  EXPECT_EQ(log.lines(), Lines{"[ann] b 2"});
 }
 
 TEST_F(TWLoggerTest, HoldsItsDelegateStrongly) {
@@ -47,7 +47,7 @@ TEST_F(TWLoggerTest, HoldsItsDelegateStrongly) {
   TWLogger::logger().setDelegate(std::move(recorder));
   TWLogger::logger().rlog("x");
   ASSERT_FALSE(weak.expired());
-  EXPECT_EQ(weak.lock()->releaseLines(), Lines{"x"});
+  EXPECT_EQ(weak.lock()->lines(), Lines{"x"});
   TWLogger::logger().setDelegate(nullptr);
   EXPECT_TRUE(weak.expired());
 }
@@ -61,19 +61,19 @@ TEST_F(TWLoggerTest, WithoutADelegateBothWriteToTheSystemLogAndTheTextIsNoFormat
 
 TEST_F(TWLoggerTest, WithADelegateNothingGoesToTheSystemLog) {
   testing::internal::CaptureStderr();
-  const test::LogCapture capture;
+  const test::RecordingLog log;
   TWLogger::logger().log("a");
   TWLogger::logger().rlog("b");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(TWLoggerTest, RemovingTheDelegateReturnsToTheSystemLog) {
-  const test::LogCapture capture;
+  const test::RecordingLog log;
   TWLogger::logger().setDelegate(nullptr);
   testing::internal::CaptureStderr();
   TWLogger::logger().rlog("b");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "b\n");
-  EXPECT_EQ(capture.releaseLines(), Lines{});
+  EXPECT_EQ(log.lines(), Lines{});
 }
 
 class Replacing : public TWLoggerDelegate {
@@ -104,8 +104,8 @@ class LoggingInItsDestructor : public TWLoggerDelegate {
 
 TEST_F(TWLoggerTest, ADelegateMayLogWhileItIsReplaced) {
   TWLogger::logger().setDelegate(std::make_shared<LoggingInItsDestructor>());
-  const test::LogCapture capture;
-  EXPECT_EQ(capture.releaseLines(), Lines{"bye"});
+  const test::RecordingLog log;
+  EXPECT_EQ(log.lines(), Lines{"bye"});
 }
 
 class Throwing : public TWLoggerDelegate {
@@ -131,7 +131,7 @@ TEST_F(TWLoggerTest, ThreadsMayLogWhileTheDelegateIsReplaced) {
     });
   for (int i = 0; i < 200; ++i) TWLogger::logger().setDelegate(i % 2 != 0 ? first : second);
   for (auto& thread : threads) thread.join();
-  EXPECT_EQ(first->releaseLines().size() + second->releaseLines().size(), 800U);
+  EXPECT_EQ(first->lines().size() + second->lines().size(), 800U);
 }
 
 }  // namespace
