@@ -115,8 +115,9 @@ NKXMLNode NKXMLNode::textWithStringValue(std::string_view stringValue) {
 
 NKXMLNode NKXMLNode::copy() const {
   if (!*this) return {};
-  auto result = XMLAccess::adopt<NKXMLNode>(detail::copyTree(nodeOf(*this)));
-  auto* node = nodeOf(result);
+  auto* node = detail::copyTree(nodeOf(*this));
+  if (node == nullptr) return {};
+  auto result = XMLAccess::adopt<NKXMLNode>(node);
   // The namespace of a lone attribute belongs to the other group.
   if (node->type == XML_ATTRIBUTE_NODE && node->ns != nullptr) {
     const auto* ns = std::exchange(node->ns, nullptr);

@@ -222,6 +222,7 @@ class NKXMLNode {
     std::swap(node_, other.node_);
     std::swap(arena_, other.arena_);
   }
+  friend void swap(NKXMLNode& a, NKXMLNode& b) noexcept { a.swap(b); }
 
   /// This thread's last parser error: its code, and its message under "d". "No error" when there
   /// was none, or when a parse has succeeded since.

@@ -44,7 +44,8 @@ std::string positionOf(const xmlNode* node, const std::string& step) {
   return before == 0 && !after ? std::string() : "[" + std::to_string(before + 1) + "]";
 }
 
-/// While it is alive, a free tree is in a document, since absolute paths start at one.
+/// While it is alive, a free tree is in a document, since absolute paths start at one. Errors come
+/// through the handler of the thread: one that is set on the context is given no message.
 class Evaluation {
  public:
   explicit Evaluation(xmlNode* from) : top_(topOf(from)) {
@@ -62,7 +63,6 @@ class Evaluation {
     context_ = xmlXPathNewContext(doc_);
     if (context_ == nullptr) return;
     context_->node = from;
-    context_->error = keepXMLError;
     auto* element = from->type == XML_ATTRIBUTE_NODE ? from->parent : from;
     if (element != nullptr) namespaces_ = xmlGetNsList(doc_, element);
     context_->namespaces = namespaces_;

@@ -17,11 +17,9 @@ namespace tarnwell::detail {
 [[nodiscard]] inline const xmlChar* xmlText(const char* text) noexcept {
   return reinterpret_cast<const xmlChar*>(text);
 }
-/// Comparing without measuring the libxml2 text first.
+/// Null equals nothing, not even the empty text.
 [[nodiscard]] inline bool equals(const xmlChar* text, std::string_view other) noexcept {
-  const auto* chars = reinterpret_cast<const char*>(text);
-  return chars != nullptr && std::strncmp(chars, other.data(), other.size()) == 0 &&
-         chars[other.size()] == '\0';
+  return text != nullptr && view(text) == other;
 }
 
 /// Without surrounding white space, in the sense of XML.

@@ -101,6 +101,12 @@ xmlNode* copyBranch(const xmlNode* source, xmlDoc* doc) {
   return top;
 }
 
+/// The document type by itself; what it declared is not needed after parsing.
+xmlNode* copyType(const xmlNode* source) {
+  const auto* dtd = reinterpret_cast<const xmlDtd*>(source);
+  return asNode(required(xmlNewDtd(nullptr, dtd->name, dtd->ExternalID, dtd->SystemID)));
+}
+
 xmlNode* copyDocument(const xmlDoc* source) {
   auto* copy = required(xmlNewDoc(source->version));
   copy->encoding = required(xmlStrdup(xmlText("UTF-8")));
@@ -108,8 +114,7 @@ xmlNode* copyDocument(const xmlDoc* source) {
   for (const auto* child = source->children; child != nullptr; child = child->next) {
     xmlNode* node = nullptr;
     if (child->type == XML_DTD_NODE) {
-      const auto* dtd = reinterpret_cast<const xmlDtd*>(child);
-      node = asNode(required(xmlNewDtd(nullptr, dtd->name, dtd->ExternalID, dtd->SystemID)));
+      node = copyType(child);
       copy->intSubset = reinterpret_cast<xmlDtd*>(node);
       node->doc = copy;
     } else {
@@ -228,6 +233,8 @@ xmlNode* copyTree(xmlNode* source) {
       auto* copy = copyAttribute(asAttr(source), freeDocument());
       return asNode(copy);
     }
+    case XML_DTD_NODE:
+      return copyType(source);
     default:
       return copyBranch(source, freeDocument());
   }

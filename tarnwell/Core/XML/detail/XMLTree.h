@@ -47,7 +47,7 @@ void initXML() noexcept;
 [[nodiscard]] xmlNode* newProcessingInstruction(std::string_view target, std::string_view text);
 [[nodiscard]] xmlAttr* newAttribute(xmlDoc* doc, std::string_view name, std::string_view value);
 [[nodiscard]] xmlNs* newNamespace(std::string_view prefix, std::string_view URI);
-/// A deep copy in which every used namespace is declared.
+/// A deep copy in which every used namespace is declared; null for parts of a document type.
 [[nodiscard]] xmlNode* copyTree(xmlNode* source);
 
 // Places.

@@ -1,0 +1,149 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tarnwell/Core/XML/NKXMLDocument.h"
+#include "tarnwell/util/TWDictionary.h"
+
+namespace tarnwell {
+namespace {
+
+std::vector<std::uint8_t> bytes(std::string_view text) { return {text.begin(), text.end()}; }
+
+std::vector<std::uint8_t> utf16(std::string_view ascii) {
+  std::vector<std::uint8_t> result{0xFF, 0xFE};
+  for (const char c : ascii) {
+    result.push_back(static_cast<std::uint8_t>(c));
+    result.push_back(0);
+  }
+  return result;
+}
+
+TEST(NKXMLDocument, WithDataParsesTheEncodingsThatTheBytesName) {
+  const auto plain = NKXMLDocument::withData(bytes("<a>\xC3\xA9</a>"));
+  EXPECT_EQ(plain.rootElement().stringValue(), "\xC3\xA9");
+  const auto latin = NKXMLDocument::withData(
+      bytes("<?xml version='1.0' encoding='ISO-8859-1'?><a b='\xE9'>\xE9</a>"));
+  EXPECT_EQ(latin.rootElement().stringValue(), "\xC3\xA9");
+  EXPECT_EQ(latin.rootElement().XMLString(), "<a b=\"\xC3\xA9\">\xC3\xA9</a>");
+  const auto wide = NKXMLDocument::withData(utf16("<a>wide</a>"));
+  EXPECT_EQ(wide.rootElement().stringValue(), "wide");
+  const auto marked = NKXMLDocument::withData(bytes("\xEF\xBB\xBF<a>x</a>"));
+  EXPECT_EQ(marked.rootElement().stringValue(), "x");
+}
+
+TEST(NKXMLDocument, WithXMLStringReadsUTF8WhateverTheDeclarationSays) {
+  for (const auto* encoding : {"ISO-8859-1", "UTF-16", "US-ASCII", "UTF-8", "no-such-encoding"}) {
+    const auto document = NKXMLDocument::withXMLString(
+        "<?xml version='1.0' encoding='" + std::string(encoding) + "'?><a>\xC3\xA9</a>");
+    EXPECT_EQ(document.rootElement().stringValue(), "\xC3\xA9") << encoding;
+  }
+  EXPECT_EQ(NKXMLDocument::withXMLString("\xEF\xBB\xBF<a>x</a>").rootElement().stringValue(), "x");
+}
+
+TEST(NKXMLDocument, NothingToParseIsCode0) {
+  TWError error;
+  EXPECT_FALSE(NKXMLDocument::withData({}, 0, &error));
+  EXPECT_EQ(error.domain(), NKXMLErrorDomain);
+  EXPECT_EQ(error.code(), 0);
+  EXPECT_TRUE(error.userInfo().empty());
+  error = {};
+  EXPECT_FALSE(NKXMLDocument::withXMLString("", 0, &error));
+  EXPECT_TRUE(error);
+  EXPECT_TRUE(error.is(NKXMLErrorDomain, 0));
+  EXPECT_FALSE(NKXMLDocument::withXMLString(""));
+}
+
+TEST(NKXMLDocument, MalformedInputIsCode1WithoutUserInfo) {
+  testing::internal::CaptureStderr();
+  for (const auto* text :
+       {"<a>", "a", " ", "<a></b>", "<a/>  <b/>", "<a/>x", "<a b=1/>", "<a>&x;</a>",
+        "<a b='1' b='2'/>", "<a>\x01</a>", "<", "<!DOCTYPE a>", "<!--k-->"}) {
+    TWError error;
+    EXPECT_FALSE(NKXMLDocument::withXMLString(text, 0, &error)) << text;
+    EXPECT_EQ(error.domain(), NKXMLErrorDomain);
+    EXPECT_EQ(error.code(), 1);
+    EXPECT_TRUE(error.userInfo().empty());
+    EXPECT_EQ(error.message(), "");
+    error = {};
+    EXPECT_FALSE(NKXMLDocument::withData(bytes(text), 0, &error)) << text;
+    EXPECT_EQ(error.code(), 1);
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(NKXMLDocument, SuccessLeavesTheErrorAlone) {
+  TWError error(NKXMLErrorDomain, 5);
+  EXPECT_TRUE(NKXMLDocument::withXMLString("<a/>", 0, &error));
+  EXPECT_EQ(error.code(), 5);
+}
+
+TEST(NKXMLDocument, BlankTextBetweenElementsIsDropped) {
+  EXPECT_EQ(NKXMLDocument::withXMLString("<a> <b/> \n<c/></a>").rootElement().childCount(), 2U);
+}
+
+TEST(NKXMLDocument, BlanksInTextAndInLeavesStay) {
+  auto root = NKXMLDocument::withXMLString("<a><b>  </b><c> x </c></a>").rootElement();
+  EXPECT_EQ(root.elementForName("b").stringValue(), "  ");
+  EXPECT_EQ(root.elementForName("c").stringValue(), " x ");
+}
+
+TEST(NKXMLDocument, AnUndeclaredPrefixIsPartOfTheName) {
+  auto root = NKXMLDocument::withXMLString("<t:A Id='1' x:y='2'><t:B/></t:A>").rootElement();
+  ASSERT_TRUE(root);
+  EXPECT_EQ(root.name(), "t:A");
+  EXPECT_EQ(root.localName(), "A");
+  EXPECT_EQ(root.prefix(), "t");
+  EXPECT_FALSE(root.URI());
+  EXPECT_EQ(root.attributeForName("Id").stringValue(), "1");
+  EXPECT_EQ(root.attributeForName("x:y").stringValue(), "2");
+  EXPECT_TRUE(root.elementForName("t:B"));
+  EXPECT_EQ(root.XMLString(), "<t:A Id=\"1\" x:y=\"2\"><t:B></t:B></t:A>");
+  EXPECT_FALSE(NKXMLNode::lastError());
+}
+
+TEST(NKXMLDocument, RootElementSkipsWhatComesBefore) {
+  auto document = NKXMLDocument::withXMLString("<!DOCTYPE a SYSTEM 'x'><?p?><!--k--><a/><!--l-->");
+  EXPECT_EQ(document.rootElement().name(), "a");
+  EXPECT_EQ(document.childCount(), 5U);
+}
+
+TEST(NKXMLDocument, ADocumentIsWrittenWithItsDeclaration) {
+  auto document = NKXMLDocument::withXMLString("<a><b/></a>");
+  EXPECT_EQ(document.XMLString(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a><b></b></a>");
+  EXPECT_EQ(document.XMLStringWithOptions(NKXMLNodeCompactEmptyElement),
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a><b/></a>");
+}
+
+TEST(NKXMLDocument, XMLDataIsTheSameTextInBytes) {
+  auto document = NKXMLDocument::withXMLString("<a b='\xC3\xA9'>\xF0\x9F\x98\x80\\N</a>");
+  EXPECT_EQ(document.XMLData(), bytes(document.XMLString()));
+  EXPECT_EQ(document.XMLDataWithOptions(0x4), bytes(document.XMLStringWithOptions(0x4)));
+}
+
+TEST(NKXMLDocument, DetachingItsRootOrTypeLeavesAnEmptyDocument) {
+  auto document = NKXMLDocument::withXMLString("<!DOCTYPE a SYSTEM 'x'><a/>");
+  auto type = document.firstChild();
+  auto root = document.rootElement();
+  EXPECT_EQ(type.name(), "a");
+  EXPECT_FALSE(type.stringValue());
+  type.detach();
+  root.detach();
+  document.detach();
+  EXPECT_EQ(document.childCount(), 0U);
+  EXPECT_FALSE(document.rootElement());
+  EXPECT_FALSE(root.rootDocument());
+  EXPECT_FALSE(type.parent());
+}
+
+TEST(NKXMLDocument, LastErrorTellsTheParsersReason) {
+  EXPECT_FALSE(NKXMLDocument::withXMLString("<a>"));
+  auto error = NKXMLNode::lastError();
+  EXPECT_EQ(error.domain(), NKXMLErrorDomain);
+  EXPECT_EQ(error.code(), 77);
+  EXPECT_EQ(error.message(), "Premature end of data in tag a line 1");
+  EXPECT_TRUE(NKXMLDocument::withXMLString("<a/>"));
+  EXPECT_FALSE(NKXMLNode::lastError());
+}
+
+}  // namespace
+}  // namespace tarnwell

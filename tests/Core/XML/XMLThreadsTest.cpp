@@ -1,0 +1,161 @@
+#include <barrier>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#include <libxml/xmlerror.h>
+
+#include "tarnwell/Core/XML/NKXMLDocument.h"
+#include "tarnwell/Core/XML/NKXMLElement.h"
+
+namespace tarnwell {
+namespace {
+
+void inThreads(int count, const std::function<void(int)>& work) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < count; ++i) threads.emplace_back(work, i);
+  for (auto& thread : threads) thread.join();
+}
+
+TEST(XMLThreads, AThreadWithoutFailuresHasNoLastError) {
+  EXPECT_FALSE(NKXMLDocument::withXMLString("<a>"));
+  inThreads(1, [](int) { EXPECT_FALSE(NKXMLNode::lastError()); });
+  EXPECT_TRUE(NKXMLNode::lastError());
+}
+
+TEST(XMLThreads, ErrorsAreKeptForEachThreadAndNeverPrinted) {
+  testing::internal::CaptureStderr();
+  std::barrier<> failed(3);
+  const std::vector<std::pair<std::string, int>> rows = {
+      {"<a>", 77}, {"<a></b>", 76}, {"<a/><b/>", 5}};
+  inThreads(3, [&](int i) {
+    const auto& [xml, code] = rows[static_cast<std::size_t>(i)];
+    EXPECT_FALSE(NKXMLDocument::withXMLString(xml));
+    failed.arrive_and_wait();
+    const auto error = NKXMLNode::lastError();
+    EXPECT_EQ(error.domain(), NKXMLErrorDomain);
+    EXPECT_EQ(error.code(), code);
+    EXPECT_NE(error.message(), "");
+    EXPECT_FALSE(error.message().ends_with('\n'));
+  });
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(XMLThreads, TreesAreIndependentOfEachOther) {
+  inThreads(4, [](int i) {
+    for (int round = 0; round < 200; ++round) {
+      auto root = NKXMLDocument::withXMLString("<r xmlns='u'><a>text</a><b/></r>").rootElement();
+      auto part = root.elementForName("a");
+      part.detach();
+      auto other = NKXMLElement::withName("o" + std::to_string(i));
+      other.addChild(part);
+      EXPECT_NE(other.copy().XMLString(), "");
+      EXPECT_FALSE(NKXMLDocument::withXMLString("<a>"));
+      EXPECT_FALSE(other.nodesForXPath("//["));
+    }
+  });
+}
+
+TEST(XMLThreads, DetachedPartsOfOneTreeMayGoToDifferentThreads) {
+  std::vector<NKXMLElement> parts;
+  {
+    std::string xml = "<r xmlns:p='u'>";
+    for (int i = 0; i < 4; ++i) xml += "<p:part n='1'><p:a>ab</p:a><p:b>longer text</p:b></p:part>";
+    auto root = NKXMLDocument::withXMLString(xml + "</r>").rootElement();
+    parts = root.elementsForName("p:part");
+    for (auto& part : parts) part.detach();
+  }
+  inThreads(4, [&](int i) {
+    auto part = std::move(parts[static_cast<std::size_t>(i)]);
+    for (int round = 0; round < 200; ++round) {
+      auto child = part.firstChild();
+      child.detach();
+      child.setName("p:renamed");
+      auto holder = NKXMLElement::withName("h");
+      holder.addChild(child);
+      child.detach();
+      part.addChild(child);
+      part.addAttributeWithName("n", std::to_string(round));
+      EXPECT_EQ(part.childCount(), 2U);
+      EXPECT_EQ(part.nodesForXPath("/*/*")->size(), 2U);
+    }
+    EXPECT_NE(part.XMLString(), "");
+  });
+}
+
+TEST(XMLThreads, HandlesAreCopiedAndDroppedOnAnyThread) {
+  auto root = NKXMLElement::withXMLString("<r><a/></r>");
+  inThreads(4, [&](int) {
+    for (int round = 0; round < 1000; ++round) {
+      const NKXMLNode copy = root;
+      EXPECT_TRUE(copy);
+    }
+  });
+}
+
+TEST(XMLThreads, BlankTextIsDroppedWhateverTheProgramDidToTheParsersGlobals) {
+  const int keep = xmlKeepBlanksDefault(1);
+  const int substitute = xmlSubstituteEntitiesDefault(1);
+  const auto count = [] {
+    return NKXMLDocument::withXMLString("<a> <b/> \n<c/></a>").rootElement().childCount();
+  };
+  EXPECT_EQ(count(), 2U);
+  inThreads(1, [&](int) {
+    xmlKeepBlanksDefault(1);
+    EXPECT_EQ(count(), 2U);
+  });
+  xmlKeepBlanksDefault(keep);
+  xmlSubstituteEntitiesDefault(substitute);
+}
+
+TEST(XMLThreads, TheProgramsOwnErrorHandlerStaysInPlace) {
+  struct Host {
+    static void handle(void* context, xmlError*) { ++*static_cast<int*>(context); }
+    static bool parses(const std::string& xml) {
+      auto* doc = xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr, nullptr, 0);
+      xmlFreeDoc(doc);
+      return doc != nullptr;
+    }
+  };
+  int calls = 0;
+  xmlSetStructuredErrorFunc(&calls, Host::handle);
+  EXPECT_FALSE(NKXMLDocument::withXMLString("<a>"));
+  EXPECT_FALSE(NKXMLElement::withName("a").nodesForXPath("//["));
+  static_cast<void>(NKXMLElement::withName("a").XMLString());
+  EXPECT_EQ(calls, 0) << "failures of ours are not the program's";
+  EXPECT_FALSE(Host::parses("<a>"));
+  EXPECT_GT(calls, 0);
+  xmlSetStructuredErrorFunc(nullptr, nullptr);
+}
+
+// Lets allocations of one thread fail, to see a text that cannot be written.
+thread_local bool failAllocations = false;
+void* failingMalloc(std::size_t size) { return failAllocations ? nullptr : std::malloc(size); }
+void* failingRealloc(void* old, std::size_t size) {
+  return failAllocations ? nullptr : std::realloc(old, size);
+}
+
+TEST(XMLThreads, AFailedDumpGivesTheEmptyText) {
+  auto element = NKXMLElement::withName("a", "text");
+  xmlFreeFunc oldFree = nullptr;
+  xmlMallocFunc oldMalloc = nullptr;
+  xmlReallocFunc oldRealloc = nullptr;
+  xmlStrdupFunc oldStrdup = nullptr;
+  xmlMemGet(&oldFree, &oldMalloc, &oldRealloc, &oldStrdup);
+  xmlMemSetup(std::free, failingMalloc, failingRealloc, oldStrdup);
+  testing::internal::CaptureStderr();
+  failAllocations = true;
+  const auto text = element.XMLString();
+  failAllocations = false;
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  xmlMemSetup(oldFree, oldMalloc, oldRealloc, oldStrdup);
+  EXPECT_EQ(text, "");
+  EXPECT_EQ(element.XMLString(), "<a>text</a>");
+}
+
+}  // namespace
+}  // namespace tarnwell
