@@ -47,6 +47,7 @@ ZoneMap zoneMapOf(const NKXMLDocument& document) {
 
 ZoneMapDownload& ZoneMapDownload::shared() {
   // Not destroyed, so that a late call finds it; only stopped, before what was made earlier goes.
+  // That includes the TLS library, which the transfer has set up by then.
   static ZoneMapDownload& downloads = *new ZoneMapDownload;
   struct Stopper {
     ~Stopper() { downloads.stop(); }

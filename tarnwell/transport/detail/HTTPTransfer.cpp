@@ -520,7 +520,11 @@ CURLcode HTTPTransfer::Engine::onTLSContext(CURL* easy, void* context, void* sel
 }
 
 HTTPTransfer::HTTPTransfer(HTTPTransferOptions options)
-    : engine_(std::make_unique<Engine>(std::move(options))) {}
+    : engine_(std::make_unique<Engine>(std::move(options))) {
+  // The TLS library cleans up when the process ends. That it is set up here, and not in the first
+  // request, lets whoever makes the transfer stop its thread before; a failure shows in `perform`.
+  (void)initialiseOnce();
+}
 
 HTTPTransfer::~HTTPTransfer() { engine_->drop(); }
 
