@@ -63,9 +63,9 @@ TEST(TWTransport, SharesItsDefaultHeadersAmongThreads) {
 
 TEST(TWTransport, WithoutAnAccountTheHeaderHoldsOnlyTheVersion) {
   const auto text = TWTransport::wrap(TWUtils::createElement("m:ResolveNames"), "Exchange2010_SP2");
-  EXPECT_THAT(text,
-              test::IsXML(envelopeAround("<t:RequestServerVersion Version=\"Exchange2010_SP2\"/>",
-                                         "<m:ResolveNames/>")));
+  EXPECT_THAT(
+      text, test::EqualsXML(envelopeAround("<t:RequestServerVersion Version=\"Exchange2010_SP2\"/>",
+                                           "<m:ResolveNames/>")));
 }
 
 TEST(TWTransport, ADelegateAccountHasATimeZoneButNoImpersonation) {
@@ -73,7 +73,7 @@ TEST(TWTransport, ADelegateAccountHasATimeZoneButNoImpersonation) {
   const auto text =
       TWTransport::wrap(TWUtils::createElement("m:GetItem"), "Exchange2013", &account);
   EXPECT_THAT(text,
-              test::IsXML(envelopeAround(
+              test::EqualsXML(envelopeAround(
                   "<t:RequestServerVersion Version=\"Exchange2013\"/><t:TimeZoneContext>"
                   "<t:TimeZoneDefinition Id=\"W. Europe Standard Time\"/></t:TimeZoneContext>",
                   "<m:GetItem/>")));
@@ -85,7 +85,7 @@ TEST(TWTransport, AnImpersonatingAccountNamesItsMailboxBetweenVersionAndTimeZone
       TWTransport::wrap(TWUtils::createElement("m:GetItem"), "Exchange2013", &account);
   EXPECT_THAT(
       text,
-      test::IsXML(envelopeAround(
+      test::EqualsXML(envelopeAround(
           "<t:RequestServerVersion Version=\"Exchange2013\"/><t:ExchangeImpersonation>"
           "<t:ConnectingSID><t:PrimarySMTPAddress>a&amp;&lt;b@example.com</t:PrimarySMTPAddress>"
           "</t:ConnectingSID></t:ExchangeImpersonation><t:TimeZoneContext>"
@@ -123,7 +123,7 @@ TEST(TWTransport, ThePayloadIsMovedIntoTheEnvelopeAndCanBeUsedAgainOnceDetached)
   const auto first = TWTransport::wrap(payload, "Exchange2013");
   EXPECT_EQ(payload.parent().name(), "s:Body");
   payload.detach();
-  EXPECT_THAT(TWTransport::wrap(payload, "Exchange2013"), test::IsXML(first));
+  EXPECT_THAT(TWTransport::wrap(payload, "Exchange2013"), test::EqualsXML(first));
 }
 
 TEST(TWTransport, ARecordsOwnErrorIsReportedWhateverItsStatus) {
