@@ -3,7 +3,6 @@
 
 #include <gmock/gmock.h>
 
-
 #include "tests/transport/ConnectionFixture.h"
 
 namespace tarnwell::test {
