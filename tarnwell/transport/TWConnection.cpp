@@ -70,9 +70,8 @@ TWResponse TWConnection::fetch(std::string_view url, std::string_view method,
       record.url = url;
       record.error = TWError(TWHTTPErrorDomain, TWHTTPErrorCancelled, "The connection is closed");
     } else {
-      TWHTTPRequest request = makeRequest(url, method, headers);
-      record = stream ? fetchStream(std::move(request), body) : fetchAnswer(request, body, start);
-      wipeSecrets(request.headers);
+      record = stream ? fetchStream(makeRequest(url, method, headers), body)
+                      : fetchAnswer(makeRequest(url, method, headers), body, start);
     }
     TWLogger::logger().rlog("[%@][Connection] Request took: %.2fs", {user(), secondsSince(start)});
   }
@@ -95,12 +94,11 @@ TWHTTPRequest TWConnection::makeRequest(std::string_view url, std::string_view m
   return request;
 }
 
-TWResponse TWConnection::fetchAnswer(const TWHTTPRequest& request, Body body,
-                                     Clock::time_point start) {
+TWResponse TWConnection::fetchAnswer(TWHTTPRequest request, Body body, Clock::time_point start) {
   detail::HTTPRequest exchange;
-  exchange.url = request.url;
-  exchange.method = request.method;
-  exchange.headers = request.headers;
+  exchange.url = std::move(request.url);
+  exchange.method = std::move(request.method);
+  exchange.headers = std::move(request.headers);
   exchange.body = body;
   exchange.followsRedirects = allowsRedirects_;
   exchange.login = detail::passwordLogin(credentials_.get());

@@ -144,8 +144,7 @@ class TWConnection {
   TWConnection(std::shared_ptr<TWCredentials> credentials, bool allowsRedirects,
                TWConnectionOptions options);
 
-  [[nodiscard]] TWResponse fetchAnswer(const TWHTTPRequest& request, Body body,
-                                       Clock::time_point start);
+  [[nodiscard]] TWResponse fetchAnswer(TWHTTPRequest request, Body body, Clock::time_point start);
   [[nodiscard]] TWResponse fetchStream(TWHTTPRequest request, Body body);
   [[nodiscard]] TWHTTPRequest makeRequest(std::string_view url, std::string_view method,
                                           const std::optional<TWHeaders>& headers) const;

@@ -38,7 +38,7 @@ constexpr long kMostRedirects = 20;
 /// How long to sleep when nothing limits it; waking up for nothing once a minute costs nothing.
 constexpr milliseconds kLongestPoll{60000};
 /// A body is not believed to be longer than this before it has arrived.
-constexpr curl_off_t kMostReserved = 16 * 1024 * 1024;
+constexpr curl_off_t kMostReserved = 0x1000000;  // 16 MiB
 
 template <auto Free>
 struct FreeWith {
