@@ -119,8 +119,8 @@ TWResponse TWConnection::fetchAnswer(TWHTTPRequest request, Body body, Clock::ti
     TWLogger::logger().rlog("[%@][Connection] Cancelled Request after 30 seconds: %.2fs",
                             {user(), secondsSince(start)});
   }
-  for (const detail::AuthScheme scheme : result.schemes) {
-    setLastUsedAuthType(static_cast<TWAuthType>(scheme));
+  for (const TWAuthType scheme : result.schemes) {
+    setLastUsedAuthType(scheme);
   }
 
   TWResponse record;

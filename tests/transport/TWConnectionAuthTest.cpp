@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include "tarnwell/transport/TWAuthType.h"
+
 #include "tests/transport/ConnectionFixture.h"
 
 namespace tarnwell::test {
@@ -42,7 +44,7 @@ TEST(TWConnectionAuth, BasicIsAnsweredWithNameAndPassword) {
   EXPECT_EQ(text(record.data), "<in/>") << "the challenge's page is gone";
   EXPECT_EQ(authorization(server, 1), kBasicAnn);
   EXPECT_EQ(server.requests().at(1).body, "<q/>");
-  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType{1});
+  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::basic);
 
   (void)connection->get(server.url("/"));
   EXPECT_EQ(log.count("[ann] Using auth type: 1"), 1) << "a scheme that stays is not logged again";
@@ -63,7 +65,7 @@ TEST(TWConnectionAuth, DigestIsPreferredToBasic) {
   const auto connection = ann();
   EXPECT_EQ(status(connection->get(server.url("/"))), 200);
   EXPECT_THAT(authorization(server, 1), StartsWith("Digest username=\"ann\""));
-  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType{3});
+  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::digest);
 }
 
 TEST(TWConnectionAuth, NTLMIsPreferredToBasicAndBeginsWithItsFirstMessage) {
@@ -73,7 +75,7 @@ TEST(TWConnectionAuth, NTLMIsPreferredToBasicAndBeginsWithItsFirstMessage) {
   const auto connection = ann();
   (void)connection->get(server.url("/"));
   EXPECT_THAT(authorization(server, 1), StartsWith("NTLM TlRMTVNTUAAB"));
-  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType{2});
+  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::ntlm);
 }
 
 TEST(TWConnectionAuth, NegotiateIsDeclinedForAnotherScheme) {
@@ -89,7 +91,7 @@ TEST(TWConnectionAuth, NegotiateAloneIsNotAnswered) {
   const auto connection = ann();
   EXPECT_EQ(status(connection->get(server.url("/"))), 401);
   EXPECT_EQ(server.requestCount(), 1U);
-  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType{0});
+  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::none);
 }
 
 TEST(TWConnectionAuth, RefusedPasswordIsNotTriedAgain) {
@@ -136,7 +138,7 @@ TEST(TWConnectionAuth, WithATokenOtherChallengesAreNotAnswered) {
     EXPECT_EQ(status(record), 401);
     EXPECT_EQ(server.requestCount(), 1U) << challenge;
     EXPECT_EQ(authorization(server, 0), "Bearer tok");
-    EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType{0});
+    EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::none);
   }
 }
 

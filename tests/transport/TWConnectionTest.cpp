@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include "tarnwell/transport/TWAuthType.h"
 #include "tarnwell/transport/TWConnection.h"
 
 #include "tests/transport/ConnectionFixture.h"
@@ -34,7 +35,7 @@ TEST(TWConnection, NewConnectionHasSentNothingAndKnowsNothing) {
   EXPECT_FALSE(connection->allowInsecureCertificate());
   EXPECT_FALSE(connection->hasInsecureCertificate());
   EXPECT_EQ(connection->redirected(), std::nullopt);
-  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType{0});
+  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::none);
   EXPECT_EQ(connection->stream(), nullptr);
   EXPECT_EQ(server.connectionCount(), 0);
   EXPECT_FALSE(TWConnection::withCredentials(credentials, false)->allowsRedirects());
@@ -220,13 +221,13 @@ TEST(TWConnection, CookiesStayWithTheConnectionThatGotThem) {
 TEST(TWConnection, ChangesOfTheSchemeAreLoggedOnce) {
   const RecordingLog log;
   const auto connection = TWConnection::withCredentials(withPassword("u"), false);
-  connection->setLastUsedAuthType(TWAuthType{0});
-  connection->setLastUsedAuthType(TWAuthType{1});
-  connection->setLastUsedAuthType(TWAuthType{1});
-  connection->setLastUsedAuthType(TWAuthType{3});
+  connection->setLastUsedAuthType(TWAuthType::none);
+  connection->setLastUsedAuthType(TWAuthType::basic);
+  connection->setLastUsedAuthType(TWAuthType::basic);
+  connection->setLastUsedAuthType(TWAuthType::digest);
   EXPECT_THAT(log.lines(), ElementsAre("[u] Using auth type: 1", "[u] Using auth type: 3"));
   EXPECT_THAT(log.debugLines(), ElementsAre());
-  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType{3});
+  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::digest);
 }
 
 TEST(TWConnection, FieldsMayBeReadDuringARequest) {

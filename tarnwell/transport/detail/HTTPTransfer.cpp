@@ -238,8 +238,8 @@ struct HTTPTransfer::Engine {
   Easy easy;
   Multi multi;
   std::array<char, CURL_ERROR_SIZE> message{};
-  AuthScheme scheme =
-      AuthScheme::none;  // a connection that is logged in by NTLM sends none any more
+  // Remembered: a connection that is logged in by NTLM sends none any more.
+  TWAuthType scheme = TWAuthType::none;
 
   std::mutex
       mutex;  // guards the two below, and `multi` against being replaced while `cancel` uses it
@@ -311,7 +311,7 @@ void HTTPTransfer::Engine::drop() noexcept {
   // The multi handle's farewell to its connections uses the easy handle's settings.
   multi.reset();
   easy.reset();
-  scheme = AuthScheme::none;
+  scheme = TWAuthType::none;
 }
 
 CURLcode HTTPTransfer::Engine::prepare(const HTTPRequest& wanted) {
@@ -475,11 +475,11 @@ void HTTPTransfer::Engine::noteScheme(std::string_view head) {
     std::string_view value = trimmed(line.substr(kName.size()));
     value = value.substr(0, value.find(' '));
     if (equalIgnoringCase(value, "Basic")) {
-      scheme = AuthScheme::basic;
+      scheme = TWAuthType::basic;
     } else if (equalIgnoringCase(value, "NTLM")) {
-      scheme = AuthScheme::ntlm;
+      scheme = TWAuthType::ntlm;
     } else if (equalIgnoringCase(value, "Digest")) {
-      scheme = AuthScheme::digest;
+      scheme = TWAuthType::digest;
     } else {
       return;
     }
@@ -591,7 +591,7 @@ HTTPResult HTTPTransfer::perform(const HTTPRequest& request) {
   }
   // A server keeps refusing on a connection that once refused an NTLM login, and the connection
   // would be chosen again.
-  if (engine.scheme == AuthScheme::ntlm && result.response && result.response->statusCode == 401) {
+  if (engine.scheme == TWAuthType::ntlm && result.response && result.response->statusCode == 401) {
     engine.drop();
   }
   return result;

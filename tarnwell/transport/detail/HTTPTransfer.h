@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "tarnwell/transport/TWAuthType.h"
 #include "tarnwell/transport/TWHTTPResponse.h"
 #include "tarnwell/transport/TWHeaders.h"
 #include "tarnwell/util/TWError.h"
@@ -26,10 +27,6 @@ struct HTTPTransferOptions {
   /// "host:port:to-host:to-port" each: where to connect instead.
   std::vector<std::string> connectTo;
 };
-
-/// The authentication schemes that a password can answer; the numbers are those of the account's
-/// configuration.
-enum class AuthScheme : std::uint8_t { none = 0, basic = 1, ntlm = 2, digest = 3 };
 
 struct HTTPLogin {
   std::string username;
@@ -73,7 +70,7 @@ struct HTTPResult {
   /// In `TWHTTPErrorDomain`. Any status is a success here.
   TWError error;
   /// The schemes of the credentials that were sent, in order.
-  std::vector<AuthScheme> schemes;
+  std::vector<TWAuthType> schemes;
 };
 
 /// An HTTP client of one request at a time that keeps its connections between requests.
