@@ -7,12 +7,12 @@
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWTransport.h"
 #include "tarnwell/transport/detail/ConnectionParts.h"
-#include "tarnwell/transport/detail/HTTPText.h"
 #include "tarnwell/transport/detail/HTTPTransfer.h"
 #include "tarnwell/transport/detail/StreamExchange.h"
 #include "tarnwell/transport/detail/Wipe.h"
 #include "tarnwell/util/TWDictionary.h"
 #include "tarnwell/util/TWLogger.h"
+#include "tarnwell/util/TWText.h"
 
 namespace tarnwell {
 namespace {
@@ -85,7 +85,7 @@ TWHTTPRequest TWConnection::makeRequest(std::string_view url, std::string_view m
                         headers ? *headers : TWTransport::defaultHeaders(), std::nullopt};
   if (credentials_ && credentials_->useOAuth2()) {
     std::erase_if(request.headers, [](const auto& field) {
-      return detail::equalIgnoringCase(field.first, "Authorization");
+      return equalIgnoringCase(field.first, "Authorization");
     });
     std::string token = credentials_->password();
     request.headers.emplace_back("Authorization", "Bearer " + token);

@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <ostream>
 
-#include "tarnwell/transport/detail/HTTPText.h"
+#include "tarnwell/util/TWText.h"
 
 namespace tarnwell {
 
 std::optional<std::string> TWHTTPResponse::header(std::string_view name) const {
   const auto field = std::find_if(headers.begin(), headers.end(), [&](const auto& candidate) {
-    return detail::equalIgnoringCase(candidate.first, name);
+    return equalIgnoringCase(candidate.first, name);
   });
   if (field == headers.end()) return std::nullopt;
   return field->second;

@@ -72,7 +72,7 @@ TWAuthType TWTransport::authTypeFromResponse(const TWResponse& response, TWError
   if (status != 401)
     return fail({TWErrorCode::ErrorTransport, "Autodiscover response did not 401"});
   for (const auto& [name, value] : response.response->headers) {
-    if (lowercased(name) != "www-authenticate") continue;
+    if (!equalIgnoringCase(name, "www-authenticate")) continue;
     if (const auto type = authTypeOfChallenge(value); type != TWAuthType::none) return type;
   }
   return fail({TWErrorCode::ErrorUnauthorized, "No auth type in autodiscover response headers"});

@@ -23,6 +23,12 @@ TWError::TWError(std::string_view domain, std::int64_t code, TWDictionary userIn
 TWError::TWError(std::string_view domain, std::int64_t code, std::string_view message)
     : TWError(domain, code, TWDictionary{{"d", message}}) {}
 
+TWError::TWError(TWErrorCode code, std::string_view message)
+    : TWError(TWErrorDomain, static_cast<std::int64_t>(code), message) {}
+
+TWError::TWError(TWErrorCode code, TWDictionary userInfo)
+    : TWError(TWErrorDomain, static_cast<std::int64_t>(code), std::move(userInfo)) {}
+
 std::string_view TWError::domain() const noexcept {
   return rep_ ? std::string_view(rep_->domain) : std::string_view();
 }

@@ -5,23 +5,25 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
 namespace tarnwell {
 
 class TWDictionary;
-class TWValue;
+/// Codes of the domain `TWErrorDomain`, one for each row of the catalogue (services/TWErrors.h).
+enum class TWErrorCode : std::int64_t;
 
-/// Domain of every error that is a row of the catalogue (`TWErrorCode`), found here or sent by the server.
+/// Domain of every error that is a row of the catalogue (`TWErrorCode`), found here or sent by the
+/// server.
 inline constexpr std::string_view TWErrorDomain = "org.tarnwell.ews";
 /// Domain of failures of the HTTP layer: time-outs, cancellations, unreachable hosts, refused
-/// certificates. The code is the transfer library's and has nothing to do with the catalogue's numbers.
+/// certificates. The code is the transfer library's and has nothing to do with the catalogue's
+/// numbers.
 inline constexpr std::string_view TWHTTPErrorDomain = "org.tarnwell.http";
 
 /// Why a call failed: a domain, a code within it, and a dictionary of details.
 ///
-/// A default-made error is "no error". Functions that can fail take `TWError* error = nullptr`, answer
-/// an absent result and fill `*error`; on success they leave it untouched.
+/// A default-made error is "no error". Functions that can fail take `TWError* error = nullptr`,
+/// answer an absent result and fill `*error`; on success they leave it untouched.
 ///
 ///     TWError error;
 ///     if (!account->refresh(&error)) std::cerr << error << '\n';
@@ -35,10 +37,9 @@ class TWError {
   TWError(std::string_view domain, std::int64_t code, TWDictionary userInfo);
 
   /// An error of the catalogue with its message (under the user-info key "d").
-  template <class Code>
-    requires std::is_enum_v<Code>
-  TWError(Code code, std::string_view message)
-      : TWError(TWErrorDomain, static_cast<std::int64_t>(code), message) {}
+  TWError(TWErrorCode code, std::string_view message);
+  /// An error of the catalogue with details of its own.
+  TWError(TWErrorCode code, TWDictionary userInfo);
   /// An error with a message under "d".
   TWError(std::string_view domain, std::int64_t code, std::string_view message);
 
@@ -56,9 +57,7 @@ class TWError {
 
   /// Codes mean something only within their domain: `error.is(TWErrorCode::ErrorItemNotFound)` is
   /// false for a transfer failure that happens to have the same number.
-  template <class Code>
-    requires std::is_enum_v<Code>
-  [[nodiscard]] bool is(Code code) const noexcept {
+  [[nodiscard]] bool is(TWErrorCode code) const noexcept {
     return is(TWErrorDomain, static_cast<std::int64_t>(code));
   }
   [[nodiscard]] bool is(std::string_view domain, std::int64_t code) const noexcept {

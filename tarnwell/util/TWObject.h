@@ -29,7 +29,8 @@ class TWObject : public std::enable_shared_from_this<TWObject> {
   /// Equality of identity unless a class says otherwise.
   [[nodiscard]] virtual bool isEqual(const TWObject& other) const { return this == &other; }
   [[nodiscard]] virtual std::size_t hash() const { return std::hash<const TWObject*>{}(this); }
-  /// What `propertiesDescription` lists: every declared property with its value. Secrets are left out.
+  /// What `propertiesDescription` lists: every declared property with its value. Secrets are left
+  /// out.
   [[nodiscard]] virtual TWDictionary declaredProperties() const;
 
   /// A debugging aid: a head line, one line for each declared property, a closing line.
@@ -46,9 +47,10 @@ class TWXMLObject : public TWObject {
   [[nodiscard]] virtual Role role() const = 0;
   /// The XML for a server of that version (null: version unknown); the invalid element and `*error`
   /// when the object cannot be written.
-  [[nodiscard]] virtual NKXMLElement toXML(const TWBuild* version, TWError* error = nullptr) const = 0;
-  /// The text that stands for the object where EWS wants a constant, such as an address for a mailbox.
-  /// Absent for most classes.
+  [[nodiscard]] virtual NKXMLElement toXML(const TWBuild* version,
+                                           TWError* error = nullptr) const = 0;
+  /// The text that stands for the object where EWS wants a constant, such as an address for a
+  /// mailbox. Absent for most classes.
   [[nodiscard]] virtual std::optional<std::string> constantText() const { return std::nullopt; }
 };
 

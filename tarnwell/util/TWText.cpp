@@ -13,17 +13,11 @@ bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 }  // namespace
 
-std::string stringByTrimming(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r\n\f\v";
-  const auto begin = text.find_first_not_of(kBlanks);
-  if (begin == std::string_view::npos) return {};
-  return std::string(text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1));
-}
+std::string stringByTrimming(std::string_view text) { return std::string(trimmed(text)); }
 
 std::string lowercased(std::string_view text) {
   std::string out(text);
-  for (char& c : out)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  for (char& c : out) c = lowercased(c);
   return out;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -8,12 +9,27 @@
 
 namespace tarnwell {
 
-/// A copy without the white space at both ends: blanks, tabs, line ends, form feeds.
+/// The text without the white space at both ends: blanks, tabs, line ends, form feeds. A view of the
+/// same text.
+[[nodiscard]] constexpr std::string_view trimmed(std::string_view text) noexcept {
+  constexpr std::string_view kBlanks = " \t\r\n\f\v";
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+/// The same as a text of its own.
 [[nodiscard]] std::string stringByTrimming(std::string_view text);
 
-/// A copy with A to Z as a to z; other characters stay. For host names and header names, where only
-/// these letters fold.
+/// A to Z become a to z, all else stays, in every locale. For host names, names of header fields and
+/// the like, where only these letters fold.
+[[nodiscard]] constexpr char lowercased(char c) noexcept {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
 [[nodiscard]] std::string lowercased(std::string_view text);
+[[nodiscard]] constexpr bool equalIgnoringCase(std::string_view a, std::string_view b) noexcept {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return lowercased(x) == lowercased(y); });
+}
 
 /// The shortest decimal text that reads back as the same number: "3", "0.1", "1000000000000000".
 /// Numbers from 1e21 up and below 1e-7 have an exponent; what is no number is "NaN", "INF", "-INF".

@@ -7,6 +7,7 @@
 #include <limits>
 #include <ostream>
 
+#include "tarnwell/time/detail/DateTimeText.h"
 #include "tarnwell/util/TWDictionary.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWObject.h"
@@ -19,6 +20,9 @@ template <class... Fs>
 struct Overload : Fs... {
   using Fs::operator()...;
 };
+// Clang 14 does not derive this one by itself.
+template <class... Fs>
+Overload(Fs...) -> Overload<Fs...>;
 
 double shortestDouble(float number) {
   if (!std::isfinite(number)) return number;
@@ -31,23 +35,11 @@ double shortestDouble(float number) {
 
 /// "2020-07-15T10:20:30Z", with milliseconds when there are any; for people, not for the wire.
 std::string utcText(TWInstant date) {
-  const auto day = std::chrono::floor<std::chrono::days>(date);
-  const std::chrono::year_month_day ymd(day);
-  const std::chrono::hh_mm_ss time(date - day);
-  const auto two = [](auto number) {
-    const std::string text = std::to_string(number);
-    return text.size() < 2 ? "0" + text : text;
-  };
-  std::string text = std::to_string(static_cast<int>(ymd.year()));
-  if (text.size() < 4) text.insert(text[0] == '-' ? 1 : 0, 4 - text.size(), '0');
-  text += "-" + two(static_cast<unsigned>(ymd.month())) + "-" +
-          two(static_cast<unsigned>(ymd.day())) + "T" + two(time.hours().count()) + ":" +
-          two(time.minutes().count()) + ":" + two(time.seconds().count());
-  if (const auto ms = time.subseconds().count(); ms != 0) {
-    const std::string digits = std::to_string(1000 + ms);
-    text += "." + digits.substr(1);
-  }
-  return text + "Z";
+  const auto whole = std::chrono::floor<std::chrono::seconds>(date);
+  std::string text = detail::printDateTime(detail::civilTime(whole.time_since_epoch().count()), 0);
+  if (const auto milliseconds = (date - whole).count(); milliseconds != 0)
+    text.insert(text.size() - 1, "." + std::to_string(1000 + milliseconds).substr(1));
+  return text;
 }
 
 std::size_t hashOfInteger(std::int64_t number) { return std::hash<std::int64_t>{}(number); }

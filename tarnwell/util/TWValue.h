@@ -59,12 +59,12 @@ class TWValue {
     timeZone,
     list,
     dictionary,
-    element,     ///< a schema element
+    element,  ///< a schema element
     fieldPath,
     fieldOrder,
-    xml,         ///< an XML element
+    xml,  ///< an XML element
     error,
-    reference,   ///< a weak reference to a model object
+    reference,  ///< a weak reference to a model object
   };
 
   /// Absent.
@@ -75,8 +75,8 @@ class TWValue {
   TWValue(B flag) noexcept : payload_(flag) {}  // NOLINT(google-explicit-constructor)
   /// Any integer. One above the range of 64 signed bits is kept as the nearest `double`.
   template <std::integral I>
-    requires(!std::same_as<I, bool> && !std::same_as<I, char>)
-  TWValue(I number) noexcept {  // NOLINT(google-explicit-constructor)
+  requires(!std::same_as<I, bool> && !std::same_as<I, char>) TWValue(I number)
+  noexcept {  // NOLINT(google-explicit-constructor)
     if (std::in_range<std::int64_t>(number))
       payload_ = static_cast<std::int64_t>(number);
     else
@@ -86,32 +86,32 @@ class TWValue {
   /// The double of the shortest text, so that 0.1f prints "0.1".
   TWValue(float number);  // NOLINT(google-explicit-constructor)
   /// UTF-8 text. A null pointer gives the absent value.
-  TWValue(const char* text);                      // NOLINT(google-explicit-constructor)
-  TWValue(std::string_view text);                 // NOLINT(google-explicit-constructor)
-  TWValue(const std::string& text);               // NOLINT(google-explicit-constructor)
-  TWValue(TWData bytes);                          // NOLINT(google-explicit-constructor)
-  TWValue(TWInstant date) noexcept : payload_(date) {}  // NOLINT(google-explicit-constructor)
+  TWValue(const char* text);                               // NOLINT(google-explicit-constructor)
+  TWValue(std::string_view text);                          // NOLINT(google-explicit-constructor)
+  TWValue(const std::string& text);                        // NOLINT(google-explicit-constructor)
+  TWValue(TWData bytes);                                   // NOLINT(google-explicit-constructor)
+  TWValue(TWInstant date) noexcept : payload_(date) {}     // NOLINT(google-explicit-constructor)
   TWValue(TWTimeZone zone) : payload_(std::move(zone)) {}  // NOLINT(google-explicit-constructor)
-  TWValue(TWList list);                           // NOLINT(google-explicit-constructor)
-  TWValue(TWDictionary dictionary);               // NOLINT(google-explicit-constructor)
+  TWValue(TWList list);                                    // NOLINT(google-explicit-constructor)
+  TWValue(TWDictionary dictionary);                        // NOLINT(google-explicit-constructor)
   /// A schema element, a field path or a field order; a null pointer gives the absent value.
-  TWValue(std::shared_ptr<TWXMLObject> object);   // NOLINT(google-explicit-constructor)
+  TWValue(std::shared_ptr<TWXMLObject> object);  // NOLINT(google-explicit-constructor)
   template <std::derived_from<TWXMLObject> T>
-  TWValue(std::shared_ptr<T> object)              // NOLINT(google-explicit-constructor)
+  TWValue(std::shared_ptr<T> object)  // NOLINT(google-explicit-constructor)
       : TWValue(std::static_pointer_cast<TWXMLObject>(std::move(object))) {}
   /// An XML element; the invalid element gives the absent value.
-  TWValue(NKXMLElement element);                  // NOLINT(google-explicit-constructor)
+  TWValue(NKXMLElement element);  // NOLINT(google-explicit-constructor)
   /// An error, for instance one that caused another; "no error" gives the absent value.
-  TWValue(TWError error);                         // NOLINT(google-explicit-constructor)
+  TWValue(TWError error);  // NOLINT(google-explicit-constructor)
   /// What the optional holds, or the absent value.
   template <class T>
-    requires std::constructible_from<TWValue, const T&>
-  TWValue(const std::optional<T>& value)          // NOLINT(google-explicit-constructor)
+  requires std::constructible_from<TWValue, const T&> TWValue(
+      const std::optional<T>& value)  // NOLINT(google-explicit-constructor)
       : TWValue(value ? TWValue(*value) : TWValue()) {}
   /// A pointer that is none of the above is a mistake, not a flag.
   template <class T>
-    requires(!std::same_as<std::remove_cv_t<T>, char>)
-  TWValue(T*) = delete;
+  requires(!std::same_as<std::remove_cv_t<T>, char>) TWValue(T*)
+  = delete;
 
   /// A list: `TWValue::list({1, "two"})`. (Not a brace list by itself, which would be ambiguous.)
   [[nodiscard]] static TWValue list(std::initializer_list<TWValue> values);
@@ -180,9 +180,10 @@ class TWValue {
     [[nodiscard]] std::string_view view() const noexcept { return {bytes.get(), size}; }
   };
 
-  std::variant<std::monostate, bool, std::int64_t, double, Text, std::shared_ptr<const TWData>, TWInstant,
-               TWTimeZone, std::shared_ptr<const TWList>, std::shared_ptr<const TWDictionary>,
-               std::shared_ptr<TWXMLObject>, NKXMLElement, TWError, std::weak_ptr<TWObject>>
+  std::variant<std::monostate, bool, std::int64_t, double, Text, std::shared_ptr<const TWData>,
+               TWInstant, TWTimeZone, std::shared_ptr<const TWList>,
+               std::shared_ptr<const TWDictionary>, std::shared_ptr<TWXMLObject>, NKXMLElement,
+               TWError, std::weak_ptr<TWObject>>
       payload_;
 };
 

@@ -5,13 +5,6 @@
 namespace tarnwell::detail {
 namespace {
 
-TEST(HTTPText, HeaderNamesCompareWithoutCase) {
-  EXPECT_TRUE(equalIgnoringCase("Content-Type", "cONTENT-tYPE"));
-  EXPECT_FALSE(equalIgnoringCase("Content-Type", "Content-Typ"));
-  // Only letters fold: "[" and "{" differ by the same bit as letters do.
-  EXPECT_FALSE(equalIgnoringCase("[", "{"));
-}
-
 TEST(HTTPText, TokensHoldNoSeparators) {
   EXPECT_TRUE(isToken("X-Anchor_Mailbox!"));
   for (const std::string_view bad : {"", " ", "A B", "A:", "A\r\nB", "\xc3\xa4", "A\tB", "(a)"}) {
@@ -24,12 +17,6 @@ TEST(HTTPText, LineBreaksAndNULsLeaveTheLine) {
   EXPECT_FALSE(staysOnItsLine("a\rb"));
   EXPECT_FALSE(staysOnItsLine("a\nb"));
   EXPECT_FALSE(staysOnItsLine(std::string_view("a\0b", 3)));
-}
-
-TEST(HTTPText, TrimsBlanksAtBothEndsOnly) {
-  EXPECT_EQ(trimmed(" \t a b \r\n"), "a b");
-  EXPECT_EQ(trimmed(" \t "), "");
-  EXPECT_EQ(trimmed(""), "");
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <sstream>
+#include <type_traits>
 
 #include <gtest/gtest.h>
 
@@ -47,6 +48,27 @@ TEST(TWError, CodesAreComparedWithTheirDomain) {
   EXPECT_FALSE(http.is(TWErrorCode::ErrorRedirect));
   EXPECT_TRUE(http.is(TWHTTPErrorDomain, 1));
   EXPECT_FALSE(TWError().is(TWErrorCode::ErrorNone));
+}
+
+enum class Unrelated : std::int64_t { number = 235 };
+
+template <class Code>
+concept TakenForACode = requires(const TWError& error, Code code) {
+  error.is(code);
+};
+
+TEST(TWError, OnlyTheCataloguesOwnCodesAreTakenForCodes) {
+  EXPECT_TRUE(TakenForACode<TWErrorCode>);
+  EXPECT_FALSE(TakenForACode<Unrelated>);
+  EXPECT_FALSE(TakenForACode<int>);
+  EXPECT_FALSE((std::is_constructible_v<TWError, Unrelated, const char*>));
+  EXPECT_FALSE((std::is_constructible_v<TWError, int, const char*>));
+}
+
+TEST(TWError, TakesDetailsInPlaceOfAMessage) {
+  const TWError error(TWErrorCode::ErrorRedirect, TWDictionary{{"url", "http://b/"}});
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorRedirect));
+  EXPECT_EQ(error.userInfo(), (TWDictionary{{"url", "http://b/"}}));
 }
 
 TEST(TWError, HoldsAnErrorThatCausedIt) {

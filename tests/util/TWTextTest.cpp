@@ -13,6 +13,14 @@ TEST(TWText, TrimmingRemovesBlanksAndLineEndsAtBothEnds) {
   EXPECT_EQ(stringByTrimming(" \t\r\n a b \n"), "a b");
   EXPECT_EQ(stringByTrimming(" \n"), "");
   EXPECT_EQ(stringByTrimming(""), "");
+  EXPECT_EQ(trimmed(" \f a b\v"), "a b");
+}
+
+TEST(TWText, NamesCompareWithoutCase) {
+  EXPECT_TRUE(equalIgnoringCase("Content-Type", "cONTENT-tYPE"));
+  EXPECT_FALSE(equalIgnoringCase("Content-Type", "Content-Typ"));
+  // Only letters fold: "[" and "{" differ by the same bit as letters do.
+  EXPECT_FALSE(equalIgnoringCase("[", "{"));
 }
 
 TEST(TWText, LowerCasesOnlyAsciiLetters) { EXPECT_EQ(lowercased("A-Z\xC3\x84z"), "a-z\xC3\x84z"); }

@@ -207,6 +207,11 @@ TEST(TWValue, PrintsDatesInUTC) {
   EXPECT_EQ(TWValue(TWInstant(1594808430000ms)).description(), "2020-07-15T10:20:30Z");
 }
 
+TEST(TWValue, PrintsTheFirstAndTheLastInstant) {
+  EXPECT_EQ(TWValue(TWInstant::min()).description(), "-292275055-05-16T16:47:04.192Z");
+  EXPECT_EQ(TWValue(TWInstant::max()).description(), "292278994-08-17T07:12:55.807Z");
+}
+
 TEST(TWValue, StreamsItsDescription) {
   std::ostringstream out;
   out << TWValue(7) << TWDictionary{{"a", 1}};

@@ -13,6 +13,7 @@
 #include "tarnwell/transport/detail/HTTPText.h"
 #include "tarnwell/transport/detail/PipeSignalGuard.h"
 #include "tarnwell/transport/detail/ServerTrust.h"
+#include "tarnwell/util/TWText.h"
 
 namespace tarnwell::detail {
 namespace {
