@@ -7,6 +7,7 @@
 #include <system_error>
 #include <utility>
 
+#include "tarnwell/transport/detail/HTTPTransfer.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/detail/SystemLog.h"
 
@@ -56,7 +57,8 @@ ZoneMapDownload& ZoneMapDownload::shared() {
   return downloads;
 }
 
-ZoneMapDownload::ZoneMapDownload(ZoneMapLimits limits) : limits_(limits) {}
+ZoneMapDownload::ZoneMapDownload(ZoneMapLimits limits)
+    : limits_(limits), transfer_(std::make_unique<HTTPTransfer>()) {}
 
 ZoneMapDownload::~ZoneMapDownload() { stop(); }
 
@@ -99,7 +101,7 @@ void ZoneMapDownload::stop() noexcept {
   // A request may be about to begin, and to cancel does not touch the next one: hence again and
   // again.
   while (!finished_) {
-    transfer_.cancel();
+    transfer_->cancel();
     changed_.wait_for(lock, std::chrono::milliseconds(10));
   }
   std::thread worker = std::move(worker_);
@@ -146,7 +148,7 @@ std::optional<ZoneMap> ZoneMapDownload::download(const std::string& url) {
     if (!tooLong) text.append(piece.begin(), piece.end());
     return !tooLong;
   };
-  const HTTPResult result = transfer_.perform(request);
+  const HTTPResult result = transfer_->perform(request);
   TWError error = result.error;
   if (tooLong) error = TWError(TWHTTPErrorDomain, kTooLong, "The document is too long");
   if (error) {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -12,9 +13,10 @@
 
 #include "tarnwell/Core/XML/NKXMLDocument.h"
 #include "tarnwell/time/detail/WindowsZones.h"
-#include "tarnwell/transport/detail/HTTPTransfer.h"
 
 namespace tarnwell::detail {
+
+class HTTPTransfer;
 
 /// The address of the table's current edition.
 inline constexpr const char* kZoneMapURL =
@@ -70,7 +72,8 @@ class ZoneMapDownload {
   [[nodiscard]] bool isStopping();
 
   const ZoneMapLimits limits_;
-  HTTPTransfer transfer_;
+  // Declared only: the transport lies above this layer, which includes nothing of it in a header.
+  const std::unique_ptr<HTTPTransfer> transfer_;
   std::mutex mutex_;  // guards all below
   std::condition_variable changed_;
   std::deque<Job> jobs_;
