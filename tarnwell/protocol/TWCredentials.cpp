@@ -74,7 +74,7 @@ std::string TWCredentials::description() const {
   return formatMessage("[%@] %@", {className(), username_});
 }
 
-TWDictionary TWCredentials::declaredProperties() const {
+TWProperties TWCredentials::declaredProperties() const {
   return {{"username", username_},
           {"type", static_cast<std::int64_t>(type_)},
           {"useOAuth2", useOAuth2_},
@@ -106,9 +106,9 @@ bool TWServiceAccount::isEqual(const TWObject& other) const {
   return account != nullptr && hasSameNameAndSecret(*account);
 }
 
-TWDictionary TWServiceAccount::declaredProperties() const {
-  TWDictionary properties = TWCredentials::declaredProperties();
-  properties.set("maxWait", maxWait_);
+TWProperties TWServiceAccount::declaredProperties() const {
+  TWProperties properties = TWCredentials::declaredProperties();
+  properties.emplace_back("maxWait", maxWait_);
   return properties;
 }
 

@@ -54,7 +54,7 @@ class TWCredentials : public TWObject {
   [[nodiscard]] std::string_view className() const override { return "TWCredentials"; }
   /// "[TWCredentials] " and the user name.
   [[nodiscard]] std::string description() const override;
-  [[nodiscard]] TWDictionary declaredProperties() const override;
+  [[nodiscard]] TWProperties declaredProperties() const override;
 
   friend bool operator==(const TWCredentials& a, const TWCredentials& b) { return a.isEqual(b); }
   friend std::ostream& operator<<(std::ostream& stream, const TWCredentials& credentials);
@@ -86,7 +86,7 @@ class TWServiceAccount : public TWCredentials {
 
   [[nodiscard]] bool isEqual(const TWObject& other) const override;
   [[nodiscard]] std::string_view className() const override { return "TWServiceAccount"; }
-  [[nodiscard]] TWDictionary declaredProperties() const override;
+  [[nodiscard]] TWProperties declaredProperties() const override;
 
  private:
   TWServiceAccount(std::string_view username, std::string_view secret, bool useOAuth2,

@@ -1,11 +1,11 @@
 #include "tarnwell/util/TWObject.h"
 
-#include "tarnwell/util/TWDictionary.h"
 #include "tarnwell/util/TWFormat.h"
+#include "tarnwell/util/TWValue.h"
 
 namespace tarnwell {
 
-TWDictionary TWObject::declaredProperties() const { return {}; }
+TWProperties TWObject::declaredProperties() const { return {}; }
 
 std::string TWObject::propertiesDescription() const {
   std::string out = formatMessage("------Properties for [%@]-------\n", {className()});

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "tarnwell/Core/XML/NKXMLElement.h"
 #include "tarnwell/util/TWError.h"
@@ -12,7 +14,10 @@
 namespace tarnwell {
 
 class TWBuild;
-class TWDictionary;
+class TWValue;
+
+/// Names of properties with their values, absent ones included.
+using TWProperties = std::vector<std::pair<std::string, TWValue>>;
 
 /// Base of the model objects that a `TWValue` can hold or refer to. They are shared by reference.
 class TWObject : public std::enable_shared_from_this<TWObject> {
@@ -31,7 +36,7 @@ class TWObject : public std::enable_shared_from_this<TWObject> {
   [[nodiscard]] virtual std::size_t hash() const { return std::hash<const TWObject*>{}(this); }
   /// What `propertiesDescription` lists: every declared property with its value. Secrets are left
   /// out.
-  [[nodiscard]] virtual TWDictionary declaredProperties() const;
+  [[nodiscard]] virtual TWProperties declaredProperties() const;
 
   /// A debugging aid: a head line, one line for each declared property, a closing line.
   [[nodiscard]] std::string propertiesDescription() const;

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cstddef>
 
+#include <unicode/locid.h>
+#include <unicode/unistr.h>
+
 #include "tarnwell/time/TWDateTime.h"
 #include "tarnwell/util/TWObject.h"
 #include "tarnwell/util/TWText.h"
@@ -37,14 +40,22 @@ std::size_t forbiddenLength(std::string_view text) {
   return text.starts_with("\xEF\xBF\xBE") || text.starts_with("\xEF\xBF\xBF") ? 3 : 0;
 }
 
+/// True for what may stand before the first ":" of a URL.
+bool isScheme(std::string_view text) {
+  const auto isLetter = [](char c) { return lowercased(c) >= 'a' && lowercased(c) <= 'z'; };
+  return !text.empty() && isLetter(text[0]) && std::ranges::all_of(text, [&](char c) {
+    return isLetter(c) || (c >= '0' && c <= '9') || c == '+' || c == '.' || c == '-';
+  });
+}
+
 }  // namespace
 
 NKXMLElement TWUtils::createElement(std::string_view name, const TWDictionary& attributes) {
   auto element = NKXMLElement::withName(name);
-  for (const auto& [attribute, value] : attributes) {
-    if (const auto text = value.isText() ? value.asText() : xmlFromValue(value))
-      element.addAttributeWithName(attribute, *text);
-  }
+  for (const auto& [attribute, value] : attributes)
+    element.addAttributeWithName(
+        attribute,
+        value.isText() ? *value.asText() : xmlFromValue(value).value_or(value.description()));
   return element;
 }
 
@@ -153,10 +164,14 @@ TWDictionary TWUtils::parseUrl(std::string_view url) {
   if (std::ranges::any_of(url, [](char c) { return (c >= 0 && c <= ' ') || c == 0x7F; }))
     return parts;
   std::string_view rest = url.substr(0, url.find_first_of("?#"));
-  if (const auto colon = rest.find("://"); colon != std::string_view::npos) {
+  const auto colon = rest.find(':');
+  if (colon != std::string_view::npos && isScheme(rest.substr(0, colon))) {
     // Compared as written: a scheme in capitals does not count.
     parts.set("ssl", rest.substr(0, colon) == "https");
-    rest.remove_prefix(colon + 3);
+    rest.remove_prefix(colon + 1);
+  }
+  if (rest.starts_with("//")) {
+    rest.remove_prefix(2);
     std::string_view authority = rest.substr(0, rest.find('/'));
     rest.remove_prefix(authority.size());
     if (const auto at = authority.rfind('@'); at != std::string_view::npos)
@@ -173,7 +188,10 @@ TWDictionary TWUtils::parseUrl(std::string_view url) {
 std::optional<std::string> TWUtils::getDomain(std::string_view email) {
   const auto at = email.find('@');
   if (at == std::string_view::npos) return std::nullopt;
-  std::string domain = lowercased(email.substr(at + 1));
+  std::string domain;
+  icu::UnicodeString::fromUTF8(icu::StringPiece(email.substr(at + 1)))
+      .toLower(icu::Locale::getRoot())
+      .toUTF8String(domain);
   if (domain == "outlook.com") return "outlook.office365.com";
   return domain;
 }

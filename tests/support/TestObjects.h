@@ -6,8 +6,8 @@
 #include <string_view>
 #include <utility>
 
-#include "tarnwell/util/TWDictionary.h"
 #include "tarnwell/util/TWObject.h"
+#include "tarnwell/util/TWValue.h"
 
 namespace tarnwell::test {
 
@@ -34,11 +34,11 @@ class FakeXMLObject : public TWXMLObject {
     return NKXMLElement::withName(name_);
   }
   [[nodiscard]] std::optional<std::string> constantText() const override { return constant; }
-  [[nodiscard]] TWDictionary declaredProperties() const override { return properties; }
+  [[nodiscard]] TWProperties declaredProperties() const override { return properties; }
 
   TWError failure;
   std::optional<std::string> constant;
-  TWDictionary properties;
+  TWProperties properties;
   mutable const TWBuild* lastVersion = nullptr;
 
  private:

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <stdexcept>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -11,6 +12,7 @@
 #include "tarnwell/transport/TWTransport.h"
 #include "tarnwell/util/TWDictionary.h"
 #include "tarnwell/util/TWFormat.h"
+#include "tarnwell/util/TWLogger.h"
 #include "tarnwell/util/TWUtils.h"
 
 #include "tests/support/ScriptedServer.h"
@@ -267,6 +269,22 @@ TEST(TWTransport, PostsThroughTheSourcesConnection) {
   ASSERT_EQ(server.requests().size(), 1U);
   EXPECT_EQ(server.requests()[0].method, "POST");
   EXPECT_EQ(server.requests()[0].body, "hi");
+}
+
+class ThrowingLogger : public TWLoggerDelegate {
+ public:
+  void debug(const std::string&) override { throw std::runtime_error("debug"); }
+  void release(const std::string&) override { throw std::runtime_error("release"); }
+};
+
+TEST(TWTransport, ALogDelegateThatThrowsDoesNotBreakAPost) {
+  test::ScriptedServer server;
+  server.enqueue(test::ScriptedAnswer::xml("<a/>"));
+  OneConnection source(TWConnection::withCredentials(nullptr, true));
+  TWLogger::logger().setDelegate(std::make_shared<ThrowingLogger>());
+  const auto response = TWTransport::post(&source, server.url("/"), std::nullopt, {});
+  TWLogger::logger().setDelegate(nullptr);
+  EXPECT_TRUE(response.xmlDoc);
 }
 
 TEST(TWTransport, APostThatFailsTellsTheRecordsError) {

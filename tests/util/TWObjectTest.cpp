@@ -11,11 +11,12 @@ using test::FakeXMLObject;
 
 TEST(TWObject, ListsItsDeclaredProperties) {
   const auto object = FakeXMLObject::make();
-  object->properties = {{"username", "ann"}, {"size", 3}};
+  object->properties = {{"username", "ann"}, {"size", 3}, {"parent", TWValue()}};
   EXPECT_EQ(object->propertiesDescription(),
             "------Properties for [FakeXMLObject]-------\n"
             "\t[username]->[ann]\n"
             "\t[size]->[3]\n"
+            "\t[parent]->[(null)]\n"
             "----------------------------------");
 }
 

@@ -42,6 +42,13 @@ TEST_F(TWUtilsTest, CreateElementKeepsTheLiteralNameAndWritesTheAttributes) {
   EXPECT_EQ(element.attributes().size(), 3U);
 }
 
+TEST_F(TWUtilsTest, NoAttributeIsLostWhateverItsValue) {
+  const auto element =
+      TWUtils::createElement("a", {{"x", TWValue::list({1, "b"})}, {"y", TWData{1}}});
+  EXPECT_EQ(element.attributeForName("x").stringValue(), "(1, b)");
+  EXPECT_EQ(element.attributeForName("y").stringValue(), "<1 bytes>");
+}
+
 TEST_F(TWUtilsTest, CreateAndAddFillsTheElementAndAddsItToItsParent) {
   const auto parent = NKXMLElement::withName("t:Parent");
   const auto child = TWUtils::createAndAddElementToParent(parent, "t:Child", "text");
@@ -166,8 +173,9 @@ TEST_F(TWUtilsTest, OtherKindsHaveNoElementText) {
 
 TEST_F(TWUtilsTest, NumbersAreTheSameInEveryLocale) {
   const std::string saved = std::setlocale(LC_ALL, nullptr);
-  // Where the locale is not installed, the C locale stands in and the test still holds.
-  (void)std::setlocale(LC_ALL, "de_DE.UTF-8");
+  const char* const set = std::setlocale(LC_ALL, "de_DE.UTF-8");
+  if (set == nullptr)
+    GTEST_SKIP() << "the locale de_DE.UTF-8, where 2.5 is written 2,5, is not installed";
   EXPECT_EQ(TWUtils::xmlFromValue(2.5), "2.5");
   EXPECT_EQ(TWUtils::valueFromXML("1.5", Kind::real), TWValue(1.5));
   (void)std::setlocale(LC_ALL, saved.c_str());
@@ -257,6 +265,15 @@ TEST_F(TWUtilsTest, ASchemeInCapitalsIsNotSSL) {
   EXPECT_EQ(TWUtils::parseUrl("HTTPS://h/")["server"], TWValue("h"));
 }
 
+TEST_F(TWUtilsTest, TheSchemeEndsAtTheFirstColonAndTheHostNeedsTwoSlashes) {
+  EXPECT_EQ(TWUtils::parseUrl("https:/EWS/x"), (TWDictionary{{"ssl", true}, {"path", "/EWS/x"}}));
+  EXPECT_EQ(TWUtils::parseUrl("https:x"), (TWDictionary{{"ssl", true}, {"path", "x"}}));
+  EXPECT_EQ(TWUtils::parseUrl("//h/x"),
+            (TWDictionary{{"ssl", false}, {"server", "h"}, {"path", "/x"}}));
+  EXPECT_EQ(TWUtils::parseUrl("h/a://b"), (TWDictionary{{"ssl", false}, {"path", "h/a://b"}}));
+  EXPECT_EQ(TWUtils::parseUrl("1s://h"), (TWDictionary{{"ssl", false}, {"path", "1s://h"}}));
+}
+
 TEST_F(TWUtilsTest, WhatIsNoURLHasNoServer) {
   EXPECT_EQ(TWUtils::parseUrl("h/x"), (TWDictionary{{"ssl", false}, {"path", "h/x"}}));
   EXPECT_EQ(TWUtils::parseUrl(""), (TWDictionary{{"ssl", false}}));
@@ -267,6 +284,7 @@ TEST_F(TWUtilsTest, WhatIsNoURLHasNoServer) {
 
 TEST_F(TWUtilsTest, TheDomainIsWhatFollowsTheFirstAtInLowerCase) {
   EXPECT_EQ(TWUtils::getDomain("A@Example.COM"), "example.com");
+  EXPECT_EQ(TWUtils::getDomain("a@M\xC3\x9CNCHEN.DE"), "m\xC3\xBCnchen.de");
   EXPECT_EQ(TWUtils::getDomain("a@b@c"), "b@c");
   EXPECT_EQ(TWUtils::getDomain("a@"), "");
   EXPECT_EQ(TWUtils::getDomain("abc"), std::nullopt);
