@@ -1,7 +1,6 @@
 # What `cmake --install` lays down: the library with its public headers, a CMake package
 # (`find_package(Tarnwell)` gives `tarnwell::tarnwell`) and a pkg-config file. All of it finds itself
 # from where it lies, so an installed tree may be moved.
-include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(tarnwell_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Tarnwell)
