@@ -12,11 +12,6 @@ using namespace tarnwell;
 
 namespace {
 
-constexpr std::string_view kSoap = "http://schemas.xmlsoap.org/soap/envelope/";
-constexpr std::string_view kTypes = "http://schemas.microsoft.com/exchange/services/2006/types";
-constexpr std::string_view kMessages =
-    "http://schemas.microsoft.com/exchange/services/2006/messages";
-
 /// Asks for a well-known folder, such as "inbox".
 NKXMLElement getFolder(std::string_view folder) {
   auto request = TWUtils::createElement("m:GetFolder");
@@ -78,17 +73,18 @@ int main() {
   std::cout << "Status " << record.response->statusCode << " after " << taken.count() << " ms\n";
 
   const auto root = record.xmlDoc.rootElement();
-  const auto message = root.elementForName("Body", kSoap)
-                           .elementForName("GetFolderResponse", kMessages)
-                           .elementForName("ResponseMessages", kMessages)
-                           .elementForName("GetFolderResponseMessage", kMessages);
-  const auto folder = message.elementForName("Folders", kMessages).elementForName("Folder", kTypes);
+  const auto message = root.elementForName("Body", kSoapNamespace)
+                           .elementForName("GetFolderResponse", kMessagesNamespace)
+                           .elementForName("ResponseMessages", kMessagesNamespace)
+                           .elementForName("GetFolderResponseMessage", kMessagesNamespace);
+  const auto folder = message.elementForName("Folders", kMessagesNamespace)
+                          .elementForName("Folder", kTypesNamespace);
   if (!folder) {
     std::cerr << "The answer has no folder:\n" << record.xml().value_or("(no XML)") << '\n';
     return 1;
   }
   const auto text = [&folder](std::string_view name) {
-    return folder.elementForName(name, kTypes).stringValue().value_or("(none)");
+    return folder.elementForName(name, kTypesNamespace).stringValue().value_or("(none)");
   };
   std::cout << text("DisplayName") << ": " << text("UnreadCount") << " of " << text("TotalCount")
             << " unread\n";

@@ -64,6 +64,21 @@ std::vector<Path> filesBelow(const Path& folder, const std::vector<std::string>&
   return files;
 }
 
+std::set<Path> filesNamedInBuildFiles(const Path& folder) {
+  std::set<Path> named;
+  for (const auto& build : filesBelow(folder, {".txt"})) {
+    if (!build.ends_with("/CMakeLists.txt")) continue;
+    std::string words = read(build);
+    std::replace_if(
+        words.begin(), words.end(), [](char c) { return c == '(' || c == ')'; }, ' ');
+    std::istringstream stream(words);
+    const auto directory = std::filesystem::path(build).parent_path();
+    for (std::string word; stream >> word;)
+      named.insert((directory / word).lexically_normal().generic_string());
+  }
+  return named;
+}
+
 std::vector<Path> codeBelow(const Path& folder) { return filesBelow(folder, {".h", ".cpp"}); }
 
 std::vector<std::string> linesOf(std::string_view text) {

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -20,6 +21,8 @@ using Path = std::string;
 /// folder.
 [[nodiscard]] std::vector<Path> filesBelow(const Path& folder,
                                            const std::vector<std::string>& extensions);
+/// Whatever could be a file of the folder's among the words of its build files.
+[[nodiscard]] std::set<Path> filesNamedInBuildFiles(const Path& folder);
 /// C++ headers and sources below the folder.
 [[nodiscard]] std::vector<Path> codeBelow(const Path& folder);
 
