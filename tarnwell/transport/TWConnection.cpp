@@ -104,6 +104,7 @@ TWResponse TWConnection::fetchAnswer(TWHTTPRequest request, Body body, Clock::ti
   exchange.login = detail::passwordLogin(credentials_.get());
   const Clock::time_point requestEnd = start + options_.requestLimit;
   exchange.deadline = std::min(requestEnd, Clock::now() + options_.resourceLimit);
+  exchange.bodyLimit = options_.bodyLimit;
   exchange.acceptsCertificate = [this](bool trusted) {
     hasInsecureCertificate_ = !trusted;
     return trusted || allowInsecureCertificate_;

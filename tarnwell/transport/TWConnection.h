@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -32,6 +33,9 @@ struct TWConnectionOptions {
   std::chrono::milliseconds resourceLimit{30000};
   /// The longest silence of a server in a streaming request, which has no other limit.
   std::chrono::milliseconds streamIdleLimit{120000};
+  /// The longest body of an answer that is taken in, in bytes and unpacked. More ends the request
+  /// with `TWHTTPErrorTooLarge`, and the default exchange of streaming requests with what it has.
+  std::size_t bodyLimit = std::size_t{512} << 20U;
   /// "http://host:port" or "socks5h://host:port". Empty: none; the environment is not asked.
   std::string proxy;
   /// A PEM file with certificates of authorities to trust beside the system's own. Empty: none.

@@ -46,6 +46,7 @@ TEST(TWConnection, LimitsAreThirtySecondsUnlessTold) {
   EXPECT_EQ(options.requestLimit, 30s);
   EXPECT_EQ(options.resourceLimit, 30s);
   EXPECT_EQ(options.streamIdleLimit, 2min);
+  EXPECT_EQ(options.bodyLimit, 536870912U) << "512 MiB";
 }
 
 TEST(TWConnection, KeepsWhatTheProtocolNotes) {

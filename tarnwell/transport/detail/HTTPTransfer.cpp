@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <exception>
 #include <mutex>
 #include <string_view>
 #include <utility>
@@ -33,6 +34,7 @@ static_assert(TWHTTPErrorTooManyRedirects == CURLE_TOO_MANY_REDIRECTS);
 static_assert(TWHTTPErrorEmptyReply == CURLE_GOT_NOTHING);
 static_assert(TWHTTPErrorConnectionLost == CURLE_RECV_ERROR);
 static_assert(TWHTTPErrorInsecureCertificate == CURLE_PEER_FAILED_VERIFICATION);
+static_assert(TWHTTPErrorTooLarge == CURLE_FILESIZE_EXCEEDED);
 
 /// As many as platform sessions follow, so that a cycle ends long before the time limit.
 constexpr long kMostRedirects = 20;
@@ -224,10 +226,15 @@ struct HTTPTransfer::Engine {
   CURLcode run(const HTTPRequest& wanted);
   [[nodiscard]] bool isCancelled();
 
+  bool beginRequest();
+  void forgetAnswer() noexcept;
+  [[nodiscard]] long redirectCount() const;
   void takeHeaderLine(std::string_view line);
-  bool takeBody(std::span<const std::uint8_t> piece);
+  CURLcode takeBody(std::span<const std::uint8_t> piece);
   void noteScheme(std::string_view head);
 
+  static int onSocket(void* self, curl_socket_t socket, curlsocktype purpose) noexcept;
+  static int onRequest(void* self, char* peer, char* own, int peerPort, int ownPort) noexcept;
   static std::size_t onHeader(char* data, std::size_t size, std::size_t count, void* self) noexcept;
   static std::size_t onBody(char* data, std::size_t size, std::size_t count, void* self) noexcept;
   static int onDebug(CURL*, curl_infotype type, char* data, std::size_t size, void* self) noexcept;
@@ -251,7 +258,10 @@ struct HTTPTransfer::Engine {
   const HTTPRequest* request = nullptr;
   HTTPResult* result = nullptr;
   Lines headers;
+  bool sent = false;
   bool headComplete = false;
+  long redirectsAtHead = 0;
+  CURLcode ownFailure = CURLE_OK;  // why a callback ended the transfer
   bool receiverDone = false;
   steady_clock::time_point lastByte;
 };
@@ -292,6 +302,10 @@ CURLcode HTTPTransfer::Engine::open() {
   set(CURLOPT_SSL_SESSIONID_CACHE, 0L);  // a resumed session would skip the callback
   set(CURLOPT_SSL_CTX_FUNCTION, &Engine::onTLSContext);
   set(CURLOPT_SSL_CTX_DATA, this);
+  set(CURLOPT_SOCKOPTFUNCTION, &Engine::onSocket);
+  set(CURLOPT_SOCKOPTDATA, this);
+  set(CURLOPT_PREREQFUNCTION, &Engine::onRequest);
+  set(CURLOPT_PREREQDATA, this);
   set(CURLOPT_HEADERFUNCTION, &Engine::onHeader);
   set(CURLOPT_HEADERDATA, this);
   set(CURLOPT_WRITEFUNCTION, &Engine::onBody);
@@ -408,7 +422,8 @@ CURLcode HTTPTransfer::Engine::run(const HTTPRequest& wanted) {
     int left = 0;
     while (const CURLMsg* note = curl_multi_info_read(multi.get(), &left)) {
       if (note->msg != CURLMSG_DONE) continue;
-      return receiverDone ? CURLE_OK : note->data.result;
+      if (receiverDone) return CURLE_OK;
+      return ownFailure != CURLE_OK ? ownFailure : note->data.result;
     }
     // Data may have taken a while: what is left of the wait only shrinks the sleep, never the
     // limits.
@@ -419,13 +434,35 @@ CURLcode HTTPTransfer::Engine::run(const HTTPRequest& wanted) {
   }
 }
 
+long HTTPTransfer::Engine::redirectCount() const {
+  long count = 0;
+  return curl_easy_getinfo(easy.get(), CURLINFO_REDIRECT_COUNT, &count) == CURLE_OK ? count : 0;
+}
+
+void HTTPTransfer::Engine::forgetAnswer() noexcept {
+  result->response.reset();
+  result->body.clear();
+}
+
+/// False for a request that goes out again though the server has not answered it. The transfer
+/// library does so when a kept connection closes without a word; but the server may have acted on
+/// the request, and a message must not be sent twice.
+bool HTTPTransfer::Engine::beginRequest() {
+  if (sent && !headComplete) return false;
+  sent = true;
+  headComplete = false;
+  forgetAnswer();
+  return true;
+}
+
 void HTTPTransfer::Engine::takeHeaderLine(std::string_view line) {
   lastByte = steady_clock::now();
   if (line.starts_with("HTTP/")) {
     // Of several answers (challenges, redirects, 100) the last one counts.
+    forgetAnswer();
     result->response.emplace();
-    result->body.clear();
     headComplete = false;
+    redirectsAtHead = redirectCount();
     long status = 0;
     if (curl_easy_getinfo(easy.get(), CURLINFO_RESPONSE_CODE, &status) == CURLE_OK) {
       result->response->statusCode = static_cast<int>(status);
@@ -441,7 +478,7 @@ void HTTPTransfer::Engine::takeHeaderLine(std::string_view line) {
   const std::string_view text = trimmed(line);
   TWHeaders& fields = result->response->headers;
   if (text.empty()) {
-    headComplete = true;
+    headComplete = result->response->statusCode >= 200;  // the others only announce an answer
   } else if (continues && !fields.empty()) {
     fields.back().second.append(" ").append(text);
   } else if (const std::size_t colon = text.find(':'); colon != std::string_view::npos) {
@@ -449,13 +486,14 @@ void HTTPTransfer::Engine::takeHeaderLine(std::string_view line) {
   }
 }
 
-bool HTTPTransfer::Engine::takeBody(std::span<const std::uint8_t> piece) {
+CURLcode HTTPTransfer::Engine::takeBody(std::span<const std::uint8_t> piece) {
   lastByte = steady_clock::now();
   if (request->receive) {
     receiverDone = !request->receive(piece);
-    return !receiverDone;
+    return receiverDone ? CURLE_WRITE_ERROR : CURLE_OK;
   }
   Bytes& body = result->body;
+  if (piece.size() > request->bodyLimit - body.size()) return CURLE_FILESIZE_EXCEEDED;
   if (body.empty()) {
     curl_off_t length = 0;
     if (curl_easy_getinfo(easy.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length) == CURLE_OK &&
@@ -464,7 +502,7 @@ bool HTTPTransfer::Engine::takeBody(std::span<const std::uint8_t> piece) {
     }
   }
   body.insert(body.end(), piece.begin(), piece.end());
-  return true;
+  return CURLE_OK;
 }
 
 void HTTPTransfer::Engine::noteScheme(std::string_view head) {
@@ -490,18 +528,45 @@ void HTTPTransfer::Engine::noteScheme(std::string_view head) {
   }
 }
 
+int HTTPTransfer::Engine::onSocket(void* self, curl_socket_t, curlsocktype) noexcept {
+  // A socket after an answer is one for the next request: the answer was a challenge or a redirect.
+  auto& engine = *static_cast<Engine*>(self);
+  if (engine.result != nullptr) engine.forgetAnswer();
+  return CURL_SOCKOPT_OK;
+}
+
+int HTTPTransfer::Engine::onRequest(void* self, char*, char*, int, int) noexcept {
+  auto& engine = *static_cast<Engine*>(self);
+  if (engine.beginRequest()) return CURL_PREREQFUNC_OK;
+  engine.ownFailure = CURLE_GOT_NOTHING;
+  return CURL_PREREQFUNC_ABORT;
+}
+
+// Any other number than that of the bytes given ends the transfer. Memory is what an answer can use
+// up; other exceptions do not come up here.
+
 std::size_t HTTPTransfer::Engine::onHeader(char* data, std::size_t size, std::size_t count,
                                            void* self) noexcept {
-  static_cast<Engine*>(self)->takeHeaderLine({data, size * count});
-  return size * count;
+  auto& engine = *static_cast<Engine*>(self);
+  try {
+    engine.takeHeaderLine({data, size * count});
+    return size * count;
+  } catch (const std::exception&) {
+    engine.ownFailure = CURLE_OUT_OF_MEMORY;
+    return CURL_WRITEFUNC_ERROR;
+  }
 }
 
 std::size_t HTTPTransfer::Engine::onBody(char* data, std::size_t size, std::size_t count,
                                          void* self) noexcept {
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(data);
-  // Any other number than the one given ends the transfer.
-  return static_cast<Engine*>(self)->takeBody({bytes, size * count}) ? size * count
-                                                                     : CURL_WRITEFUNC_ERROR;
+  auto& engine = *static_cast<Engine*>(self);
+  try {
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(data);
+    engine.ownFailure = engine.takeBody({bytes, size * count});
+  } catch (const std::exception&) {
+    engine.ownFailure = CURLE_OUT_OF_MEMORY;
+  }
+  return engine.ownFailure == CURLE_OK ? size * count : CURL_WRITEFUNC_ERROR;
 }
 
 int HTTPTransfer::Engine::onDebug(CURL*, curl_infotype type, char* data, std::size_t size,
@@ -550,7 +615,9 @@ HTTPResult HTTPTransfer::perform(const HTTPRequest& request) {
   engine.message[0] = '\0';
   engine.request = &request;
   engine.result = &result;
+  engine.sent = false;
   engine.headComplete = false;
+  engine.ownFailure = CURLE_OK;
   engine.receiverDone = false;
 
   CURLcode code = engine.open();
@@ -572,6 +639,12 @@ HTTPResult HTTPTransfer::perform(const HTTPRequest& request) {
       const std::lock_guard lock(engine.mutex);
       engine.running = false;
     }
+    // The answer to an earlier request of the exchange, which led to the one that failed, tells
+    // nothing about that one.
+    if (code != CURLE_OK &&
+        (!engine.headComplete || engine.redirectsAtHead != engine.redirectCount())) {
+      engine.forgetAnswer();
+    }
     std::string answered = withoutLogin(effectiveURL(engine.easy.get()));
     if (!answered.empty()) result.url = std::move(answered);
     if (!request.followsRedirects && result.response && result.response->statusCode / 100 == 3) {
@@ -587,6 +660,12 @@ HTTPResult HTTPTransfer::perform(const HTTPRequest& request) {
     result.error = httpError(code, "The request was cancelled");
   } else if (code == CURLE_OPERATION_TIMEDOUT) {
     result.error = httpError(code, "The request timed out");
+  } else if (code == CURLE_GOT_NOTHING) {
+    result.error = httpError(code, "The server closed the connection without an answer");
+  } else if (code == CURLE_FILESIZE_EXCEEDED) {
+    result.error = httpError(code, "The body of the answer is too large");
+  } else if (code == CURLE_OUT_OF_MEMORY) {
+    result.error = httpError(code, curl_easy_strerror(code));
   } else if (code != CURLE_OK) {
     result.error = httpError(code, engine.message);
   }

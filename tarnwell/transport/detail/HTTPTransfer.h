@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -50,6 +51,9 @@ struct HTTPRequest {
   std::optional<std::chrono::steady_clock::time_point> deadline;
   /// The longest time without a byte from the server.
   std::optional<std::chrono::milliseconds> idleLimit;
+  /// A decoded body that would grow longer ends the transfer with `TWHTTPErrorTooLarge`; what
+  /// `receive` takes has no limit.
+  std::size_t bodyLimit = std::size_t{512} << 20U;
   /// Told of every evaluation of a server's certificate; answers whether to go on. Without it only
   /// trusted ones are accepted.
   std::function<bool(bool trusted)> acceptsCertificate;
@@ -64,7 +68,8 @@ struct HTTPResult {
   std::string url;
   /// Where a redirect that was not followed points to, as an absolute URL.
   std::string redirectTarget;
-  /// The last answer; absent when there was none. May be there beside an error.
+  /// The last answer. Beside an error it is there only when its own body failed: the challenge or
+  /// redirect before a request that failed is dropped, and so is a head that never ended.
   std::optional<TWHTTPResponse> response;
   Bytes body;
   /// In `TWHTTPErrorDomain`. Any status is a success here.

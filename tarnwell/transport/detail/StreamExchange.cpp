@@ -12,6 +12,7 @@ StreamExchange::StreamExchange(std::shared_ptr<TWCredentials> credentials, TWHTT
     : credentials_(std::move(credentials)),
       request_(std::move(request)),
       idleLimit_(options.streamIdleLimit),
+      bodyLimit_(options.bodyLimit),
       transfer_(transferOptions(options)) {}
 
 std::optional<TWData> StreamExchange::await() {
@@ -26,8 +27,9 @@ std::optional<TWData> StreamExchange::await() {
     return trusted || allowInsecureCertificate_;
   };
   std::optional<TWData> fetched;
-  request.receive = [&fetched](std::span<const std::uint8_t> piece) {
+  request.receive = [&fetched, this](std::span<const std::uint8_t> piece) {
     if (!fetched) fetched.emplace();
+    if (piece.size() > bodyLimit_ - fetched->size()) return false;
     fetched->insert(fetched->end(), piece.begin(), piece.end());
     return true;
   };

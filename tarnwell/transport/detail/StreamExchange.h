@@ -1,6 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -24,6 +26,7 @@ class StreamExchange final : public TWStreamExchange {
   const std::shared_ptr<TWCredentials> credentials_;
   const TWHTTPRequest request_;
   const std::chrono::milliseconds idleLimit_;
+  const std::size_t bodyLimit_;
   HTTPTransfer transfer_;
   std::atomic<bool> allowInsecureCertificate_{false};
 };
