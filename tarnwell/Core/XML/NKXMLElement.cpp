@@ -103,10 +103,10 @@ NKXMLElementRange::iterator& NKXMLElementRange::iterator::operator++() noexcept 
   return *this;
 }
 
-NKXMLElementRange::iterator NKXMLElementRange::begin() const noexcept {
-  if (!parent_) return {};
-  return iterator(XMLAccess::handle<NKXMLElement>(
-      detail::firstElementFrom(nodeOf(parent_)->children), parent_));
+NKXMLElementRange NKXMLElement::childElements() const noexcept {
+  if (!*this) return NKXMLElementRange({});
+  return NKXMLElementRange(
+      XMLAccess::handle<NKXMLElement>(detail::firstElementFrom(nodeOf(*this)->children), *this));
 }
 
 NKXMLElement NKXMLElement::elementForName(std::string_view name) const noexcept {

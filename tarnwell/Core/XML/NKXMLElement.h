@@ -162,19 +162,15 @@ class NKXMLElementRange {
     NKXMLElement current_;
   };
 
-  [[nodiscard]] iterator begin() const noexcept;
+  [[nodiscard]] iterator begin() const noexcept { return iterator(first_); }
   [[nodiscard]] iterator end() const noexcept { return {}; }
-  [[nodiscard]] bool empty() const noexcept { return begin() == end(); }
+  [[nodiscard]] bool empty() const noexcept { return !first_; }
 
  private:
   friend class NKXMLElement;
-  explicit NKXMLElementRange(NKXMLElement parent) noexcept : parent_(std::move(parent)) {}
-  NKXMLElement parent_;
+  explicit NKXMLElementRange(NKXMLElement first) noexcept : first_(std::move(first)) {}
+  NKXMLElement first_;
 };
-
-inline NKXMLElementRange NKXMLElement::childElements() const noexcept {
-  return NKXMLElementRange(*this);
-}
 
 }  // namespace tarnwell
 

@@ -113,7 +113,7 @@ bool hasEndlessTag(std::string_view bytes) noexcept {
   // Nearly all input is passed over by looking for "<" once in every stride, since only a tag with
   // many attributes goes without one for so long. What looks like such a tag is then looked at
   // closely: it may be part of a comment.
-  constexpr std::size_t kStride = 4 * kMaxAttributes;
+  constexpr auto kStride = 4 * static_cast<std::size_t>(kMaxAttributes);
   bool suspicious = false;
   auto tag = bytes.find('<');
   while (!suspicious && tag < bytes.size() && bytes.size() - tag > kStride) {

@@ -44,17 +44,25 @@ std::size_t characterLength(std::string_view text, std::size_t& bad) noexcept {
   return length;
 }
 
-/// Bytes at the start that are plain ASCII without NULs, eight at a time.
+/// Not zero when one of the eight bytes is not ASCII, or is NUL: taking one from it sets its high
+/// bit. (The borrow of a NUL may mark the byte after it too, which only sends us to look closely.)
+std::uint64_t unusualBytes(const char* bytes) noexcept {
+  std::uint64_t word = 0;
+  std::memcpy(&word, bytes, sizeof word);
+  return ((word - 0x0101010101010101U) | word) & 0x8080808080808080U;
+}
+
+/// Bytes at the start that are plain ASCII without NULs.
 std::size_t asciiLength(std::string_view text) noexcept {
-  constexpr std::uint64_t kHigh = 0x8080808080808080U;
-  constexpr std::uint64_t kOnes = 0x0101010101010101U;
+  const char* bytes = text.data();
   std::size_t i = 0;
-  for (; i + 8 <= text.size(); i += 8) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, text.data() + i, 8);
-    if ((word & kHigh) != 0 || ((word - kOnes) & ~word & kHigh) != 0) break;
+  for (; i + 32 <= text.size(); i += 32) {
+    if ((unusualBytes(bytes + i) | unusualBytes(bytes + i + 8) | unusualBytes(bytes + i + 16) |
+         unusualBytes(bytes + i + 24)) != 0)
+      break;
   }
-  while (i < text.size() && text[i] > 0 && static_cast<std::uint8_t>(text[i]) < 0x80) ++i;
+  while (i + 8 <= text.size() && unusualBytes(bytes + i) == 0) i += 8;
+  while (i < text.size() && text[i] != '\0' && static_cast<std::uint8_t>(text[i]) < 0x80) ++i;
   return i;
 }
 
