@@ -1,4 +1,5 @@
 // A project that uses the installed library, and nothing else of Tarnwell.
+#include <chrono>
 #include <iostream>
 #include <string_view>
 
@@ -18,6 +19,7 @@ void check(bool holds, std::string_view what) {
 
 int main(int argc, char** argv) {
   using namespace tarnwell;
+  using namespace std::chrono_literals;
   std::cout << "Tarnwell " << TarnwellVersionString << '\n';
   check(argc == 2 && std::string_view(argv[1]) == TarnwellVersionString,
         "headers, library and package files are of one version");
@@ -29,6 +31,28 @@ int main(int argc, char** argv) {
   const TWError none;
   const TWError error(TWHTTPErrorDomain, 28, "Timed out");
   check(!none && error && error.message() == "Timed out", "an error has a message");
+
+  // Each of these reaches into another of the libraries underneath, so all of them must be linked.
+  auto request = NKXMLElement::withName("m:GetFolder");
+  request.addChild(NKXMLElement::withName("m:FolderShape"));
+  const auto envelope = NKXMLDocument::withXMLString(TWTransport::wrap(request, "Exchange2016"));
+  check(envelope.rootElement()
+                .elementForName("Body", kSoapNamespace)
+                .elementForName("GetFolder", kMessagesNamespace)
+                .elementForName("FolderShape", kMessagesNamespace)
+                .kind() == NKXMLElementKind,
+        "an envelope reads back");
+
+  const auto zone = TWTimeZone::fromTimeZone("Europe/Berlin");
+  check(zone && zone->mszone() == "W. Europe Standard Time", "a zone has a Windows name");
+  check(TWDateTime::dateTimeFromString("1970-01-01T00:00:01Z") == TWInstant(1000ms),
+        "a time is read");
+  check(TWErrors::codeFromString("ErrorValueOutOfRange") == 384, "the catalogue is there");
+
+  const auto credentials = TWCredentials::credentialsWithUsernamePassword("ann", "secret");
+  const auto connection = TWConnection::withCredentials(credentials, false);
+  const TWResponse record = connection->get("no-such-scheme://localhost/");
+  check(record.error.domain() == TWHTTPErrorDomain, "a URL that is none is refused");
 
   return failures == 0 ? 0 : 1;
 }
