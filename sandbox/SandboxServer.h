@@ -178,7 +178,8 @@ class SandboxServer {
   /// What autodiscover says for an address from now on.
   void redirect(const std::string& address, SandboxRedirect redirect);
 
-  /// The last requests, the oldest first.
+  /// The last requests, the oldest first. One that is no proper HTTP, or too large, is not among
+  /// them.
   [[nodiscard]] std::vector<SandboxRequest> requests() const;
   void clearRequests();
 

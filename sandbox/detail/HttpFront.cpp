@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <cctype>
+#include <cerrno>
 #include <csignal>
 #include <cstdint>
 #include <list>
@@ -231,7 +232,11 @@ class HttpFront::Listener final : private httplib::Server {
       if (entries[1].revents != 0) return;
       if (entries[0].revents == 0) continue;
       const int socket = ::accept4(svr_sock_, nullptr, nullptr, SOCK_CLOEXEC);
-      if (socket < 0) continue;
+      if (socket < 0) {
+        // Out of descriptors the client stays in the queue: look again a little later.
+        if (errno == EMFILE || errno == ENFILE) ::poll(nullptr, 0, 10);
+        continue;
+      }
 
       const std::lock_guard lock(mutex_);
       std::erase_if(connections_, [](Connection& connection) {

@@ -72,6 +72,12 @@ TEST_F(HostileInput, ChunkedBodiesAreServed) {
               StartsWith("HTTP/1.1 200"));
 }
 
+TEST_F(HostileInput, AClientThatAsksBeforeItSendsIsToldToGoOn) {
+  const std::string body = envelope(resolveNamesFor("alice"));
+  const std::string answer = exchange(post("Expect: 100-continue\r\n" + length(body.size()), body));
+  EXPECT_THAT(answer, StartsWith("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\n"));
+}
+
 TEST_F(HostileInput, ABodyWithoutALengthIsRefused) {
   EXPECT_THAT(exchange(post("", "<a/>")), StartsWith("HTTP/1.1 411"));
 }
