@@ -1,0 +1,359 @@
+#include "tarnwell/services/TWEWSService.h"
+
+#include <algorithm>
+#include <array>
+
+#include "tarnwell/protocol/TWProtocol.h"
+#include "tarnwell/transport/TWConnection.h"
+#include "tarnwell/transport/TWNamespaces.h"
+#include "tarnwell/util/TWFormat.h"
+#include "tarnwell/util/TWLogger.h"
+#include "tarnwell/util/TWText.h"
+
+namespace tarnwell {
+namespace {
+
+constexpr std::string_view kErrorsNamespace =
+    "http://schemas.microsoft.com/exchange/services/2006/errors";
+
+TWError transportError(std::string_view format, std::initializer_list<TWValue> values) {
+  return {TWErrorCode::ErrorTransport, formatMessage(format, values)};
+}
+
+TWError missingContainer(std::string_view name, const NKXMLElement& message) {
+  return transportError("No %@ elements in ResponseMessage %@", {name, message.XMLString()});
+}
+
+std::optional<TWErrorCode> catalogueCode(const std::optional<std::string>& name) {
+  const auto code = TWErrors::codeFromString(name.value_or(std::string()));
+  return code ? std::optional(static_cast<TWErrorCode>(*code)) : std::nullopt;
+}
+
+/// An error whose message may be missing.
+TWError errorWithText(TWErrorCode code, const std::optional<std::string>& text) {
+  return {code, TWDictionary{{"d", text}}};
+}
+
+bool isIn(const TWErrorCodes& codes, const TWError& error) {
+  return error.domain() == TWErrorDomain && codes.contains(static_cast<TWErrorCode>(error.code()));
+}
+
+/// All API versions with the one in use first, so that the others are tried only when it is
+/// refused.
+std::vector<std::string> candidates(const std::optional<TWVersion>& inUse) {
+  auto names = TWVersion::apiVersions();
+  if (inUse && inUse->apiVersion()) {
+    std::erase(names, *inUse->apiVersion());
+    names.insert(names.begin(), *inUse->apiVersion());
+  }
+  return names;
+}
+
+/// Why an answer that is no SOAP document is none.
+TWError errorOfRecord(const TWResponse& response) {
+  if (response.response && response.response->statusCode == 401)
+    return {TWErrorCode::ErrorAccessDenied, "Access denied"};
+  if (response.error) return response.error;
+  TWValue text = response.xml();
+  if (text.isAbsent() && !response.data.empty())
+    text =
+        std::string_view(reinterpret_cast<const char*>(response.data.data()), response.data.size());
+  return {TWErrorCode::ErrorSOAP, formatMessage("Bad SOAP Response: %@", {text})};
+}
+
+/// The root of the answer when there is a document to read. The page that comes with a 401 may well
+/// be XML (XHTML), but says nothing more than the status.
+NKXMLElement envelopeOf(const TWResponse& response) {
+  auto root = response.xmlDoc.rootElement();
+  if (response.response && response.response->statusCode == 401 &&
+      !root.elementForName("Body", kSoapNamespace))
+    return {};
+  return root;
+}
+
+}  // namespace
+
+std::string TWServiceClass::rootName() const { return formatMessage("m:%@", {serviceName}); }
+
+const TWErrorCodes& TWServiceClass::baseErrorsToCatch() {
+  using enum TWErrorCode;
+  static const auto* const kCodes = new TWErrorCodes{ErrorCannotDeleteObject,
+                                                     ErrorCannotDeleteTaskOccurrence,
+                                                     ErrorInvalidChangeKey,
+                                                     ErrorInvalidIdMalformed,
+                                                     ErrorItemNotFound,
+                                                     ErrorItemSave,
+                                                     ErrorMessageSizeExceeded,
+                                                     ErrorMimeContentConversionFailed,
+                                                     ErrorRecurrenceHasNoOccurrence};
+  return *kCodes;
+}
+
+TWEWSService::TWEWSService(const TWServiceClass& serviceClass,
+                           std::shared_ptr<TWServiceContext> context)
+    : class_(serviceClass), context_(std::move(context)) {}
+
+std::optional<TWBuild> TWEWSService::build() const {
+  const auto version = context_->version();
+  return version ? version->build() : std::nullopt;
+}
+
+std::optional<TWList> TWEWSService::getElements(const NKXMLElement& payload, TWError* error) {
+  return run(payload, {}, error);
+}
+
+std::optional<TWList> TWEWSService::run(const NKXMLElement& payload, Exchange exchange,
+                                        TWError* error) {
+  TWError failure;
+  std::optional<TWList> elements;
+  if (const auto messages = post(payload, exchange, &failure))
+    elements = getElementsInResponse(*messages, &failure);
+  if (!elements) {
+    const auto protocol = context_->serviceProtocol();
+    TWLogger::logger().rlog("[%@] Get elements failed with error: %@",
+                            {protocol ? protocol->logName() : std::nullopt, failure});
+    setError(error, failure);
+  }
+  return elements;
+}
+
+TWResponse TWEWSService::send(const NKXMLElement& payload, const std::string& apiVersion,
+                              Exchange exchange) {
+  const auto account = context_->envelopeContext();
+  const auto envelope = TWTransport::wrap(payload, apiVersion, account ? &*account : nullptr);
+  const auto protocol = context_->serviceProtocol();
+  if (!protocol) return {};
+  const auto connection = exchange.alternate ? protocol->downloader() : protocol->connection();
+  if (!connection) return {};
+  return connection->post(protocol->serviceEndpoint(), std::nullopt, envelope, exchange.stream);
+}
+
+std::optional<TWEWSService::Messages> TWEWSService::post(NKXMLElement payload, Exchange exchange,
+                                                         TWError* error) {
+  const auto inUse = context_->version();
+  const auto apiVersions = candidates(inUse);
+  for (const auto& apiVersion : apiVersions) {
+    payload.detach();
+    const auto response = send(payload, apiVersion, exchange);
+    const auto envelope = envelopeOf(response);
+    if (!envelope) {
+      setError(error, errorOfRecord(response));
+      return std::nullopt;
+    }
+    TWError failure;
+    auto messages = getSoapPayload(class_, envelope, &failure);
+    if (failure.is(TWErrorCode::ErrorInvalidSchemaVersionForMailboxVersion) ||
+        failure.is(TWErrorCode::ErrorInvalidServerVersion))
+      continue;
+    if (messages || failure.is(TWErrorCode::ErrorResponseMessage))
+      updateApiVersion(inUse, apiVersion, envelope);
+    if (!messages) setError(error, failure);
+    return messages;
+  }
+  TWList tried;
+  for (const auto& apiVersion : apiVersions) tried.emplace_back(apiVersion);
+  setError(error, {TWErrorCode::ErrorInvalidSchemaVersionForMailboxVersion,
+                   formatMessage("Tried versions: %@ but were invalid for account: %@",
+                                 {tried, context_->logName()})});
+  return std::nullopt;
+}
+
+void TWEWSService::updateApiVersion(const std::optional<TWVersion>& inUse,
+                                    const std::string& apiVersion, const NKXMLElement& envelope) {
+  if (inUse && inUse->apiVersion() == apiVersion && inUse->build()) return;
+  auto version = TWVersion::versionFromResponse(envelope, apiVersion);
+  // An answer that does not say which version it is in was an answer to this one all the same.
+  if (!version.apiVersion()) version = TWVersion(version.build(), apiVersion);
+  context_->setVersion(version);
+  const auto name = context_->logName();
+  TWLogger::logger().rlog("[%@] Setting API version: %@", {name, version.apiVersion()});
+  TWLogger::logger().rlog(
+      "[%@] Setting Build: %@",
+      {name, version.build() ? TWValue(version.build()->description()) : TWValue()});
+}
+
+std::optional<TWEWSService::Messages> TWEWSService::getSoapPayload(const TWServiceClass& service,
+                                                                   const NKXMLElement& root,
+                                                                   TWError* error) {
+  const auto body = root.elementForName("Body", kSoapNamespace);
+  if (!body) {
+    setError(error, {TWErrorCode::ErrorTransport, "No body element in SOAP response"});
+    return std::nullopt;
+  }
+  const auto response =
+      body.elementForName(formatMessage("%@Response", {service.serviceName}), kMessagesNamespace);
+  if (!response) {
+    const auto fault = body.elementForName("Fault", kSoapNamespace);
+    setError(error, fault
+                        ? raiseSoapErrors(service, fault)
+                        : TWError(TWErrorCode::ErrorSOAP,
+                                  formatMessage("Unknown SOAP response: %@", {body.XMLString()})));
+    return std::nullopt;
+  }
+  const auto messages = response.elementForName("ResponseMessages", kMessagesNamespace);
+  if (!messages) return Messages{response};
+  return messages.elementsForLocalName(formatMessage("%@ResponseMessage", {service.serviceName}),
+                                       kMessagesNamespace);
+}
+
+TWError TWEWSService::raiseSoapErrors(const TWServiceClass& service, const NKXMLElement& fault) {
+  const auto text = [&fault](std::string_view name) {
+    return fault.elementForName(name).stringValue();
+  };
+  TWValue detailText;
+  if (const auto detail = fault.elementForName("detail")) {
+    const auto code = detail.elementForName("ResponseCode", kErrorsNamespace).stringValue();
+    const auto message = detail.elementForName("Message", kErrorsNamespace).stringValue();
+    if (const auto known = catalogueCode(code)) return errorWithText(*known, message);
+    detailText = formatMessage("%@: code: %@ msg: %@ (%@)",
+                               {service.serviceName, code, message, detail.XMLString()});
+  }
+  const auto faultcode = text("faultcode");
+  const auto faultstring = text("faultstring");
+  if (const auto known = catalogueCode(faultcode)) return errorWithText(*known, faultstring);
+  return {TWErrorCode::ErrorSOAP,
+          formatMessage("SOAP error code: %@ string: %@ actor: %@ detail: %@",
+                        {faultcode, faultstring, text("faultactor"), detailText})};
+}
+
+TWError TWEWSService::raiseErrors(std::string_view responseCode,
+                                  const std::optional<std::string>& text,
+                                  const NKXMLElement& messageXML) {
+  if (responseCode.empty())
+    return transportError("Empty responseCode in responseMessage (MessageText: %@, XML: %@)",
+                          {text, messageXML ? TWValue(messageXML.XMLString()) : TWValue()});
+  const auto known = catalogueCode(std::string(responseCode));
+  return {known.value_or(TWErrorCode::ErrorTransport), formatMessage("Error: %@", {responseCode})};
+}
+
+TWValue TWEWSService::getElementContainer(const NKXMLElement& message,
+                                          std::optional<std::string_view> name,
+                                          std::string_view xmlns, TWError* error) const {
+  const auto container = [&]() -> TWValue {
+    if (!name) return true;
+    const auto found = message.elementForName(*name, xmlns);
+    if (!found) setError(error, missingContainer(*name, message));
+    return found;
+  };
+  const auto responseClass = message.attributeForName("ResponseClass").stringValue();
+  const auto code = message.elementForName("ResponseCode", kMessagesNamespace)
+                        .stringValue()
+                        .value_or(std::string());
+  if (code == "NoError") {
+    // A success of any other class has nothing to read, whatever container the service expects.
+    return responseClass == "Success" ? container() : TWValue(true);
+  }
+  auto failure =
+      raiseErrors(code, message.elementForName("MessageText", kMessagesNamespace).stringValue(),
+                  message.elementForName("MessageXml", kMessagesNamespace));
+  if (responseClass == "Warning") {
+    if (isIn(class_.warningsToCatchInResponse, failure)) return failure;
+    if (isIn(class_.warningsToIgnoreInResponse, failure)) return container();
+  }
+  if (isIn(class_.errorsToCatchInResponse, failure)) return failure;
+  setError(error, std::move(failure));
+  return {};
+}
+
+std::optional<TWList> TWEWSService::getElementsInResponse(const Messages& messages,
+                                                          TWError* error) const {
+  TWList results;
+  for (const auto& message : messages) {
+    auto entry = getElementContainer(message, class_.elementContainerName,
+                                     class_.elementContainerXMLns, error);
+    if (entry.isAbsent()) return std::nullopt;
+    if (const auto container = entry.asXML())
+      std::ranges::move(getElementsInContainer(container), std::back_inserter(results));
+    else
+      results.push_back(std::move(entry));
+  }
+  return results;
+}
+
+TWList TWEWSService::getElementsInContainer(const NKXMLElement& container) const {
+  TWList elements;
+  for (const auto& element : container.childElements()) elements.emplace_back(element);
+  return elements;
+}
+
+std::optional<TWEWSService::Page> TWEWSService::getPage(const Messages& messages,
+                                                        TWError* error) const {
+  constexpr std::string_view kRootFolder = "RootFolder";
+  if (messages.empty()) {
+    setError(error, missingContainer(kRootFolder, {}));
+    return std::nullopt;
+  }
+  const auto found = getElementContainer(messages.front(), kRootFolder, kMessagesNamespace, error);
+  const auto rootFolder = found.asXML();
+  if (!rootFolder) {
+    if (const auto caught = found.asError())
+      setError(error, caught);
+    else if (!found.isAbsent())
+      setError(error, missingContainer(kRootFolder, messages.front()));
+    return std::nullopt;
+  }
+  const auto attribute = [&rootFolder](std::string_view name) {
+    return rootFolder.attributeForName(name).stringValue();
+  };
+  Page page;
+  // "0" counts as true on purpose.
+  const auto last = lowercased(attribute("IncludesLastItemInRange").value_or(std::string()));
+  if (last != "true" && last != "0")
+    page.nextOffset = leadingInteger(attribute("IndexedPagingOffset").value_or("1"));
+  const auto total = attribute("TotalItemsInView");
+  if (!total || leadingInteger(*total) != 0) page.rootFolder = rootFolder;
+  return page;
+}
+
+TWPagedServiceResponse::TWPagedServiceResponse(std::shared_ptr<TWEWSService> service,
+                                               PayloadBlock payloadBlock, std::int64_t maxItems,
+                                               TWDictionary args)
+    : service_(std::move(service)),
+      payloadBlock_(std::move(payloadBlock)),
+      args_(std::move(args)),
+      maxItems_(maxItems) {
+  args_.set("offset", 0);
+}
+
+TWPagedServiceResponse TWPagedServiceResponse::pagedCall(std::shared_ptr<TWEWSService> service,
+                                                         PayloadBlock payloadBlock,
+                                                         std::int64_t maxItems, TWDictionary args) {
+  return {std::move(service), std::move(payloadBlock), maxItems, std::move(args)};
+}
+
+std::optional<std::vector<NKXMLElement>> TWPagedServiceResponse::nextPage(TWError* error) {
+  const auto fail = [&](TWError failure) {
+    setError(error, std::move(failure));
+    return std::nullopt;
+  };
+  if (maxItems_ >= 1 && itemCount_ >= maxItems_) return std::nullopt;
+  if (!nextOffset_) return std::nullopt;
+  const TWError mismatch(TWErrorCode::ErrorTransport,
+                         "Mismatch between item count and next offset");
+  if (*nextOffset_ != itemCount_) return fail(mismatch);
+
+  TWError failure;
+  const auto payload = payloadBlock_(args_, &failure);
+  if (!payload) return fail(failure);
+  const auto messages = service_->getResponseXML(payload, &failure);
+  if (!messages) return fail(failure);
+  const auto page = service_->getPage(*messages, &failure);
+  if (!page) return fail(failure);
+
+  std::vector<NKXMLElement> items;
+  if (page->rootFolder) {
+    const auto& declared = service_->serviceClass();
+    const auto name = declared.elementContainerName.value_or(std::string_view());
+    const auto container = page->rootFolder.elementForName(name, declared.elementContainerXMLns);
+    if (!container) return fail(missingContainer(name, page->rootFolder));
+    for (const auto& item : container.childElements()) items.push_back(item);
+  }
+  itemCount_ += static_cast<std::int64_t>(items.size());
+  // A page that is empty, not the last and stays where it is would be asked for again for ever.
+  if (items.empty() && page->nextOffset == nextOffset_) return fail(mismatch);
+  nextOffset_ = page->nextOffset;
+  if (nextOffset_) args_.set("offset", *nextOffset_);
+  return items;
+}
+
+}  // namespace tarnwell

@@ -1,0 +1,199 @@
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "tarnwell/Core/XML/NKXMLElement.h"
+#include "tarnwell/protocol/TWServiceContext.h"
+#include "tarnwell/services/TWErrors.h"
+#include "tarnwell/util/TWDictionary.h"
+#include "tarnwell/util/TWError.h"
+#include "tarnwell/util/TWValue.h"
+
+namespace tarnwell {
+
+class TWPagedServiceResponse;
+
+using TWErrorCodes = std::set<TWErrorCode>;
+
+/// What is fixed for an operation. A concrete service declares one of these and writes its payload.
+struct TWServiceClass {
+  /// The operation's name: "GetItem" posts `m:GetItem` and reads `m:GetItemResponse`.
+  std::string_view serviceName;
+  /// The element of each response message that holds the results. Absent: there is none, and a
+  /// success is reported as a plain true.
+  std::optional<std::string_view> elementContainerName = std::nullopt;
+  std::string_view elementContainerXMLns = {};
+  /// Codes that do not fail the call: the error takes the place of that message's result.
+  TWErrorCodes errorsToCatchInResponse = baseErrorsToCatch();
+  TWErrorCodes warningsToCatchInResponse = {TWErrorCode::ErrorBatchProcessingStopped};
+  /// Warnings whose message is read like a success.
+  TWErrorCodes warningsToIgnoreInResponse = {};
+
+  /// "m:GetItem".
+  [[nodiscard]] std::string rootName() const;
+  /// What services catch unless they say otherwise; a service with codes of its own adds or
+  /// replaces.
+  [[nodiscard]] static const TWErrorCodes& baseErrorsToCatch();
+};
+
+/// Base of every EWS operation: wraps the payload in an envelope, posts it, finds the API version
+/// that the server accepts, unwraps the answer and sorts its response messages into results, caught
+/// errors and failures.
+///
+/// Made for one call, used on one thread, and blocks it. A concrete service is a page of code: a
+/// `TWServiceClass` and a function that builds the payload.
+class TWEWSService {
+ public:
+  TWEWSService(const TWEWSService&) = delete;
+  TWEWSService& operator=(const TWEWSService&) = delete;
+  virtual ~TWEWSService() = default;
+
+  [[nodiscard]] const TWServiceClass& serviceClass() const noexcept { return class_; }
+
+  /// Runs the operation. One entry for each result, in the order of the answer: an XML element,
+  /// `true` for a message without results, an error that was caught, or a list where the service
+  /// makes one. Absent with an error when the call failed.
+  ///
+  /// Errors: 10 (ErrorAccessDenied) for HTTP 401; 208 (ErrorInvalidSchemaVersionForMailboxVersion)
+  /// when the server takes no version; 395 (ErrorSOAP) for faults and what is no SOAP; 2
+  /// (ErrorTransport) for answers that lack what they must have; the server's own codes; transport
+  /// failures in their own domain.
+  [[nodiscard]] std::optional<TWList> getElements(const NKXMLElement& payload,
+                                                  TWError* error = nullptr);
+  /// `stream` leaves the exchange open until the server has something to say; `alternate` uses the
+  /// second connection.
+  [[nodiscard]] std::optional<TWList> getElements(const NKXMLElement& payload,
+                                                  std::same_as<bool> auto stream,
+                                                  TWError* error = nullptr) {
+    return run(payload, {stream, false}, error);
+  }
+  [[nodiscard]] std::optional<TWList> getElements(const NKXMLElement& payload,
+                                                  std::same_as<bool> auto stream,
+                                                  std::same_as<bool> auto alternate,
+                                                  TWError* error = nullptr) {
+    return run(payload, {stream, alternate}, error);
+  }
+
+  /// The response messages of the answer, not yet judged.
+  using Messages = std::vector<NKXMLElement>;
+  [[nodiscard]] std::optional<Messages> getResponseXML(const NKXMLElement& payload,
+                                                       TWError* error = nullptr) {
+    return post(payload, {}, error);
+  }
+  [[nodiscard]] std::optional<Messages> getResponseXML(const NKXMLElement& payload,
+                                                       std::same_as<bool> auto stream,
+                                                       std::same_as<bool> auto alternate,
+                                                       TWError* error = nullptr) {
+    return post(payload, {stream, alternate}, error);
+  }
+
+  /// The response messages below the root of an answer; the operation's response element itself
+  /// when it holds no list of them.
+  [[nodiscard]] static std::optional<Messages> getSoapPayload(const TWServiceClass& service,
+                                                              const NKXMLElement& root,
+                                                              TWError* error = nullptr);
+  /// The error that a fault element stands for.
+  [[nodiscard]] static TWError raiseSoapErrors(const TWServiceClass& service,
+                                               const NKXMLElement& fault);
+  /// The error that a response message stands for: its code, or 2 (ErrorTransport) for one that is
+  /// not in the catalogue. What the server says besides is not part of the message, deliberately.
+  [[nodiscard]] static TWError raiseErrors(std::string_view responseCode,
+                                           const std::optional<std::string>& text,
+                                           const NKXMLElement& messageXML);
+
+  /// Judges one response message: its container element, `true`, or an error that was caught;
+  /// absent with an error when it fails the call.
+  [[nodiscard]] TWValue getElementContainer(const NKXMLElement& message,
+                                            std::optional<std::string_view> name,
+                                            std::string_view xmlns, TWError* error = nullptr) const;
+  /// The results of all messages in one list.
+  [[nodiscard]] std::optional<TWList> getElementsInResponse(const Messages& messages,
+                                                            TWError* error = nullptr) const;
+
+  /// A page of a paged operation.
+  struct Page {
+    NKXMLElement rootFolder;                 ///< invalid when the view is empty
+    std::optional<std::int64_t> nextOffset;  ///< absent when the last item is included
+  };
+  /// Reads the first response message as a page.
+  [[nodiscard]] std::optional<Page> getPage(const Messages& messages,
+                                            TWError* error = nullptr) const;
+
+ protected:
+  /// A service that lives as long as `serviceClass`, which is a constant, and holds its context.
+  TWEWSService(const TWServiceClass& serviceClass, std::shared_ptr<TWServiceContext> context);
+
+  [[nodiscard]] TWServiceContext& context() const noexcept { return *context_; }
+  /// The build of the server in use; absent while it is unknown.
+  [[nodiscard]] std::optional<TWBuild> build() const;
+
+  /// The results in a container: its child elements, unless a service reads them its own way.
+  [[nodiscard]] virtual TWList getElementsInContainer(const NKXMLElement& container) const;
+
+ private:
+  friend class TWPagedServiceResponse;
+
+  struct Exchange {
+    bool stream = false;
+    bool alternate = false;
+  };
+  std::optional<TWList> run(const NKXMLElement& payload, Exchange exchange, TWError* error);
+  std::optional<Messages> post(NKXMLElement payload, Exchange exchange, TWError* error);
+  TWResponse send(const NKXMLElement& payload, const std::string& apiVersion, Exchange exchange);
+  void updateApiVersion(const std::optional<TWVersion>& inUse, const std::string& apiVersion,
+                        const NKXMLElement& envelope);
+
+  const TWServiceClass& class_;
+  const std::shared_ptr<TWServiceContext> context_;
+};
+
+/// A paged call under way (FindFolder, FindItem): asks for one page after the other.
+///
+///     auto pages = TWPagedServiceResponse::pagedCall(service, payload, 0, {});
+///     while (auto page = pages.nextPage(&error)) use(*page);
+class TWPagedServiceResponse {
+ public:
+  /// Builds the request for one page; "offset" among the arguments tells which. An invalid element
+  /// and the error when it cannot.
+  using PayloadBlock = std::function<NKXMLElement(const TWDictionary& args, TWError* error)>;
+
+  /// @param maxItems  stop once that many items have come; 0 or less for no limit. The page that
+  /// passes the limit
+  ///                  is given whole.
+  [[nodiscard]] static TWPagedServiceResponse pagedCall(std::shared_ptr<TWEWSService> service,
+                                                        PayloadBlock payloadBlock,
+                                                        std::int64_t maxItems, TWDictionary args);
+
+  /// The items of the next page (none for an empty view); absent without an error when there are no
+  /// more pages.
+  ///
+  /// Error 2 (ErrorTransport): "Mismatch between item count and next offset" when the server's
+  /// offset is not the number of items that came, or does not advance.
+  [[nodiscard]] std::optional<std::vector<NKXMLElement>> nextPage(TWError* error = nullptr);
+
+  [[nodiscard]] std::int64_t itemCount() const noexcept { return itemCount_; }
+  [[nodiscard]] std::int64_t maxItems() const noexcept { return maxItems_; }
+  [[nodiscard]] std::optional<std::int64_t> nextOffset() const noexcept { return nextOffset_; }
+
+ private:
+  TWPagedServiceResponse(std::shared_ptr<TWEWSService> service, PayloadBlock payloadBlock,
+                         std::int64_t maxItems, TWDictionary args);
+
+  std::shared_ptr<TWEWSService> service_;
+  PayloadBlock payloadBlock_;
+  TWDictionary args_;
+  std::int64_t itemCount_ = 0;
+  std::int64_t maxItems_;
+  std::optional<std::int64_t> nextOffset_ = 0;
+};
+
+}  // namespace tarnwell

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "tarnwell/services/TWEWSService.h"
+
+namespace tarnwell {
+
+/// GetServerTimeZones: the time zones that the server knows. For applications; the library does not
+/// call it.
+class TWGetServerTimeZones : public TWEWSService {
+ public:
+  explicit TWGetServerTimeZones(std::shared_ptr<TWServiceContext> protocol);
+  [[nodiscard]] static std::shared_ptr<TWGetServerTimeZones> withProtocol(
+      std::shared_ptr<TWServiceContext> protocol);
+
+  /// A list of two-element lists: the id ("W. Europe Standard Time") and the display name of each
+  /// zone.
+  /// @param returnFullTimeZoneData  ask for the rules of the zones too; they are not read.
+  /// Errors: 264 (ErrorMissingArgument) on a server before Exchange 2010; then nothing is sent.
+  [[nodiscard]] std::optional<TWList> call(bool returnFullTimeZoneData, TWError* error = nullptr);
+
+  [[nodiscard]] NKXMLElement getPayload(bool returnFullTimeZoneData) const;
+
+ protected:
+  [[nodiscard]] TWList getElementsInContainer(const NKXMLElement& container) const override;
+};
+
+}  // namespace tarnwell

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tarnwell/services/TWEWSService.h"
+
+namespace tarnwell {
+
+class TWMailbox;
+
+/// ResolveNames: turns partial names and addresses into mailboxes.
+///
+///     TWError error;
+///     auto mailboxes = TWResolveNames::withProtocol(protocol)->call({"ann"}, {}, false, {}, {},
+///     &error);
+class TWResolveNames : public TWEWSService {
+ public:
+  explicit TWResolveNames(std::shared_ptr<TWServiceContext> protocol);
+  [[nodiscard]] static std::shared_ptr<TWResolveNames> withProtocol(
+      std::shared_ptr<TWServiceContext> protocol);
+
+  using Mailboxes = std::vector<std::shared_ptr<TWMailbox>>;
+
+  /// The mailboxes that the names stand for, in the server's order; none when the server knows no
+  /// such name.
+  /// @param parentFolders    folders to search besides, as id elements.
+  /// @param searchScope      EWS's "ActiveDirectory", "ContactsActiveDirectory" and the like,
+  /// passed on as given.
+  /// @param contactDataShape EWS's "IdOnly", "Default" or "AllProperties", passed on as given.
+  /// Errors: 384 (ErrorValueOutOfRange) for a contact data shape on a server before Exchange 2010
+  /// SP2, or one whose build is unknown; then nothing is sent.
+  [[nodiscard]] std::optional<Mailboxes> call(
+      const std::vector<std::string>& names, const TWList& parentFolders = {},
+      bool returnFullContactData = false,
+      const std::optional<std::string>& searchScope = std::nullopt,
+      const std::optional<std::string>& contactDataShape = std::nullopt, TWError* error = nullptr);
+
+  /// The request; invalid with an error when it cannot be built.
+  [[nodiscard]] NKXMLElement getPayload(const std::vector<std::string>& names,
+                                        const TWList& parentFolders, bool returnFullContactData,
+                                        const std::optional<std::string>& searchScope,
+                                        const std::optional<std::string>& contactDataShape,
+                                        TWError* error = nullptr) const;
+};
+
+}  // namespace tarnwell
