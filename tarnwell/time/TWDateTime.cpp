@@ -52,7 +52,7 @@ const TWDateTime::ZoneMap& TWDateTime::NSToMSTimezoneMap() { return detail::wind
 const TWDateTime::ZoneMap& TWDateTime::MSToNSTimezoneMap() { return detail::zonesByWindowsName(); }
 
 void TWDateTime::fetchTZMapWithCompletionBlock(ZoneMapCallback callback) {
-  fetchTZMapWithCompletionBlock(detail::kZoneMapURL, std::move(callback));
+  detail::ZoneMapDownload::shared().fetchCurrent(std::move(callback));
 }
 
 void TWDateTime::fetchTZMapWithCompletionBlock(std::string url, ZoneMapCallback callback) {

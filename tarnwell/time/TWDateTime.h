@@ -24,8 +24,9 @@ class TWDateTime {
   TWDateTime() = delete;
 
   /// The instant of an xs:dateTime text: "yyyy-MM-ddTHH:mm:ss" followed by "Z", by nothing (also
-  /// UTC), or by an offset such as "+02:00" or "-0530". Absent when the whole text is not exactly
-  /// that, names no real date, or has fractions of a second.
+  /// UTC), or by an offset such as "+02:00", "-0530" or "+00:53:28" (which `iso8601String` prints
+  /// for days before standard time). Absent when the whole text is not exactly that, names no real
+  /// date, or has fractions of a second. The calendar is the Gregorian one at all times.
   [[nodiscard]] static std::optional<TWInstant> dateTimeFromString(std::string_view text) noexcept;
 
   /// The instant of an xs:date text, read in the device's default zone.
@@ -49,16 +50,19 @@ class TWDateTime {
   /// Windows zone name to one IANA zone name. The same object at each call.
   [[nodiscard]] static const ZoneMap& MSToNSTimezoneMap();
 
-  /// Takes the downloaded table from IANA to Windows names; absent when the download failed.
+  /// Takes the downloaded table from IANA to Windows names: absent when the download failed, empty
+  /// when what came is well-formed XML of another kind, such as a page about an error.
   using ZoneMapCallback = std::function<void(std::optional<ZoneMap>)>;
 
   /// Downloads the current table that `NSToMSTimezoneMap` is an edition of; the table in the
   /// library stays as it is. Nothing in the library calls this.
   ///
   /// Returns at once. The callback is called exactly once, from a thread of the library's, and must
-  /// not throw or wait for ever. Downloads run one after the other, each for five minutes at most;
-  /// those that have not finished when the process ends are cancelled, and their callbacks get the
-  /// absent table. A failure is told on the standard error stream.
+  /// not throw or wait for ever. When there can be no such thread, because none can be started or
+  /// the process has begun to end, the calling thread calls it with the absent table before this
+  /// returns. Downloads run one after the other, each for five minutes at most; those that have not
+  /// finished when the process ends are cancelled, and their callbacks get the absent table. A
+  /// failure is told on the standard error stream.
   static void fetchTZMapWithCompletionBlock(ZoneMapCallback callback);
   /// The same from another address.
   static void fetchTZMapWithCompletionBlock(std::string url, ZoneMapCallback callback);

@@ -1,5 +1,7 @@
 #include "tarnwell/time/TWTimeZone.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <mutex>
 #include <ostream>
@@ -48,9 +50,22 @@ Offsets offsetsAt(const icu::TimeZone* zone, sys_seconds instant) {
   return U_SUCCESS(status) ? Offsets{seconds(raw / 1000), seconds(dst / 1000)} : Offsets{};
 }
 
-// Null unless ICU's zone data has exactly that name: ICU answers unknown names with a stand-in, and
+// ICU also has ids that are not in the IANA data: abbreviations, of which "BST" would be Dhaka's
+// time, and some that the data no longer has or never had.
+bool isIcusAlone(std::string_view name) {
+  using namespace std::string_view_literals;
+  constexpr std::array kThreeLetters = {"CET"sv, "EET"sv, "EST"sv, "GMT"sv, "HST"sv,
+                                        "MET"sv, "MST"sv, "PRC"sv, "ROC"sv, "ROK"sv,
+                                        "UCT"sv, "UTC"sv, "WET"sv};
+  if (name.size() == 3) return std::ranges::find(kThreeLetters, name) == kThreeLetters.end();
+  return name.starts_with("SystemV/") || name == "US/Pacific-New" ||
+         name == "Canada/East-Saskatchewan";
+}
+
+// Null unless the zone data has exactly that name: ICU answers unknown names with a stand-in, and
 // makes up zones for texts such as "GMT+3".
 std::unique_ptr<const icu::TimeZone> makeZone(std::string_view name) {
+  if (isIcusAlone(name)) return nullptr;
   if (name.find('\0') != std::string_view::npos) return nullptr;  // where ICU would stop reading
   const icu::UnicodeString id =
       icu::UnicodeString::fromUTF8(icu::StringPiece(name.data(), static_cast<int>(name.size())));

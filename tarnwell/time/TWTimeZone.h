@@ -23,17 +23,23 @@ class TWTimeZone {
   /// "Etc/UTC".
   TWTimeZone() noexcept = default;
 
-  /// The zone with that IANA name, matched exactly; absent when the name is unknown. The name is
-  /// kept as given: an alias ("Asia/Calcutta") stays that alias.
+  /// The zone with that IANA name, matched exactly; absent when the name is unknown, as are
+  /// abbreviations that mean one zone here and another there ("BST", "IST"). The name is kept as
+  /// given: an alias ("Asia/Calcutta") stays that alias.
   [[nodiscard]] static std::optional<TWTimeZone> fromTimeZone(std::string_view name);
   /// The zone for a Windows name, matched exactly. A text that is no Windows name is tried as an
   /// IANA name. Where several zones share a Windows name (`TWDateTime::MSToNSTimezoneMap`), the one
   /// that stands for it everywhere rather than in one country is taken.
   [[nodiscard]] static std::optional<TWTimeZone> fromMSTimeZone(std::string_view windowsName);
 
-  /// The device's default zone, read at the first call: the environment variable TZ (a leading ":"
-  /// stripped, a path resolved to the name of its zone, a rule such as "CET-1CEST" to a zone with
-  /// the same offsets), else the system's setting, else "Etc/UTC". Always a zone with an IANA name.
+  /// The device's default zone, read at the first call: the environment variable TZ, or the
+  /// system's setting when that is not set, else "Etc/UTC". Always a zone with an IANA name.
+  ///
+  /// TZ is a name, with or without a leading ":", or a path, which is resolved to the name of its
+  /// zone. For anything else, such as a rule ("CET-1CEST,M3.5.0,M10.5.0/3"), a zone is taken that
+  /// has the C library's offsets for the coming year; if none has all of them, one that has the
+  /// present offset and as many of the others as can be had. That is "Etc/UTC" for a TZ that means
+  /// nothing, and for an offset that no zone has.
   [[nodiscard]] static TWTimeZone defaultZone();
   /// Replaces the default zone of the process, for tests and for applications with a setting of
   /// their own. What other threads are printing meanwhile uses the one zone or the other.
@@ -53,7 +59,7 @@ class TWTimeZone {
   /// The instant as local text, pattern "yyyy-mm-dd HH:mm:ssZZZZ", for example
   /// "2020-30-15 10:30:05GMT+02:00": the minutes stand in the month's place, deliberately. With
   /// `isDst` and daylight saving in force, the daylight-saving offset is added to the instant
-  /// first, so that the clock is that much late.
+  /// first, so that the clock is that much ahead.
   [[nodiscard]] std::string localize(TWInstant instant, bool isDst = false) const;
 
   /// Equal when the names are.

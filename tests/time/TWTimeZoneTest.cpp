@@ -1,4 +1,7 @@
 #include <chrono>
+#include <memory>
+#include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -6,6 +9,8 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <unicode/strenum.h>
+#include <unicode/timezone.h>
 
 #include "tarnwell/time/TWDateTime.h"
 #include "tarnwell/time/TWTimeZone.h"
@@ -60,6 +65,111 @@ TEST(TWTimeZone, IsNotMadeUpFromAnOffset) {
   // ICU would, with the sign that POSIX does not mean.
   for (const char* name : {"GMT+3", "GMT+03:00", "GMT-0330"})
     EXPECT_FALSE(TWTimeZone::fromTimeZone(name)) << name;
+}
+
+std::set<std::string> namesKnownToIcu() {
+  std::set<std::string> names;
+  UErrorCode status = U_ZERO_ERROR;
+  const std::unique_ptr<icu::StringEnumeration> ids(icu::TimeZone::createEnumeration());
+  while (const char* id = ids->next(nullptr, status)) names.insert(id);
+  EXPECT_TRUE(U_SUCCESS(status));
+  return names;
+}
+
+// Of ICU's names: those that the IANA data does not have (any more).
+const std::set<std::string> kNamesOfIcuAlone{"ACT",
+                                             "AET",
+                                             "AGT",
+                                             "ART",
+                                             "AST",
+                                             "BET",
+                                             "BST",
+                                             "CAT",
+                                             "CNT",
+                                             "CST",
+                                             "CTT",
+                                             "EAT",
+                                             "ECT",
+                                             "IET",
+                                             "IST",
+                                             "JST",
+                                             "MIT",
+                                             "NET",
+                                             "NST",
+                                             "PLT",
+                                             "PNT",
+                                             "PRT",
+                                             "PST",
+                                             "SST",
+                                             "VST",
+                                             "SystemV/AST4",
+                                             "SystemV/AST4ADT",
+                                             "SystemV/CST6",
+                                             "SystemV/CST6CDT",
+                                             "SystemV/EST5",
+                                             "SystemV/EST5EDT",
+                                             "SystemV/HST10",
+                                             "SystemV/MST7",
+                                             "SystemV/MST7MDT",
+                                             "SystemV/PST8",
+                                             "SystemV/PST8PDT",
+                                             "SystemV/YST9",
+                                             "SystemV/YST9YDT",
+                                             "US/Pacific-New",
+                                             "Canada/East-Saskatchewan",
+                                             "Etc/Unknown"};
+
+TEST(TWTimeZone, IsAbsentForNamesThatAreIcusAlone) {
+  for (const std::string& name : kNamesOfIcuAlone) {
+    EXPECT_FALSE(TWTimeZone::fromTimeZone(name)) << name;
+    EXPECT_FALSE(TWTimeZone::fromMSTimeZone(name)) << name;
+  }
+}
+
+TEST(TWTimeZone, IsFoundByEveryOtherNameOfTheZoneData) {
+  const std::set<std::string> names = namesKnownToIcu();
+  EXPECT_GT(names.size(), 500U);
+  for (const std::string& name : names)
+    EXPECT_NE(TWTimeZone::fromTimeZone(name).has_value(), kNamesOfIcuAlone.contains(name)) << name;
+  for (const char* name : {"CET", "EET", "EST", "GMT", "HST", "MET", "MST", "PRC", "ROC", "ROK",
+                           "UCT", "UTC", "WET", "EST5EDT", "US/Pacific", "GMT0", "Zulu"})
+    EXPECT_TRUE(TWTimeZone::fromTimeZone(name)) << name;
+}
+
+TEST(TWTimeZone, TakesAnyBytesWithoutHarm) {
+  std::mt19937 random(11);
+  for (int i = 0; i < 20000; ++i) {
+    std::string bytes(1 + random() % 40, '\0');
+    for (char& c : bytes) c = static_cast<char>(random());
+    ASSERT_FALSE(TWTimeZone::fromTimeZone(bytes)) << testing::PrintToString(bytes);
+    ASSERT_FALSE(TWTimeZone::fromMSTimeZone(bytes)) << testing::PrintToString(bytes);
+  }
+}
+
+TEST(TWTimeZone, IsFoundByARealNameOnlyAmongNamesThatAreOneByteOff) {
+  const std::set<std::string> known = namesKnownToIcu();
+  const std::vector<std::string> names(known.begin(), known.end());
+  std::mt19937 random(12);
+  int real = 0;
+  for (int i = 0; i < 20000; ++i) {
+    std::string name = names[random() % names.size()];
+    switch (random() % 3) {
+      case 0:
+        name[random() % name.size()] = static_cast<char>(random());
+        break;
+      case 1:
+        name.erase(random() % name.size(), 1);
+        break;
+      default:
+        name.insert(random() % name.size(), 1, static_cast<char>(random()));
+    }
+    const bool expected = known.contains(name) && !kNamesOfIcuAlone.contains(name);
+    ASSERT_EQ(TWTimeZone::fromTimeZone(name).has_value(), expected) << testing::PrintToString(name);
+    ASSERT_EQ(TWTimeZone::fromMSTimeZone(name).has_value(), expected)
+        << testing::PrintToString(name);
+    real += expected ? 1 : 0;
+  }
+  EXPECT_GT(real, 0);  // "Etc/GMT+12" without its last digit
 }
 
 TEST(TWTimeZone, KeepsItsNameAsGiven) {
@@ -180,7 +290,7 @@ TEST(TWTimeZone, LocalizesWithoutTheFlagAsWithFalse) {
       EXPECT_EQ(zoneNamed(name).localize(at(text)), zoneNamed(name).localize(at(text), false));
 }
 
-TEST(TWTimeZone, LocalizesAnHourLateInSummerWhenAskedForDaylightSaving) {
+TEST(TWTimeZone, LocalizesAnHourAheadInSummerWhenAskedForDaylightSaving) {
   EXPECT_EQ(zoneNamed("Europe/Berlin").localize(at("2020-07-15T08:30:05Z"), true),
             "2020-30-15 11:30:05GMT+02:00");
   EXPECT_EQ(zoneNamed("Australia/Lord_Howe").localize(at("2020-01-15T00:00:00Z"), true),

@@ -86,13 +86,13 @@ void appendOffset(std::string& out, int offsetSeconds) {
   appendNumber(out, magnitude % 60, 2);
 }
 
-// "yyyy-nn-dd", a separator, "HH:mm:ss". `second` is what stands in the month's place.
-std::string datedClock(const CivilTime& time, int second, char separator) {
+// "yyyy-nn-dd", a separator, "HH:mm:ss".
+std::string datedClock(const CivilTime& time, int inTheMonthsPlace, char separator) {
   std::string out;
   out.reserve(32);
   appendNumber(out, time.year, 4);
   out += '-';
-  appendNumber(out, second, 2);
+  appendNumber(out, inTheMonthsPlace, 2);
   out += '-';
   appendNumber(out, time.day, 2);
   out += separator;

@@ -57,8 +57,10 @@ std::optional<std::string> nameInFile(const fs::path& path) {
   return name;
 }
 
-// A zone of the table that has those offsets, hour by hour, for a year; zones of fixed offset
-// first.
+// The zone of the table that has the present offset and, hour by hour for a year, most of the
+// others; of several that have equally many the first, zones of fixed offset coming first.
+// Often none has all: a rule without dates ("CET-1CEST") changes the clocks of Europe, too, on the
+// dates that the C library has for all such rules, which are the American ones.
 std::optional<std::string> nameByOffsets(const OffsetAt& offsetAt, sys_seconds now) {
   if (!offsetAt) return std::nullopt;
   constexpr int kHours = 366 * 24;
@@ -67,26 +69,25 @@ std::optional<std::string> nameByOffsets(const OffsetAt& offsetAt, sys_seconds n
   for (int hour = 0; hour < kHours; ++hour)
     offsets.push_back(offsetAt(now + std::chrono::hours(hour)));
 
-  const auto agrees = [&](std::string_view name) {
+  std::string_view best;
+  int most = 0;
+  const auto consider = [&](std::string_view name) {
     const auto zone = TWTimeZone::fromTimeZone(name);
-    if (!zone) return false;
+    if (most == kHours || !zone || zone->offsetAt(now) != offsets.front()) return;
+    int agreeing = 0;
     for (int hour = 0; hour < kHours; ++hour)
-      if (zone->offsetAt(now + std::chrono::hours(hour)) != offsets[static_cast<std::size_t>(hour)])
-        return false;
-    return true;
+      if (zone->offsetAt(now + std::chrono::hours(hour)) == offsets[static_cast<std::size_t>(hour)])
+        ++agreeing;
+    if (agreeing <= most) return;
+    best = name;
+    most = agreeing;
   };
 
-  if (agrees(kUTC)) return std::string(kUTC);
+  consider(kUTC);
   for (const auto& [zone, windowsName] : windowsNamesByZone())
-    if (zone.starts_with("Etc/") && agrees(zone)) return zone;
-  for (const auto& [windowsName, zone] : zonesByWindowsName())
-    if (agrees(zone)) return zone;
-  return std::nullopt;
-}
-
-// TZ may hold rules in place of a name ("CET-1CEST", "<+0330>-3:30"), which always tell an offset.
-bool looksLikeRule(std::string_view tz) {
-  return !tz.starts_with('/') && tz.find_first_of("0123456789") != std::string_view::npos;
+    if (zone.starts_with("Etc/")) consider(zone);
+  for (const auto& [windowsName, zone] : zonesByWindowsName()) consider(zone);
+  return most > 0 ? std::optional<std::string>(best) : std::nullopt;
 }
 
 std::optional<std::string> nameOfTZ(const ZoneSources& sources) {
@@ -94,9 +95,13 @@ std::optional<std::string> nameOfTZ(const ZoneSources& sources) {
   if (tz.starts_with(':')) tz.remove_prefix(1);
   if (tz.empty()) return std::string(kUTC);
   if (isKnown(tz)) return std::string(tz);
-  if (looksLikeRule(tz)) return nameByOffsets(sources.offsetAt, sources.now);
   // A relative path is one into the database.
   return nameOfPath(tz.starts_with('/') ? fs::path(tz) : "/usr/share/zoneinfo" / fs::path(tz));
+}
+
+std::optional<std::string> nameOfSystem(const ZoneSources& sources) {
+  if (auto name = nameOfPath(sources.localtime)) return name;
+  return nameInFile(sources.timezone);
 }
 
 }  // namespace
@@ -117,12 +122,9 @@ ZoneSources deviceZoneSources() {
 }
 
 std::string resolveZoneName(const ZoneSources& sources) {
-  std::optional<std::string> name;
-  if (sources.tz) name = nameOfTZ(sources);
-  if (!name) name = nameOfPath(sources.localtime);
-  if (!name) name = nameInFile(sources.timezone);
-  // The system's zone file may be a copy, which has rules but no name.
-  if (!name && !sources.tz) name = nameByOffsets(sources.offsetAt, sources.now);
+  std::optional<std::string> name = sources.tz ? nameOfTZ(sources) : nameOfSystem(sources);
+  // TZ may hold rules or nonsense, and the system's zone file may be a copy, which has no name.
+  if (!name) name = nameByOffsets(sources.offsetAt, sources.now);
   return name.value_or(std::string(kUTC));
 }
 

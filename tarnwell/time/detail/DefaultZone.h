@@ -27,9 +27,11 @@ struct ZoneSources {
 
 /// The name of the zone that the sources tell; always the name of a known zone.
 ///
-/// TZ comes first, with its leading ":" stripped: a name, a path into the zone database, or a rule
-/// ("CET-1CEST"), for which a zone is taken that has the same offsets for a year from `now`. An
-/// empty TZ is UTC. A value that says nothing falls to the system's setting, and that to "Etc/UTC".
+/// A TZ that is set decides alone, with its leading ":" stripped: a name, or a path into the zone
+/// database. For anything else, be it a rule ("CET-1CEST"), a file without a name or nonsense, the
+/// zone is the one that comes nearest to what the C library makes of it: it has the offset of `now`
+/// and, of the hours of a year from `now`, as many as can be had. When no zone has that offset, and
+/// for an empty TZ, it is "Etc/UTC". Without TZ the system's setting is read in the same way.
 [[nodiscard]] std::string resolveZoneName(const ZoneSources& sources);
 
 }  // namespace tarnwell::detail

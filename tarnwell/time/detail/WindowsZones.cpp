@@ -6,7 +6,7 @@ namespace {
 struct Row {
   const char* zone;
   const char* windowsName;
-  bool principal;  // the one zone of several that speaks for the Windows name
+  bool principal;  // the one zone that speaks for the Windows name; the generator sees to it
 };
 
 constexpr Row kRows[] = {
@@ -27,11 +27,8 @@ const ZoneMap& windowsNamesByZone() {
 const ZoneMap& zonesByWindowsName() {
   static const ZoneMap& map = *[] {
     auto* built = new ZoneMap;
-    // The last one stored stays: the zones in alphabetical order, then the principal ones.
-    for (const auto& [zone, windowsName] : windowsNamesByZone())
-      built->insert_or_assign(windowsName, zone);
     for (const Row& row : kRows)
-      if (row.principal) built->insert_or_assign(row.windowsName, row.zone);
+      if (row.principal) built->emplace(row.windowsName, row.zone);
     return built;
   }();
   return map;

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <functional>
-#include <map>
-#include <string>
+#include "tarnwell/time/TWDateTime.h"
 
 namespace tarnwell::detail {
 
-using ZoneMap = std::map<std::string, std::string, std::less<>>;
+using ZoneMap = TWDateTime::ZoneMap;
 
 /// IANA zone name to Windows zone name. Built on first use, never destroyed; safe from any thread.
 [[nodiscard]] const ZoneMap& windowsNamesByZone();

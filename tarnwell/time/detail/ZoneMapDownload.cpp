@@ -76,6 +76,18 @@ void ZoneMapDownload::fetch(std::string url, Callback callback) {
   if (job.callback) job.callback(std::nullopt);
 }
 
+void ZoneMapDownload::fetchCurrent(Callback callback) {
+  std::unique_lock lock(mutex_);
+  std::string url = currentURL_;
+  lock.unlock();
+  fetch(std::move(url), std::move(callback));
+}
+
+std::string ZoneMapDownload::setCurrentURL(std::string url) {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(currentURL_, std::move(url));
+}
+
 bool ZoneMapDownload::startWorker() {
   try {
     worker_ = std::thread([this] { work(); });
@@ -92,8 +104,8 @@ void ZoneMapDownload::stop() noexcept {
   changed_.notify_all();
   if (!worker_.joinable()) return;
   if (worker_.get_id() == std::this_thread::get_id()) {
-    // A callback ended the process.
-    worker_.detach();
+    // In a callback, perhaps one that ends the process. Whoever stops on another thread, be it now
+    // or later, waits for this one.
     lock.unlock();
     while (const std::optional<Job> job = nextJob()) run(*job);
     return;
@@ -106,7 +118,7 @@ void ZoneMapDownload::stop() noexcept {
   }
   std::thread worker = std::move(worker_);
   lock.unlock();
-  worker.join();
+  if (worker.joinable()) worker.join();  // else another thread that stops has taken it
 }
 
 void ZoneMapDownload::work() {
@@ -156,9 +168,13 @@ std::optional<ZoneMap> ZoneMapDownload::download(const std::string& url) {
     return std::nullopt;
   }
 
-  // Any status: what a server says instead of the document does not parse.
+  // Any status: what a server says instead of the document does not parse, or, when it is
+  // well-formed, lacks the elements and gives the empty table.
   const NKXMLDocument document = NKXMLDocument::withXMLString(text, 0, &error);
   if (!document) {
+    // The parser's own reason says more. With nothing to parse it would be that of an earlier text.
+    const TWError reason = NKXMLNode::lastError();
+    if (!text.empty() && reason) error = reason;
     logFailure(kParseFailed, error);
     return std::nullopt;
   }

@@ -34,7 +34,7 @@ struct ZoneMapLimits {
 };
 
 /// Downloads tables one after the other on a thread of its own, which starts with the first
-/// download.
+/// download. Not to be destroyed by a callback.
 class ZoneMapDownload {
  public:
   using Callback = std::function<void(std::optional<ZoneMap>)>;
@@ -49,13 +49,17 @@ class ZoneMapDownload {
   ~ZoneMapDownload();
 
   /// Returns at once. The callback is called exactly once, on the downloading thread; on the
-  /// calling thread when there is none, which is after `stop`. A failure is written to the system
-  /// log.
+  /// calling thread when there is none, which is after `stop` and when none can be started. A
+  /// failure is written to the system log.
   void fetch(std::string url, Callback callback);
+  /// The same from the address of the current edition.
+  void fetchCurrent(Callback callback);
+  /// Replaces `kZoneMapURL` as that address, for tests. Gives the one before.
+  std::string setCurrentURL(std::string url);
 
   /// Cancels all downloads, whose callbacks get the absent table, and waits until they have
   /// returned. Called from a callback, it calls the remaining ones itself, since it cannot wait for
-  /// its own thread.
+  /// its own thread. Several threads may stop at once.
   void stop() noexcept;
 
  private:
@@ -77,6 +81,7 @@ class ZoneMapDownload {
   std::mutex mutex_;  // guards all below
   std::condition_variable changed_;
   std::deque<Job> jobs_;
+  std::string currentURL_ = kZoneMapURL;
   bool stopping_ = false;
   bool finished_ = true;  // no thread runs that could use the transfer
   std::thread worker_;

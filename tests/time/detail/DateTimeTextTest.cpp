@@ -1,17 +1,21 @@
 // Holds our parsers and printers against ICU's formatters, whose patterns define the texts. Where
 // the two are meant to differ, a test says so.
+#include <clocale>
 #include <cstddef>
 #include <cstdint>
+#include <locale>
 #include <memory>
 #include <optional>
 #include <random>
 #include <regex>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <unicode/gregocal.h>
+#include <unicode/locid.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
 #include <unicode/unistr.h>
@@ -214,6 +218,27 @@ class TextMaker {
   std::mt19937 random_{20200715};
 };
 
+// Holds one of our parsers against ICU's for texts that are a little wrong: the same where the
+// widths are right, else absent.
+template <class Icu, class HasWidths, class Parse>
+void expectMutatedTextsAreParsedAsBy(const Icu& icu, std::string (TextMaker::*make)(),
+                                     HasWidths hasWidths, Parse parse) {
+  TextMaker maker;
+  int right = 0;
+  for (int i = 0; i < 40000; ++i) {
+    const std::string text = maker.mutated((maker.*make)());
+    const std::optional<std::int64_t> ours = inMilliseconds(parse(text));
+    if (hasWidths(text)) {
+      ++right;
+      ASSERT_EQ(ours, icu.parse(text)) << text;
+    } else {
+      ASSERT_EQ(ours, std::nullopt) << text;
+    }
+  }
+  EXPECT_GT(right, 1000);
+  EXPECT_LT(right, 39000);
+}
+
 TEST(DateTimeText, ParsesDateTimesAsIcuDoes) {
   const IcuDateTime icu;
   TextMaker maker;
@@ -232,20 +257,9 @@ TEST(DateTimeText, ParsesDateTimesAsIcuDoes) {
 
 TEST(DateTimeText, ParsesMutatedDateTimesAsIcuDoesWhereTheWidthsAreRight) {
   const IcuDateTime icu;
-  TextMaker maker;
-  int right = 0;
-  for (int i = 0; i < 40000; ++i) {
-    const std::string text = maker.mutated(maker.dateTime());
-    const auto ours = inMilliseconds(TWDateTime::dateTimeFromString(text));
-    if (hasDateTimeWidths(text)) {
-      ++right;
-      ASSERT_EQ(ours, icu.parse(text)) << text;
-    } else {
-      ASSERT_EQ(ours, std::nullopt) << text;
-    }
-  }
-  EXPECT_GT(right, 1000);
-  EXPECT_LT(right, 39000);
+  expectMutatedTextsAreParsedAsBy(
+      icu, &TextMaker::dateTime, hasDateTimeWidths,
+      [](const std::string& text) { return TWDateTime::dateTimeFromString(text); });
 }
 
 TEST(DateTimeText, RefusesDateTimesOfOtherWidthsThatIcuTakes) {
@@ -300,20 +314,9 @@ TEST(DateTimeText, ParsesEveryMinuteOfJanuaryAsIcuDoesWhereTheClocksChanged) {
 TEST(DateTimeText, ParsesMutatedDatesAsIcuDoesWhereTheWidthsAreRight) {
   const DefaultZoneScope scope("Europe/Berlin");
   const IcuDate icu("Europe/Berlin");
-  TextMaker maker;
-  int right = 0;
-  for (int i = 0; i < 40000; ++i) {
-    const std::string text = maker.mutated(maker.date());
-    const auto ours = inMilliseconds(TWDateTime::dateFromString(text));
-    if (hasDateWidths(text)) {
-      ++right;
-      ASSERT_EQ(ours, icu.parse(text)) << text;
-    } else {
-      ASSERT_EQ(ours, std::nullopt) << text;
-    }
-  }
-  EXPECT_GT(right, 1000);
-  EXPECT_LT(right, 39000);
+  expectMutatedTextsAreParsedAsBy(
+      icu, &TextMaker::date, hasDateWidths,
+      [](const std::string& text) { return TWDateTime::dateFromString(text); });
 }
 
 TEST(DateTimeText, PrintsAsIcuDoesFromTheYear1To9999) {
@@ -343,6 +346,51 @@ TEST(DateTimeText, TakesAnyBytesWithoutHarm) {
     EXPECT_EQ(parseDateTime(bytes), std::nullopt);
     EXPECT_EQ(parseDate(bytes), std::nullopt);
   }
+}
+
+// A locale of C++ that writes 2020 as "2.020", for those that the system lacks.
+class Grouping : public std::numpunct<char> {
+ protected:
+  [[nodiscard]] char do_thousands_sep() const override { return '.'; }
+  [[nodiscard]] char do_decimal_point() const override { return ','; }
+  [[nodiscard]] std::string do_grouping() const override { return "\1"; }
+};
+
+void expectTheTextsOfOneInstant() {
+  const TWInstant instant(std::chrono::seconds(1594808430));
+  EXPECT_EQ(TWDateTime::dateTimeFromString("2020-07-15T12:20:30+02:00"), instant);
+  EXPECT_EQ(TWDateTime::dateFromString("2020-07-15+05:30"),
+            TWDateTime::dateTimeFromString("2020-01-15T04:30:00Z"));
+  EXPECT_EQ(TWDateTime::iso8601String(instant), "2020-07-15T12:20:30+02:00");
+  EXPECT_EQ(zoneNamed("Europe/Berlin").localize(instant), "2020-20-15 12:20:30GMT+02:00");
+}
+
+TEST(DateTimeText, IsTheSameInEveryLocale) {
+  const DefaultZoneScope scope("Europe/Berlin");
+  // NOLINTBEGIN(concurrency-mt-unsafe): this test has one thread
+  const std::string before = std::setlocale(LC_ALL, nullptr);
+  for (const char* name : {"C", "de_DE.UTF-8", "ar_EG.UTF-8", "fa_IR.UTF-8", "th_TH.UTF-8"}) {
+    if (!std::setlocale(LC_ALL, name)) continue;  // not installed
+    SCOPED_TRACE(name);
+    expectTheTextsOfOneInstant();
+  }
+  std::setlocale(LC_ALL, before.c_str());
+  // NOLINTEND(concurrency-mt-unsafe)
+
+  const std::locale grouping(std::locale::classic(), new Grouping);
+  const std::locale global = std::locale::global(grouping);
+  std::ostringstream changed;
+  changed << 2020;
+  EXPECT_EQ(changed.str(), "2.0.2.0");
+  expectTheTextsOfOneInstant();
+  std::locale::global(global);
+
+  UErrorCode status = U_ZERO_ERROR;
+  const icu::Locale icuDefault = icu::Locale::getDefault();
+  icu::Locale::setDefault(icu::Locale("ar_EG@calendar=islamic"), status);
+  expectTheTextsOfOneInstant();
+  icu::Locale::setDefault(icuDefault, status);
+  EXPECT_TRUE(U_SUCCESS(status));
 }
 
 TEST(DateTimeText, CountsTheCalendarBothWays) {

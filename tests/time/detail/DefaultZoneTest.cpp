@@ -2,6 +2,7 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -120,13 +121,20 @@ TEST_F(DefaultZone, IsTheSystemsSettingWithoutTZ) {
   EXPECT_EQ(resolveZoneName(sources()), "Europe/Berlin");
 }
 
-TEST_F(DefaultZone, IsTheSystemsSettingWhenTZSaysNothing) {
+TEST_F(DefaultZone, IsUtcWhenTZSaysNothing) {
   for (const char* tz :
-       {"Foo/Bar", "Etc/Unknown", "/no/such/file", "/usr/share/zoneinfo/posixrules",
-        "/usr/share/zoneinfo", "localtime", "../../etc/passwd", "CET-1CEST", ":CET-1CEST"})
-    EXPECT_NE(resolveZoneName(sources(tz)), tz) << tz;
-  for (const char* tz : {"Foo/Bar", "Etc/Unknown", "/no/such/file", "CET-1CEST", "GMT+3"})
-    EXPECT_EQ(resolveZoneName(sources(tz)), "Europe/Berlin") << tz;
+       {"Foo/Bar", "Etc/Unknown", "/no/such/file", "/usr/share/zoneinfo", "../../etc/passwd", "BST",
+        "IST", "SystemV/EST5EDT", "europe/berlin", "Europe/Berlin ", "CET-1CEST", ":CET-1CEST"}) {
+    EXPECT_EQ(resolveZoneName(sources(tz)), "Etc/UTC") << tz;
+    // Such is what the C library makes of it.
+    EXPECT_EQ(resolveZoneName(sourcesLike("Etc/UTC", tz)), "Etc/UTC") << tz;
+  }
+}
+
+TEST_F(DefaultZone, HasTheOffsetsOfAFileInTZWithoutAName) {
+  write("elsewhere/mine");
+  const std::string file = path("elsewhere/mine");
+  EXPECT_EQ(resolveZoneName(sourcesLike("America/New_York", file)), "America/New_York");
 }
 
 TEST_F(DefaultZone, IsAZoneWithTheOffsetsOfARuleInTZ) {
@@ -140,10 +148,29 @@ TEST_F(DefaultZone, IsAZoneWithTheOffsetsOfARuleInTZ) {
   EXPECT_EQ(resolveZoneName(sourcesLike("Etc/UTC", "UTC0")), "Etc/UTC");
 }
 
-TEST_F(DefaultZone, IsTheSystemsSettingWhenNoZoneHasTheOffsetsOfTheRule) {
+// Central Europe's offsets on the American dates, which is what the C library makes of "CET-1CEST".
+seconds ruleWithoutDates(sys_seconds at) {
+  using namespace std::chrono;
+  const bool summer = (at >= sys_days(2020y / March / 8) && at < sys_days(2020y / November / 1)) ||
+                      (at >= sys_days(2021y / March / 14) && at < sys_days(2021y / November / 7));
+  return hours(summer ? 2 : 1);
+}
+
+TEST_F(DefaultZone, HasThePresentOffsetAndMostOthersWhenNoZoneHasAllOfTheRule) {
+  ZoneSources rule = sources("CET-1CEST");
+  rule.offsetAt = ruleWithoutDates;
+  EXPECT_EQ(resolveZoneName(rule), "Europe/Budapest");
+  // When the one is in summer and the other is not, the present counts for more.
+  using namespace std::chrono;
+  rule.now = sys_days(2020y / October / 29);
+  const std::string between = resolveZoneName(rule);
+  EXPECT_EQ(test::zoneNamed(between).offsetAt(rule.now), hours(2)) << between;
+}
+
+TEST_F(DefaultZone, IsUtcWhenNoZoneHasTheOffsetOfTheRule) {
   ZoneSources odd = sources("XXX-1:23");
   odd.offsetAt = [](sys_seconds) { return seconds(4980); };
-  EXPECT_EQ(resolveZoneName(odd), "Europe/Berlin");
+  EXPECT_EQ(resolveZoneName(odd), "Etc/UTC");
 }
 
 TEST_F(DefaultZone, IsNamedByItsFileWhenTheZoneFileIsACopy) {
@@ -174,12 +201,13 @@ TEST_F(DefaultZone, IsUtcWhenNothingTellsIt) {
 
 // The program's environment as a whole, each time in a process of its own.
 
-bool defaultZoneAgreesWithTheCLibrary() {
+// This month and that many in all.
+bool defaultZoneAgreesWithTheCLibrary(int months) {
   const std::string name = TWTimeZone::defaultZone().name();
   const std::string msName = TWTimeZone::defaultZone().mszone();
   if (name == "Etc/Unknown" || msName == "Etc/Unknown" || name.starts_with('/')) return false;
   const auto now = std::chrono::floor<seconds>(std::chrono::system_clock::now());
-  for (int month = 0; month < 12; ++month) {
+  for (int month = 0; month < months; ++month) {
     const sys_seconds at = now + hours(24 * 30 * month);
     const std::time_t time = at.time_since_epoch().count();
     std::tm local{};
@@ -189,7 +217,8 @@ bool defaultZoneAgreesWithTheCLibrary() {
   return true;
 }
 
-void expectUsableDefault(const char* tz) {
+// Whether a process with that TZ passes the check.
+void expectDefault(const char* tz, const std::function<bool()>& check) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       {
@@ -199,7 +228,7 @@ void expectUsableDefault(const char* tz) {
         else
           unsetenv("TZ");
         tzset();
-        std::exit(defaultZoneAgreesWithTheCLibrary() ? 0 : 1);
+        std::exit(check() ? 0 : 1);
         // NOLINTEND(concurrency-mt-unsafe)
       },
       testing::ExitedWithCode(0), "")
@@ -207,11 +236,22 @@ void expectUsableDefault(const char* tz) {
 }
 
 TEST(DefaultZoneDeathTest, AgreesWithTheCLibraryWhateverTZSays) {
-  for (const char* tz : {"", ":", ":/etc/localtime", "/etc/localtime", "Europe/Berlin",
-                         ":Asia/Kolkata", "CET-1CEST,M3.5.0,M10.5.0/3", "EST5EDT", "EST5",
-                         "<+0330>-3:30", "UTC0", "GMT+3", "/usr/share/zoneinfo/Asia/Tokyo"})
-    expectUsableDefault(tz);
-  expectUsableDefault(nullptr);
+  for (const char* tz :
+       {"", ":", ":/etc/localtime", "/etc/localtime", "Europe/Berlin", ":Asia/Kolkata",
+        "CET-1CEST,M3.5.0,M10.5.0/3", "EST5EDT", "EST5", "<+0330>-3:30", "UTC0", "GMT+3",
+        "/usr/share/zoneinfo/Asia/Tokyo", "Foo/Bar", "Etc/Unknown", "/no/such/file", "BST", "IST"})
+    expectDefault(tz, [] { return defaultZoneAgreesWithTheCLibrary(12); });
+  expectDefault(nullptr, [] { return defaultZoneAgreesWithTheCLibrary(12); });
+}
+
+TEST(DefaultZoneDeathTest, AgreesWithTheCLibraryNowWhenTZHasARuleWithoutDates) {
+  for (const char* tz : {"CET-1CEST", ":CET-1CEST", "EET-2EEST", "NZST-12NZDT", "AEST-10AEDT",
+                         "NST3:30NDT", "EST5EDT4"})
+    expectDefault(tz, [] { return defaultZoneAgreesWithTheCLibrary(1); });
+}
+
+TEST(DefaultZoneDeathTest, IsUtcWhenTZHasAnOffsetOfNoZone) {
+  expectDefault("XXX-1:23", [] { return TWTimeZone::defaultZone().name() == "Etc/UTC"; });
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
-#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <latch>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -17,10 +17,10 @@
 
 #include "tarnwell/time/TWDateTime.h"
 #include "tarnwell/time/detail/ZoneMapDownload.h"
-#include "tarnwell/util/TWLogger.h"
 
 #include "tests/support/Gate.h"
 #include "tests/support/RawServer.h"
+#include "tests/support/RecordingLog.h"
 #include "tests/support/ScriptedServer.h"
 
 namespace tarnwell::detail {
@@ -32,9 +32,10 @@ using test::RawServer;
 using test::ScriptedAnswer;
 using test::ScriptedRequest;
 using test::ScriptedServer;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::StartsWith;
+using testing::Not;
 
 constexpr std::string_view kDocument = R"(<?xml version="1.0" encoding="UTF-8" ?>
 <!DOCTYPE supplementalData SYSTEM "../../common/dtd/ldmlSupplemental.dtd">
@@ -219,6 +220,60 @@ TEST(ZoneMapDownload, TellsOfAnAnswerThatIsNoXml) {
   EXPECT_THAT(missing.log, HasSubstr("[ERROR] Couldnt parse tz xml map: "));
 }
 
+TEST(ZoneMapDownload, TellsTheParsersReason) {
+  const Outcome open = fetchFrom(ScriptedAnswer::xml("<open></tag>"));
+  EXPECT_THAT(open.log,
+              HasSubstr("[ERROR] Couldnt parse tz xml map: NKXMLErrorDomain 76: Opening"));
+  EXPECT_THAT(open.log, Not(HasSubstr("(null)")));
+
+  // An empty body gives the parser nothing to do, and not the reason of the one before.
+  ScriptedServer server;
+  server.enqueue(ScriptedAnswer::xml("<open></tag>"));
+  server.enqueue(ScriptedAnswer::xml(""));
+  testing::internal::CaptureStderr();
+  Receiver first;
+  Receiver second;
+  {
+    ZoneMapDownload download;
+    download.fetch(server.url("/"), first.callback());
+    download.fetch(server.url("/"), second.callback());
+    EXPECT_TRUE(second.wait());
+  }
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("[ERROR] Couldnt parse tz xml map: NKXMLErrorDomain 0: (null)"));
+}
+
+// A document of one entry with that Windows name, after that beginning.
+std::string documentOf(std::string_view beginning, std::string_view windowsName) {
+  std::string text(beginning);
+  text += "<s><windowsZones><mapTimezones><mapZone other='";
+  text += windowsName;
+  text += "' type='A/B'/></mapTimezones></windowsZones></s>";
+  return text;
+}
+
+TEST(ZoneMapDownload, ReadsUtf8WhateverTheDocumentDeclares) {
+  const ZoneMap expected{{"A/B", "M\u00FCnchen"}};
+  for (const char* beginning : {"", "<?xml version='1.0' encoding='ISO-8859-1'?>", "\uFEFF",
+                                "\uFEFF<?xml version='1.0' encoding='UTF-8'?>"}) {
+    const Outcome outcome = fetchFrom(ScriptedAnswer::xml(documentOf(beginning, "M\u00FCnchen")));
+    EXPECT_EQ(outcome.map, expected) << beginning;
+    EXPECT_EQ(outcome.log, "") << beginning;
+  }
+}
+
+TEST(ZoneMapDownload, ReplacesIllFormedBytes) {
+  const Outcome outcome = fetchFrom(ScriptedAnswer::xml(documentOf("", "M\xFCnchen")));
+  EXPECT_EQ(outcome.map, (ZoneMap{{"A/B", "M\uFFFDnchen"}}));
+}
+
+TEST(ZoneMapDownload, GivesAnEmptyTableForAWellFormedPageAboutAnError) {
+  const Outcome page = fetchFrom(ScriptedAnswer::xml(
+      "<html xmlns='http://www.w3.org/1999/xhtml'><body><h1>Not Found</h1></body></html>", 404));
+  EXPECT_THAT(page.map, testing::Optional(IsEmpty()));
+  EXPECT_EQ(page.log, "");
+}
+
 TEST(ZoneMapDownload, GivesUpOnASilentServer) {
   RawServer server([](RawConnection& peer) { peer.waitForClose(); });
   const Outcome outcome = fetchOnce(server.url("/"), {.idle = std::chrono::milliseconds(50)});
@@ -252,6 +307,9 @@ TEST(ZoneMapDownload, RunsOneAfterTheOtherInOrder) {
     EXPECT_EQ(receivers[i].calls(), 1);
   }
   EXPECT_EQ(server.mostAtOnce(), 1U);
+  std::vector<std::string> targets;
+  for (const ScriptedRequest& request : server.requests()) targets.push_back(request.target);
+  EXPECT_THAT(targets, ElementsAre("/zone0", "/zone1", "/zone2", "/zone3", "/zone4"));
 }
 
 TEST(ZoneMapDownload, MayBeStartedFromACallback) {
@@ -319,6 +377,75 @@ TEST(ZoneMapDownload, StopsAtOnceInWhateverPhase) {
   (void)testing::internal::GetCapturedStderr();
 }
 
+TEST(ZoneMapDownload, MayBeStoppedByManyThreadsAtOnce) {
+  RawServer server([](RawConnection& peer) { peer.waitForClose(); });
+  testing::internal::CaptureStderr();
+  for (int round = 0; round < 50; ++round) {
+    constexpr int kThreads = 4;
+    Receiver receiver;
+    ZoneMapDownload download;
+    download.fetch(server.url("/"), receiver.callback());
+    std::latch start(kThreads);
+    std::vector<std::thread> threads;
+    threads.reserve(kThreads);
+    for (int i = 0; i < kThreads; ++i)
+      threads.emplace_back([&] {
+        start.arrive_and_wait();
+        download.stop();
+        EXPECT_EQ(receiver.calls(), 1);
+      });
+    for (std::thread& thread : threads) thread.join();
+    ASSERT_EQ(receiver.map(), std::nullopt);
+  }
+  (void)testing::internal::GetCapturedStderr();
+}
+
+TEST(ZoneMapDownload, MayBeStoppedByACallbackWhileAnotherThreadStopsIt) {
+  const std::string url = closedAddress();
+  testing::internal::CaptureStderr();
+  for (int round = 0; round < 50; ++round) {
+    std::latch start(2);
+    Receiver second;
+    bool returned = false;  // by the callback, for which the other thread waits
+    {
+      ZoneMapDownload download;
+      download.fetch(url, [&](const std::optional<ZoneMap>&) {
+        start.arrive_and_wait();
+        download.stop();
+        EXPECT_EQ(second.calls(), 1);
+        EXPECT_EQ(second.thread(), std::this_thread::get_id());
+        returned = true;
+      });
+      download.fetch(url, second.callback());
+      start.arrive_and_wait();
+      download.stop();
+      ASSERT_TRUE(returned);
+    }
+    ASSERT_EQ(second.calls(), 1);
+  }
+  (void)testing::internal::GetCapturedStderr();
+}
+
+TEST(ZoneMapDownload, WaitsForACallbackThatHasStoppedIt) {
+  Gate stopped;
+  Gate leave;
+  testing::internal::CaptureStderr();
+  bool returned = false;
+  {
+    ZoneMapDownload download;
+    download.fetch(closedAddress(), [&](const std::optional<ZoneMap>&) {
+      download.stop();
+      stopped.open();
+      EXPECT_TRUE(leave.wait());
+      returned = true;
+    });
+    EXPECT_TRUE(stopped.wait());
+    leave.open();
+  }
+  EXPECT_TRUE(returned);
+  (void)testing::internal::GetCapturedStderr();
+}
+
 // The operation as callers see it.
 
 TEST(FetchTZMap, CallsBackFromAnotherThreadWhileTheCallerGoesOn) {
@@ -349,16 +476,8 @@ TEST(FetchTZMap, LeavesTheCompiledTablesAlone) {
   EXPECT_EQ(TWDateTime::MSToNSTimezoneMap(), inverse);
 }
 
-class CountingDelegate : public TWLoggerDelegate {
- public:
-  void debug(const std::string& /*message*/) override { ++lines; }
-  void release(const std::string& /*message*/) override { ++lines; }
-  std::atomic<int> lines{0};
-};
-
 TEST(FetchTZMap, TellsFailuresOnThePlatformsLogAndNotToTheLogger) {
-  const auto delegate = std::make_shared<CountingDelegate>();
-  TWLogger::logger().setDelegate(delegate);
+  const test::RecordingLog logger;
   testing::internal::CaptureStderr();
   ScriptedServer server;
   server.enqueue(ScriptedAnswer::xml("hello"));
@@ -368,16 +487,25 @@ TEST(FetchTZMap, TellsFailuresOnThePlatformsLogAndNotToTheLogger) {
   TWDateTime::fetchTZMapWithCompletionBlock(closedAddress(), unreachable.callback());
   EXPECT_TRUE(unreadable.wait());
   EXPECT_TRUE(unreachable.wait());
-  TWLogger::logger().setDelegate(nullptr);
   const std::string log = testing::internal::GetCapturedStderr();
   EXPECT_THAT(log, HasSubstr("[ERROR] Couldnt parse tz xml map: "));
   EXPECT_THAT(log, HasSubstr("[ERROR] Couldnt fetch tz map: "));
-  EXPECT_EQ(delegate->lines, 0);
+  EXPECT_THAT(logger.lines(), IsEmpty());
+  EXPECT_THAT(logger.debugLines(), IsEmpty());
 }
 
 TEST(FetchTZMap, HasAnAddressOfItsOwn) {
-  EXPECT_THAT(kZoneMapURL, StartsWith("https://"));
-  EXPECT_THAT(kZoneMapURL, HasSubstr("/windowsZones.xml"));
+  ScriptedServer server;
+  server.enqueue(ScriptedAnswer::xml(std::string(kDocument)));
+  ZoneMapDownload& shared = ZoneMapDownload::shared();
+  EXPECT_EQ(shared.setCurrentURL(server.url("/current.xml")), kZoneMapURL);
+  Receiver receiver;
+  TWDateTime::fetchTZMapWithCompletionBlock(receiver.callback());
+  EXPECT_TRUE(receiver.wait());
+  shared.setCurrentURL(kZoneMapURL);
+  EXPECT_EQ(receiver.map(), kTable);
+  ASSERT_EQ(server.requestCount(), 1U);
+  EXPECT_EQ(server.requests().at(0).target, "/current.xml");
 }
 
 // The end of a process, in one of its own.
