@@ -21,8 +21,8 @@ enum TWCredentialsType : std::int64_t {
 
 /// A user name and a secret: a password, or an OAuth 2 access token.
 ///
-///     auto credentials = TWCredentials::credentialsWithUsernamePassword("ann@example.com",
-///     password);
+///     const std::string name = "ann@example.com";
+///     auto credentials = TWCredentials::credentialsWithUsernamePassword(name, password);
 ///
 /// Shared by a protocol and its connections, so that a new access token reaches all of them. Safe
 /// from any thread. The secret is kept in memory only, and never printed.

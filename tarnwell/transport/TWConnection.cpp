@@ -32,6 +32,10 @@ double secondsSince(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
+TWError cancellation(std::string_view message) {
+  return {TWHTTPErrorDomain, TWHTTPErrorCancelled, message};
+}
+
 void wipeSecrets(TWHeaders& headers) {
   for (auto& [name, value] : headers) detail::wipe(value);
 }
@@ -68,7 +72,7 @@ TWResponse TWConnection::fetch(std::string_view url, std::string_view method,
     const Clock::time_point start = Clock::now();
     if (closed_) {
       record.url = url;
-      record.error = TWError(TWHTTPErrorDomain, TWHTTPErrorCancelled, "The connection is closed");
+      record.error = cancellation("The connection is closed");
     } else {
       record = stream ? fetchStream(makeRequest(url, method, headers), body)
                       : fetchAnswer(makeRequest(url, method, headers), body, start);
@@ -82,7 +86,8 @@ TWResponse TWConnection::fetch(std::string_view url, std::string_view method,
 TWHTTPRequest TWConnection::makeRequest(std::string_view url, std::string_view method,
                                         const std::optional<TWHeaders>& headers) const {
   TWHTTPRequest request{std::string(url), std::string(method),
-                        headers ? *headers : TWTransport::defaultHeaders(), std::nullopt};
+                        headers ? *headers : TWTransport::defaultHeaders(), std::nullopt,
+                        allowsRedirects_};
   if (credentials_ && credentials_->useOAuth2()) {
     std::erase_if(request.headers, [](const auto& field) {
       return equalIgnoringCase(field.first, "Authorization");
@@ -100,10 +105,11 @@ TWResponse TWConnection::fetchAnswer(TWHTTPRequest request, Body body, Clock::ti
   exchange.method = std::move(request.method);
   exchange.headers = std::move(request.headers);
   exchange.body = body;
-  exchange.followsRedirects = allowsRedirects_;
+  exchange.followsRedirects = request.followsRedirects;
   exchange.login = detail::passwordLogin(credentials_.get());
-  const Clock::time_point requestEnd = start + options_.requestLimit;
-  exchange.deadline = std::min(requestEnd, Clock::now() + options_.resourceLimit);
+  const Clock::time_point requestEnd = start + detail::countable(options_.requestLimit);
+  exchange.deadline =
+      std::min(requestEnd, Clock::now() + detail::countable(options_.resourceLimit));
   exchange.bodyLimit = options_.bodyLimit;
   exchange.acceptsCertificate = [this](bool trusted) {
     hasInsecureCertificate_ = !trusted;
@@ -130,40 +136,61 @@ TWResponse TWConnection::fetchAnswer(TWHTTPRequest request, Body body, Clock::ti
   record.error = result.error;
   // Half a body is never taken for a whole one, not even one that happens to parse.
   if (!result.error) record.setData(std::move(result.body));
-  if (!result.redirectTarget.empty()) {
-    record.needsRedirect = true;
-    record.redirectUrl = result.redirectTarget;
-    const std::lock_guard lock(fieldMutex_);
-    redirected_ = std::move(result.redirectTarget);
-  }
-  // On purpose never cleared: a connection that was once sent elsewhere is no good any more, and
-  // callers recover with a fresh one.
-  if (const std::optional<std::string> target = redirected()) {
-    record.error = TWError(TWErrorDomain, static_cast<std::int64_t>(TWErrorCode::ErrorRedirect),
-                           TWDictionary{{"url", *target}});
-  }
+  reportRedirect(record, std::move(result.redirectTarget));
   return record;
 }
 
+void TWConnection::reportRedirect(TWResponse& record, std::string target) {
+  if (!target.empty()) {
+    record.needsRedirect = true;
+    record.redirectUrl = target;
+    const std::lock_guard lock(fieldMutex_);
+    redirected_ = std::move(target);
+  }
+  // On purpose never cleared: a connection that was once sent elsewhere is no good any more, and
+  // callers recover with a fresh one.
+  if (const std::optional<std::string> refused = redirected()) {
+    record.error = TWError(TWErrorCode::ErrorRedirect, TWDictionary{{"url", *refused}});
+  }
+}
+
+TWError TWConnection::refusal(const TWHTTPRequest& request) const {
+  std::optional<detail::HTTPLogin> login = detail::passwordLogin(credentials_.get());
+  TWError error = detail::refusal(request.url, request.method, request.headers, login);
+  if (login) detail::wipe(login->password);
+  return error;
+}
+
 TWResponse TWConnection::fetchStream(TWHTTPRequest request, Body body) {
-  if (body) request.body.emplace(body->begin(), body->end());
   TWResponse record;
   record.url = request.url;
-  const std::shared_ptr<TWStreamExchange> exchange =
-      options_.makeStream
-          ? options_.makeStream(credentials_, std::move(request), options_)
-          : std::make_shared<detail::StreamExchange>(credentials_, std::move(request), options_);
-  exchange->setAllowInsecureCertificate(allowInsecureCertificate_);
-  {
-    const std::lock_guard lock(fieldMutex_);
-    stream_ = exchange;
+  // An exchange reports no errors, so what can be known before is said before.
+  record.error = refusal(request);
+  std::string target;
+  if (!record.error) {
+    if (body) request.body.emplace(body->begin(), body->end());
+    std::shared_ptr<TWStreamExchange> exchange;
+    if (options_.makeStream) exchange = options_.makeStream(credentials_, request, options_);
+    if (!exchange) {
+      exchange =
+          std::make_shared<detail::StreamExchange>(credentials_, std::move(request), options_);
+    }
+    exchange->setAllowInsecureCertificate(allowInsecureCertificate_);
+    {
+      const std::lock_guard lock(fieldMutex_);
+      stream_ = exchange;
+      streamCancelled_ = false;
+    }
+    std::optional<TWData> fetched = exchange->await();
+    {
+      const std::lock_guard lock(fieldMutex_);
+      stream_.reset();
+      if (streamCancelled_) record.error = cancellation("The request was cancelled");
+    }
+    if (fetched) record.setData(*std::move(fetched));
+    target = exchange->refusedRedirect().value_or("");
   }
-  std::optional<TWData> fetched = exchange->await();
-  {
-    const std::lock_guard lock(fieldMutex_);
-    stream_.reset();
-  }
-  if (fetched) record.setData(*std::move(fetched));
+  reportRedirect(record, std::move(target));
   return record;
 }
 
@@ -189,7 +216,13 @@ TWResponse TWConnection::head(std::string_view url, const std::optional<TWHeader
 
 void TWConnection::cancel() {
   transfer_->cancel();
-  if (const std::shared_ptr<TWStreamExchange> exchange = stream()) exchange->cancel();
+  std::shared_ptr<TWStreamExchange> exchange;
+  {
+    const std::lock_guard lock(fieldMutex_);
+    exchange = stream_;
+    streamCancelled_ = exchange != nullptr;
+  }
+  if (exchange) exchange->cancel();
 }
 
 void TWConnection::close() {
@@ -261,9 +294,12 @@ std::vector<std::shared_ptr<TWConnection>> TWConnection::openConnections() {
 }
 
 void TWConnection::recordConnectionOpened(const std::shared_ptr<TWConnection>& connection) {
+  if (!connection) return;
   Registry& shared = registry();
   const std::lock_guard lock(shared.mutex);
-  std::erase_if(shared.connections, [](const auto& noted) { return noted.expired(); });
+  // Dropped where it stood before, so that it is listed once.
+  std::erase_if(shared.connections,
+                [&](const auto& noted) { return noted.expired() || noted.lock() == connection; });
   shared.connections.push_back(connection);
 }
 

@@ -56,7 +56,8 @@ struct TWConnectionOptions {
 /// Nothing is thrown and nothing retried; whatever happens is in the record. Challenges for Basic,
 /// NTLM and Digest are answered with the password; an access token goes out as "Authorization:
 /// Bearer" and leaves other challenges unanswered. Neither ever follows a redirect to another host.
-/// Cookies live as long as the connection; nothing is written to disk.
+/// Cookies are kept in memory as long as the sockets: until the connection goes or is closed,
+/// `allowInsecureCertificate` changes, or a login by NTLM is refused. Nothing is written to disk.
 ///
 /// Safe from any thread: a second request waits for the first to end, everything else answers at
 /// once.
@@ -76,8 +77,8 @@ class TWConnection {
   ~TWConnection();
 
   // Requests. Without headers (`std::nullopt`) the default ones of a SOAP request are sent; headers
-  // given, even an empty list, replace them altogether. Line breaks in a header or the method, and
-  // URLs that are none, give an error before anything is sent.
+  // given, even an empty list, replace them altogether. Line breaks in a header or the method, URLs
+  // that are none, and URLs with a user name or a password give an error before anything is sent.
 
   /// Blocks until the answer is complete, `requestLimit` has passed, or `cancel` was called. The
   /// record's error is in `TWHTTPErrorDomain` (timed out, cancelled, unknown host and so on), or
@@ -86,7 +87,9 @@ class TWConnection {
   ///
   /// With `stream` the request is carried by an exchange of `TWConnectionOptions::makeStream`,
   /// without time limit; the record has the request's URL, no HTTP response, and the bytes that the
-  /// exchange kept. Other requests of this connection wait until it is over.
+  /// exchange kept. Its error tells of requests that cannot be sent, of `cancel` and of refused
+  /// redirects; other failures end the stream with what was kept. Other requests of this connection
+  /// wait until it is over.
   [[nodiscard]] TWResponse fetch(std::string_view url, std::string_view method,
                                  const std::optional<TWHeaders>& headers, Body body,
                                  bool stream = false);
@@ -96,6 +99,7 @@ class TWConnection {
   [[nodiscard]] TWResponse post(std::string_view url, const std::optional<TWHeaders>& headers,
                                 std::string_view xml, bool stream = false);
   [[nodiscard]] TWResponse get(std::string_view url);
+  /// A HEAD never has a body: the one given is not sent.
   [[nodiscard]] TWResponse head(std::string_view url, const std::optional<TWHeaders>& headers,
                                 Body body);
 
@@ -118,9 +122,10 @@ class TWConnection {
   [[nodiscard]] bool allowInsecureCertificate() const noexcept { return allowInsecureCertificate_; }
   void setAllowInsecureCertificate(bool allow);
   /// Whether the certificate that was evaluated last could not be trusted, accepted or not.
+  /// Streaming requests have sockets of their own and do not count.
   [[nodiscard]] bool hasInsecureCertificate() const noexcept { return hasInsecureCertificate_; }
 
-  /// The scheme that a password was last sent by.
+  /// The scheme that a password was last sent by, streaming requests not counted.
   [[nodiscard]] TWAuthType lastUsedAuthType() const noexcept { return lastUsedAuthType_; }
   /// Logs a change.
   void setLastUsedAuthType(TWAuthType type);
@@ -139,7 +144,8 @@ class TWConnection {
 
   /// All connections that are in use somewhere and not closed.
   [[nodiscard]] static std::vector<std::shared_ptr<TWConnection>> openConnections();
-  /// Notes the connection, without keeping it alive, for `openConnections`. Every new one is noted.
+  /// Notes the connection, without keeping it alive, for `openConnections`. Every new one is noted;
+  /// one that is noted already, or null, changes nothing.
   static void recordConnectionOpened(const std::shared_ptr<TWConnection>& connection);
 
  private:
@@ -150,6 +156,8 @@ class TWConnection {
 
   [[nodiscard]] TWResponse fetchAnswer(TWHTTPRequest request, Body body, Clock::time_point start);
   [[nodiscard]] TWResponse fetchStream(TWHTTPRequest request, Body body);
+  [[nodiscard]] TWError refusal(const TWHTTPRequest& request) const;
+  void reportRedirect(TWResponse& record, std::string target);
   [[nodiscard]] TWHTTPRequest makeRequest(std::string_view url, std::string_view method,
                                           const std::optional<TWHeaders>& headers) const;
   [[nodiscard]] TWValue user() const;
@@ -169,11 +177,12 @@ class TWConnection {
   std::atomic<bool> trustChanged_{false};
   std::atomic<TWAuthType> lastUsedAuthType_{};
 
-  mutable std::mutex fieldMutex_;  // guards the four below; never held over a request or a log line
+  mutable std::mutex fieldMutex_;  // guards the five below; never held over a request or a log line
   std::string server_;
   std::string serviceEndpoint_;
   std::optional<std::string> redirected_;
   std::shared_ptr<TWStreamExchange> stream_;
+  bool streamCancelled_ = false;
 };
 
 }  // namespace tarnwell

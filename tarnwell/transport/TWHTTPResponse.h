@@ -37,7 +37,7 @@ inline constexpr std::int64_t TWHTTPErrorUnsupportedURL = 1;
 inline constexpr std::int64_t TWHTTPErrorMalformedURL = 3;
 inline constexpr std::int64_t TWHTTPErrorUnknownHost = 6;
 inline constexpr std::int64_t TWHTTPErrorCannotConnect = 7;
-/// The body ended before its announced length.
+/// The body ended before its announced length, or a packed one before its end.
 inline constexpr std::int64_t TWHTTPErrorCutShort = 18;
 inline constexpr std::int64_t TWHTTPErrorTimedOut = 28;
 /// By `cancel`, or used after `close`.

@@ -1,27 +1,13 @@
 #include "tarnwell/transport/TWResponse.h"
 
-#include <cstdint>
 #include <ostream>
 #include <string_view>
 #include <utility>
 
-#include <unicode/ustring.h>
-
+#include "tarnwell/Core/XML/detail/CleanText.h"
 #include "tarnwell/util/TWFormat.h"
 
 namespace tarnwell {
-namespace {
-
-bool isUTF8(std::string_view text) {
-  if (text.size() > INT32_MAX) return false;
-  UErrorCode status = U_ZERO_ERROR;
-  std::int32_t units = 0;
-  u_strFromUTF8(nullptr, 0, &units, text.data(), static_cast<std::int32_t>(text.size()), &status);
-  return status != U_INVALID_CHAR_FOUND;
-}
-
-}  // namespace
-
 void TWResponse::setData(TWData bytes) {
   data = std::move(bytes);
   xmlDoc = NKXMLDocument();
@@ -33,7 +19,7 @@ void TWResponse::setData(TWData bytes) {
   if (xmlDoc) return;
   // Some servers send UTF-8 under a declaration that says otherwise.
   const std::string_view text(reinterpret_cast<const char*>(data.data()), data.size());
-  if (isUTF8(text)) xmlDoc = NKXMLDocument::withXMLString(text, 0, &ignored);
+  if (detail::isCleanText(text)) xmlDoc = NKXMLDocument::withXMLString(text, 0, &ignored);
 }
 
 std::optional<std::string> TWResponse::xml() const {

@@ -20,6 +20,7 @@ struct TWHTTPRequest {
   /// Complete, a bearer token included.
   TWHeaders headers;
   std::optional<TWData> body;
+  bool followsRedirects = true;
 };
 
 /// A long-lived exchange: one request whose answer stays open while the server has more to say. It
@@ -38,11 +39,14 @@ class TWStreamExchange {
   [[nodiscard]] virtual std::optional<TWData> await() = 0;
   /// Ends a running `await` at once, from any thread. Does nothing before it.
   virtual void cancel() = 0;
+  /// Where a redirect that was refused points to, once `await` is over; the connection reports it.
+  [[nodiscard]] virtual std::optional<std::string> refusedRedirect() const { return std::nullopt; }
   /// Whether to go on when the server's certificate cannot be trusted; false at first.
   virtual void setAllowInsecureCertificate(bool allow) = 0;
 };
 
-/// Makes the exchange of one streaming request. The credentials may be null.
+/// Makes the exchange of one streaming request. The credentials may be null. A null answer stands
+/// for the default exchange.
 using TWStreamFactory = std::function<std::shared_ptr<TWStreamExchange>(
     std::shared_ptr<TWCredentials> credentials, TWHTTPRequest request,
     const TWConnectionOptions& options)>;

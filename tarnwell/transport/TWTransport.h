@@ -75,7 +75,7 @@ class TWTransport {
       const TWCredentials* credentials, TWAuthType authType);
 
   /// Whether a redirect can be followed. Errors, code 2 (ErrorTransport): no new URL, or the URL of
-  /// the first request again (compared as text).
+  /// the first request again (compared as text). An empty URL is none.
   static bool validateRedirectUrl(std::optional<std::string_view> newUrl,
                                   std::string_view withOriginalUrl, TWError* error = nullptr);
 

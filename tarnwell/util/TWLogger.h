@@ -11,7 +11,9 @@
 namespace tarnwell {
 
 /// Where an application receives the library's log lines. Called from any thread, several at a
-/// time; what it throws is dropped. It may log, and replace the logger's delegate, from within.
+/// time; what it throws is dropped. It may log, and replace the logger's delegate, from within. It
+/// must not make a request on a connection that logs: a connection writes its lines before its turn
+/// ends, so that such a request would wait for itself.
 class TWLoggerDelegate {
  public:
   virtual ~TWLoggerDelegate() = default;

@@ -10,6 +10,9 @@
 #ifdef OPENSSL_VERSION_NUMBER
 #error "a public header pulls in OpenSSL"
 #endif
+#ifdef ZLIB_VERSION
+#error "a public header pulls in zlib"
+#endif
 #ifdef U_ICU_VERSION
 #error "a public header pulls in ICU"
 #endif

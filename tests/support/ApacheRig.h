@@ -25,8 +25,7 @@ namespace tarnwell::test {
 class ApacheRig {
  public:
   /// @param closesAfterRefusal  whether the server ends a connection whose NTLM login it refused.
-  /// When
-  ///     it does not, no later login succeeds on that connection.
+  ///     When it does not, no later login succeeds on that connection.
   explicit ApacheRig(bool closesAfterRefusal = true);
   ApacheRig(const ApacheRig&) = delete;
   ApacheRig& operator=(const ApacheRig&) = delete;

@@ -61,6 +61,8 @@ class RawServer {
   struct Options {
     /// Speaks TLS with this certificate; the handler starts after the handshake.
     std::optional<TestCertificate> certificate;
+    /// With a certificate: asks clients for theirs, and takes those that have none.
+    bool asksForCertificate = false;
     /// False: nobody is ever accepted, so that clients stay in the middle of connecting once the
     /// short queue is full (see `fillQueue`).
     bool accepts = true;

@@ -1,7 +1,12 @@
 // How challenges are answered, against a server that plays its part by script. The real schemes are
 // held against a real server in TWConnectionApacheTest.cpp.
 
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+
 #include <gmock/gmock.h>
+#include <openssl/evp.h>
 
 #include "tarnwell/transport/TWAuthType.h"
 
@@ -76,6 +81,95 @@ TEST(TWConnectionAuth, NTLMIsPreferredToBasicAndBeginsWithItsFirstMessage) {
   (void)connection->get(server.url("/"));
   EXPECT_THAT(authorization(server, 1), StartsWith("NTLM TlRMTVNTUAAB"));
   EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::ntlm);
+}
+
+/// The server's half of an NTLM login, which takes any proof.
+class NTLMServer {
+ public:
+  /// The answer to a request; remembers the name in the last message of the login.
+  ScriptedAnswer answer(const ScriptedRequest& request) {
+    const std::string sent = request.header("Authorization").value_or("");
+    if (!sent.starts_with("NTLM ")) return ScriptedAnswer::challenge({"NTLM"});
+    const std::string message = fromBase64(sent.substr(5));
+    if (message.at(8) == 1) return ScriptedAnswer::challenge({"NTLM " + toBase64(challenge())});
+    domain = field(message, 28);
+    user = field(message, 36);
+    return {};
+  }
+
+  std::string domain = "unset";
+  std::string user;
+
+ private:
+  static std::string challenge() {
+    using namespace std::string_literals;
+    return "NTLMSSP\0\2\0\0\0"s                // signature and type
+           "\0\0\0\0\x30\0\0\0"s               // no target name
+           "\x01\x82\x88\0"s                   // UTF-16, NTLM, extended security, target info
+           "ABCDEFGH\0\0\0\0\0\0\0\0"s         // the challenge
+           "\x04\0\x04\0\x30\0\0\0\0\0\0\0"s;  // an empty list as target info
+  }
+  /// The text that a length and an offset at that place describe, cut down from UTF-16 to ASCII.
+  static std::string field(const std::string& message, std::size_t at) {
+    const auto number = [&](std::size_t i) {
+      return static_cast<std::uint8_t>(message.at(i)) +
+             256U * static_cast<std::uint8_t>(message.at(i + 1));
+    };
+    std::string text;
+    for (std::size_t i = 0; i < number(at); i += 2) text += message.at(number(at + 4) + i);
+    return text;
+  }
+  static std::string toBase64(const std::string& bytes) {
+    std::string text(bytes.size() * 2 + 4, '\0');
+    text.resize(static_cast<std::size_t>(EVP_EncodeBlock(
+        reinterpret_cast<unsigned char*>(text.data()),
+        reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()))));
+    return text;
+  }
+  static std::string fromBase64(const std::string& text) {
+    std::string bytes(text.size(), '\0');
+    const int length = EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
+                                       reinterpret_cast<const unsigned char*>(text.data()),
+                                       static_cast<int>(text.size()));
+    bytes.resize(static_cast<std::size_t>(std::max(length, 0)));
+    return bytes;
+  }
+};
+
+TEST(TWConnectionAuth, NTLMGetsAnAddressWholeAndWithAnEmptyDomain) {
+  struct Name {
+    const char* given;
+    const char* domain;
+    const char* user;
+  };
+  for (const Name& name : {Name{"ann@example.com", "", "ann@example.com"},
+                           Name{"EXAMPLE\\ann", "EXAMPLE", "ann"}, Name{"ann", "", "ann"}}) {
+    NTLMServer ntlm;
+    ScriptedServer server([&](const ScriptedRequest& request) { return ntlm.answer(request); });
+    const auto connection = TWConnection::withCredentials(withPassword(name.given, "pw"), false);
+    EXPECT_EQ(status(connection->get(server.url("/"))), 200);
+    EXPECT_EQ(ntlm.domain, name.domain);
+    EXPECT_EQ(ntlm.user, name.user);
+  }
+}
+
+TEST(TWConnectionAuth, BasicAndThenNTLMOnOneConnectionEachGetTheirFormOfTheName) {
+  NTLMServer ntlm;
+  std::atomic<bool> wantsNTLM{false};
+  ScriptedServer server([&](const ScriptedRequest& request) {
+    if (wantsNTLM) return ntlm.answer(request);
+    return request.header("Authorization") ? ScriptedAnswer() : ScriptedAnswer::challenge({kBasic});
+  });
+  const auto connection =
+      TWConnection::withCredentials(withPassword("ann@example.com", "pw"), false);
+  EXPECT_EQ(status(connection->get(server.url("/"))), 200);
+  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::basic);
+  EXPECT_EQ(authorization(server, 1), "Basic YW5uQGV4YW1wbGUuY29tOnB3");
+  wantsNTLM = true;
+  EXPECT_EQ(status(connection->get(server.url("/"))), 200);
+  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::ntlm);
+  EXPECT_EQ(ntlm.domain, "");
+  EXPECT_EQ(ntlm.user, "ann@example.com");
 }
 
 TEST(TWConnectionAuth, NegotiateIsDeclinedForAnotherScheme) {

@@ -117,6 +117,18 @@ TEST(TWConnectionLimits, TimeSpentWaitingForATurnDoesNotCount) {
   EXPECT_EQ(status(first.join()), 200);
 }
 
+TEST(TWConnectionLimits, LongestLimitsAreNoLimits) {
+  ScriptedServer server;
+  TWConnectionOptions options;
+  options.requestLimit = std::chrono::milliseconds::max();
+  options.resourceLimit = std::chrono::milliseconds::max();
+  options.streamIdleLimit = std::chrono::milliseconds::max();
+  const auto connection = TWConnection::withCredentials(nullptr, false, options);
+  EXPECT_EQ(status(connection->get(server.url("/"))), 200);
+  server.enqueue(ScriptedAnswer::xml("<events/>"));
+  EXPECT_EQ(text(connection->post(server.url("/"), std::nullopt, "<q/>", true).data), "<events/>");
+}
+
 TEST(TWConnectionLimits, CancelEndsAWaitForTheAnswer) {
   Gate accepted;
   RawServer server(mute(accepted));

@@ -139,15 +139,18 @@ TEST(TWConnectionRequest, PostWithoutABodySaysSo) {
 TEST(TWConnectionRequest, HeadHasAStatusAndNoData) {
   ScriptedServer server([](const ScriptedRequest&) { return ScriptedAnswer::xml("<not-sent/>"); });
   const auto connection = plainConnection();
-  for (const TWConnection::Body& body : {TWConnection::Body(), TWConnection::Body(bytes("q"))}) {
+  const TWData given = bytes("q");
+  for (const TWConnection::Body& body : {TWConnection::Body(), TWConnection::Body(given)}) {
     const TWResponse record = connection->head(server.url("/"), std::nullopt, body);
     EXPECT_THAT(record.error, IsNoError());
     EXPECT_EQ(status(record), 200);
     EXPECT_THAT(record.data, IsEmpty());
   }
-  EXPECT_EQ(server.requests().at(0).method, "HEAD");
-  EXPECT_EQ(server.requests().at(0).body, "");
-  EXPECT_EQ(server.requests().at(1).method, "HEAD");
+  for (const ScriptedRequest& request : server.requests()) {
+    EXPECT_EQ(request.method, "HEAD");
+    EXPECT_EQ(request.body, "");
+    EXPECT_EQ(request.header("Content-Length"), std::nullopt) << "the body given is not sent";
+  }
   // What a HEAD leaves behind does not colour the next request.
   EXPECT_EQ(text(connection->get(server.url("/")).data), "<not-sent/>");
 }
@@ -234,15 +237,82 @@ TEST(TWConnectionRequest, CompressedBodiesArriveDecoded) {
   EXPECT_TRUE(record.xml());
 }
 
-TEST(TWConnectionRequest, CompressionCutShortNeverGivesADocument) {
+TEST(TWConnectionRequest, CompressionInSeveralPartsIsUnpackedWhole) {
   ScriptedServer server;
-  std::string packed = gzip("<a>" + std::string(2000, 'x') + "</a>");
-  packed.resize(packed.size() / 2);
-  server.enqueue(gzipped(packed));
+  server.enqueue(gzipped(gzip("<a>one") + gzip("two</a>")));
+  EXPECT_EQ(text(plainConnection()->get(server.url("/")).data), "<a>onetwo</a>");
+}
+
+TEST(TWConnectionRequest, LongCompressedBodiesArriveWhole) {
+  std::string plain = "<a>";
+  for (int i = 0; i < 200000; ++i) plain += std::to_string(i * 7919);
+  plain += "</a>";
+  ScriptedServer server;
+  server.enqueue(gzipped(gzip(plain)));
+  EXPECT_EQ(text(plainConnection()->get(server.url("/")).data), plain);
+}
+
+TEST(TWConnectionRequest, CompressionCutShortIsAnErrorAndNotHalfABody) {
+  // Wherever the cut is: the document ends long before the comment, and all of both before the last
+  // eight bytes, the checksum and the length.
+  const std::string packed = gzip("<a>" + std::string(200, 'x') + "</a><!--" + "y z" + "-->");
+  ScriptedServer server;
   const auto connection = plainConnection();
-  EXPECT_FALSE(connection->get(server.url("/")).xmlDoc);
+  for (std::size_t length = 1; length < packed.size(); ++length) {
+    server.enqueue(gzipped(packed.substr(0, length)));
+    const TWResponse record = connection->get(server.url("/"));
+    EXPECT_THAT(record.error, IsHTTPError(TWHTTPErrorCutShort)) << length;
+    EXPECT_EQ(status(record), 200) << length;
+    EXPECT_THAT(record.data, IsEmpty()) << length;
+    EXPECT_FALSE(record.xmlDoc) << length;
+  }
   // The connection is as good as before.
   EXPECT_EQ(status(connection->get(server.url("/"))), 200);
+}
+
+TEST(TWConnectionRequest, DamagedCompressionIsAnError) {
+  ScriptedServer server;
+  std::string packed = gzip("<a>hello</a>");
+  packed[packed.size() - 6] ^= 0x55;  // in the checksum
+  server.enqueue(gzipped(packed));
+  server.enqueue(gzipped(gzip("<a/>") + "and more"));
+  const auto connection = plainConnection();
+  for (int i = 0; i < 2; ++i) {
+    const TWResponse record = connection->get(server.url("/"));
+    EXPECT_EQ(record.error.domain(), TWHTTPErrorDomain);
+    EXPECT_THAT(record.data, IsEmpty());
+  }
+}
+
+TEST(TWConnectionRequest, CompressionThatNobodyAskedForIsLeftAsItIs) {
+  ScriptedServer server;
+  const std::string packed = gzip("<a/>");
+  server.enqueue(gzipped(packed));
+  const TWResponse record = plainConnection()->post(server.url("/"), TWHeaders(), "<q/>");
+  EXPECT_THAT(record.error, IsNoError());
+  EXPECT_EQ(text(record.data), packed);
+}
+
+TEST(TWConnectionRequest, EmptyBodiesNeedNoCompression) {
+  ScriptedServer server([](const ScriptedRequest&) { return gzipped(""); });
+  const auto connection = plainConnection();
+  EXPECT_THAT(connection->get(server.url("/")).error, IsNoError());
+  EXPECT_THAT(connection->head(server.url("/"), std::nullopt, {}).error, IsNoError());
+}
+
+TEST(TWConnectionRequest, OtherEncodingsAreAnErrorUnlessTheyChangeNothing) {
+  ScriptedServer server;
+  const auto connection = plainConnection();
+  for (const char* encoding : {"compress", "br"}) {
+    ScriptedAnswer answer = ScriptedAnswer::xml("<a/>");
+    answer.headers.emplace_back("Content-Encoding", encoding);
+    server.enqueue(answer);
+    EXPECT_EQ(connection->get(server.url("/")).error.domain(), TWHTTPErrorDomain) << encoding;
+  }
+  ScriptedAnswer answer = ScriptedAnswer::xml("<a/>");
+  answer.headers.emplace_back("Content-Encoding", "Identity");
+  server.enqueue(answer);
+  EXPECT_EQ(text(connection->get(server.url("/")).data), "<a/>");
 }
 
 TEST(TWConnectionRequest, CompressionThatIsNoneIsAnError) {

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWStreamExchange.h"
 
 #include "tests/transport/ConnectionFixture.h"
@@ -114,20 +115,28 @@ TEST(TWConnectionStream, CancelEndsItAtOnce) {
   const TWResponse record = running.join();
   EXPECT_LT(std::chrono::steady_clock::now() - begin, kAtOnce);
   EXPECT_FALSE(record.response);
+  EXPECT_THAT(record.error, IsHTTPError(TWHTTPErrorCancelled));
   EXPECT_EQ(connection->stream(), nullptr) << "and dropped afterwards";
   release.open();
+  // The next one is not touched.
+  ScriptedServer other;
+  EXPECT_THAT(streamFrom(*connection, other.url("/")).error, IsNoError());
 }
 
 TEST(TWConnectionStream, HoldsTheConnectionForItsWholeLife) {
   Gate written;
   Gate release;
   RawServer server(half(written, release));
-  ScriptedServer other;
+  Gate arrived;
+  ScriptedServer other([&](const ScriptedRequest&) {
+    arrived.open();
+    return ScriptedAnswer();
+  });
   const auto connection = TWConnection::withCredentials(nullptr, false);
   Running streaming([&] { return streamFrom(*connection, server.url("/")); });
   ASSERT_TRUE(written.wait());
   Running ordinary([&] { return connection->get(other.url("/")); });
-  EXPECT_EQ(other.requestCount(), 0U);
+  EXPECT_FALSE(arrived.wait(kAWhile));
   EXPECT_FALSE(ordinary.isReady());
   release.open();
   EXPECT_EQ(text(streaming.join().data), "<events></events>");
@@ -136,12 +145,36 @@ TEST(TWConnectionStream, HoldsTheConnectionForItsWholeLife) {
 
 TEST(TWConnectionStream, FailureGivesARecordWithoutData) {
   const auto connection = TWConnection::withCredentials(nullptr, false);
-  for (const char* url : {"http://127.0.0.1:1/", "not a url"}) {
-    const TWResponse record = streamFrom(*connection, url);
-    EXPECT_EQ(record.url, url);
-    EXPECT_FALSE(record.response);
-    EXPECT_THAT(record.data, IsEmpty());
-  }
+  const TWResponse record = streamFrom(*connection, "http://127.0.0.1:1/");
+  EXPECT_EQ(record.url, "http://127.0.0.1:1/");
+  EXPECT_THAT(record.error, IsNoError());
+  EXPECT_FALSE(record.response);
+  EXPECT_THAT(record.data, IsEmpty());
+}
+
+TEST(TWConnectionStream, RequestThatCannotBeSentGivesItsErrorAndNoExchange) {
+  int made = 0;
+  TWConnectionOptions options;
+  options.makeStream = [&](auto&&...) {
+    ++made;
+    return nullptr;
+  };
+  const auto connection = TWConnection::withCredentials(nullptr, false, options);
+  const TWResponse record = streamFrom(*connection, "not a url");
+  EXPECT_THAT(record.error, IsHTTPError(TWHTTPErrorMalformedURL));
+  EXPECT_EQ(record.url, "not a url");
+  EXPECT_THAT(connection->fetch("http://h/", "POST", TWHeaders{{"X", "a\r\nb"}}, {}, true).error,
+              IsHTTPError(TWHTTPErrorBadRequest));
+  EXPECT_EQ(made, 0);
+}
+
+TEST(TWConnectionStream, NoExchangeMadeMeansTheDefaultOne) {
+  ScriptedServer server;
+  server.enqueue(ScriptedAnswer::xml("<events/>"));
+  TWConnectionOptions options;
+  options.makeStream = [](auto&&...) { return nullptr; };
+  const auto connection = TWConnection::withCredentials(nullptr, false, options);
+  EXPECT_EQ(text(streamFrom(*connection, server.url("/")).data), "<events/>");
 }
 
 TEST(TWConnectionStream, TakesOverWhetherInsecureCertificatesAreAllowed) {
@@ -192,11 +225,14 @@ TEST(TWConnectionStream, ExchangeMayBeReplaced) {
   ASSERT_TRUE(exchange->awaited.wait());
   EXPECT_EQ(connection->stream(), exchange);
   connection->cancel();
-  EXPECT_EQ(text(running.join().data), "<fake/>");
+  const TWResponse record = running.join();
+  EXPECT_EQ(text(record.data), "<fake/>");
+  EXPECT_THAT(record.error, IsHTTPError(TWHTTPErrorCancelled));
   EXPECT_EQ(connection->stream(), nullptr);
   EXPECT_TRUE(exchange->allowed);
   EXPECT_EQ(seen.url, "https://mail.example/EWS");
   EXPECT_EQ(seen.method, "POST");
+  EXPECT_FALSE(seen.followsRedirects);
   ASSERT_TRUE(seen.body);
   EXPECT_EQ(text(*seen.body), "<q/>");
   EXPECT_THAT(seen.headers, ElementsAre(Pair("Content-Type", "text/xml; charset=utf-8"),
@@ -204,12 +240,41 @@ TEST(TWConnectionStream, ExchangeMayBeReplaced) {
                                         Pair("Authorization", "Bearer tok")));
 }
 
-TEST(TWConnectionStream, RefusedRedirectOfAnEarlierRequestIsNoMatterOfStreams) {
+TEST(TWConnectionStream, RefusesRedirectsWhenTheConnectionDoes) {
+  ScriptedServer server;
+  ScriptedAnswer moved = ScriptedAnswer::redirect(302, "/other");
+  moved.body = "<moved/>";
+  server.enqueue(moved);
+  const auto connection = TWConnection::withCredentials(nullptr, false);
+  const TWResponse record = streamFrom(*connection, server.url("/"));
+  EXPECT_EQ(server.requestCount(), 1U);
+  EXPECT_TRUE(record.error.is(TWErrorCode::ErrorRedirect));
+  EXPECT_TRUE(record.needsRedirect);
+  EXPECT_EQ(record.redirectUrl, server.url("/other"));
+  EXPECT_EQ(connection->redirected(), server.url("/other"));
+  EXPECT_THAT(record.data, IsEmpty()) << "the redirect's page is no event";
+}
+
+TEST(TWConnectionStream, FollowsRedirectsWhenTheConnectionDoes) {
+  ScriptedServer server;
+  server.enqueue(ScriptedAnswer::redirect(307, "/other"));
+  server.enqueue(ScriptedAnswer::xml("<events/>"));
+  const auto connection = TWConnection::withCredentials(nullptr, true);
+  const TWResponse record = streamFrom(*connection, server.url("/"));
+  EXPECT_THAT(record.error, IsNoError());
+  EXPECT_EQ(text(record.data), "<events/>");
+}
+
+TEST(TWConnectionStream, CarriesTheRedirectThatAnEarlierRequestRefused) {
   ScriptedServer server;
   server.enqueue(ScriptedAnswer::redirect(302, "/other"));
+  server.enqueue(ScriptedAnswer::xml("<events/>"));
   const auto connection = TWConnection::withCredentials(nullptr, false);
   (void)connection->get(server.url("/"));
-  EXPECT_THAT(streamFrom(*connection, server.url("/")).error, IsNoError());
+  const TWResponse record = streamFrom(*connection, server.url("/"));
+  EXPECT_TRUE(record.error.is(TWErrorCode::ErrorRedirect));
+  EXPECT_EQ(text(record.data), "<events/>");
+  EXPECT_FALSE(record.needsRedirect);
 }
 
 }  // namespace

@@ -150,6 +150,15 @@ TEST(TWConnectionTLS, NewSocketIsEvaluatedAgain) {
   EXPECT_EQ(evaluations, 2);
 }
 
+TEST(TWConnectionTLS, DemandForAClientCertificateIsDeclined) {
+  ScriptedServer::Options options = tls(TestCertificates::shared().good());
+  options.asksForCertificate = true;
+  ScriptedServer server(options);
+  const TWResponse record = trustingOurAuthority(withPassword())->get(server.url("/"));
+  EXPECT_THAT(record.error, IsNoError());
+  EXPECT_EQ(status(record), 200);
+}
+
 TEST(TWConnectionTLS, EvaluationsOfAllConnectionsAreSerialised) {
   static std::atomic<int> inside{0};
   static std::atomic<int> most{0};

@@ -73,6 +73,15 @@ TEST(TWConnection, IsListedWhileItLivesAndIsOpen) {
   EXPECT_FALSE(isListed(connection.get()));
 }
 
+TEST(TWConnection, NotingAConnectionAgainListsItOnce) {
+  const auto connection = TWConnection::withCredentials(nullptr, false);
+  TWConnection::recordConnectionOpened(connection);
+  TWConnection::recordConnectionOpened(nullptr);
+  const auto open = TWConnection::openConnections();
+  EXPECT_EQ(std::count(open.begin(), open.end(), connection), 1);
+  EXPECT_EQ(std::count(open.begin(), open.end(), nullptr), 0);
+}
+
 TEST(TWConnection, ListMayBeUsedFromSeveralThreads) {
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
@@ -88,14 +97,17 @@ TEST(TWConnection, ListMayBeUsedFromSeveralThreads) {
 
 TEST(TWConnection, SecondRequestWaitsForTheFirst) {
   Gate release;
+  Gate secondArrived;
   ScriptedServer server([&](const ScriptedRequest& request) {
     if (request.target == "/first") (void)release.wait();
+    if (request.target == "/second") secondArrived.open();
     return ScriptedAnswer();
   });
   const auto connection = TWConnection::withCredentials(nullptr, false);
   Running first([&] { return connection->get(server.url("/first")); });
   ASSERT_TRUE(server.waitForRequests(1));
   Running second([&] { return connection->get(server.url("/second")); });
+  EXPECT_FALSE(secondArrived.wait(kAWhile));
   release.open();
   EXPECT_EQ(status(first.join()), 200);
   EXPECT_EQ(status(second.join()), 200);
@@ -141,23 +153,37 @@ TEST(TWConnection, WithoutCredentialsTheLogSaysSo) {
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("[(null)][Connection] Request took: ")));
 }
 
+/// Holds whoever writes the first line until told to let go.
+class HoldingLogger final : public TWLoggerDelegate {
+ public:
+  void debug(const std::string&) override {}
+  void release(const std::string& message) override {
+    if (message.find("Request took") == std::string::npos || held.isOpen()) return;
+    held.open();
+    (void)letGo.wait();
+  }
+  Gate held;
+  Gate letGo;
+};
+
 TEST(TWConnection, RequestsLogInTheOrderOfTheirTurns) {
   // The line of a request comes before its turn ends, so it can never follow that of the next one.
-  Gate release;
+  Gate secondArrived;
   ScriptedServer server([&](const ScriptedRequest& request) {
-    if (request.target == "/first") (void)release.wait();
+    if (request.target == "/second") secondArrived.open();
     return ScriptedAnswer();
   });
-  const RecordingLog log;
+  const auto logger = std::make_shared<HoldingLogger>();
+  TWLogger::logger().setDelegate(logger);
   const auto connection = TWConnection::withCredentials(nullptr, false, withLimit(20s));
   Running first([&] { return connection->get(server.url("/first")); });
-  ASSERT_TRUE(server.waitForRequests(1));
+  EXPECT_TRUE(logger->held.wait());
   Running second([&] { return connection->get(server.url("/second")); });
-  EXPECT_THAT(log.lines(), ElementsAre());
-  release.open();
-  (void)first.join();
-  (void)second.join();
-  EXPECT_EQ(log.count("Request took"), 2);
+  EXPECT_FALSE(secondArrived.wait(kAWhile));
+  logger->letGo.open();
+  EXPECT_EQ(status(first.join()), 200);
+  EXPECT_EQ(status(second.join()), 200);
+  TWLogger::logger().setDelegate(nullptr);
 }
 
 TEST(TWConnection, CloseLetsARunningRequestEnd) {
@@ -232,25 +258,36 @@ TEST(TWConnection, ChangesOfTheSchemeAreLoggedOnce) {
 }
 
 TEST(TWConnection, FieldsMayBeReadDuringARequest) {
-  ScriptedServer server([](const ScriptedRequest& request) {
-    return request.header("Authorization") ? ScriptedAnswer()
-                                           : ScriptedAnswer::challenge({"Basic realm=\"x\""});
-  });
-  const RecordingLog log;
-  const auto connection = TWConnection::withCredentials(withPassword(), false);
-  Running running([&] {
-    TWResponse record;
-    for (int i = 0; i < 20; ++i) record = connection->get(server.url("/"));
-    return record;
-  });
-  while (!running.isReady()) {
-    (void)connection->hasInsecureCertificate();
-    (void)connection->lastUsedAuthType();
-    (void)connection->redirected();
-    (void)connection->stream();
-    connection->setServer("mail.example");
+  ScriptedServer::Options tls;
+  tls.certificate = TestCertificates::shared().selfSigned();
+  for (const ScriptedServer::Options& options : {ScriptedServer::Options(), tls}) {
+    ScriptedServer server(
+        [](const ScriptedRequest& request) {
+          if (!request.header("Authorization"))
+            return ScriptedAnswer::challenge({"Basic realm=\"x\""});
+          ScriptedAnswer answer;
+          answer.close = true;  // so that each request has a certificate to judge
+          return answer;
+        },
+        options);
+    const RecordingLog log;
+    const auto connection = TWConnection::withCredentials(withPassword(), false);
+    connection->setAllowInsecureCertificate(true);
+    Running running([&] {
+      TWResponse record;
+      for (int i = 0; i < 20; ++i) record = connection->get(server.url("/"));
+      return record;
+    });
+    while (!running.isReady()) {
+      (void)connection->hasInsecureCertificate();
+      (void)connection->lastUsedAuthType();
+      (void)connection->redirected();
+      (void)connection->stream();
+      connection->setServer("mail.example");
+    }
+    EXPECT_EQ(status(running.join()), 200);
+    EXPECT_EQ(connection->hasInsecureCertificate(), options.certificate.has_value());
   }
-  EXPECT_EQ(status(running.join()), 200);
 }
 
 TEST(TWConnection, PeerThatClosesEarlyRaisesNoSignal) {
@@ -324,16 +361,25 @@ TEST(TWConnection, SecretsReachNoLogLineDescriptionOrError) {
     seen += record.description() + record.error.description();
     seen += record.url + record.redirectUrl;
   };
-  ScriptedServer server([](const ScriptedRequest& request) {
+  Gate hurry;
+  ScriptedServer server([&](const ScriptedRequest& request) {
     if (request.target == "/redirect") return ScriptedAnswer::redirect(302, "/elsewhere");
+    if (request.target == "/slow" && request.header("Authorization")) (void)hurry.wait();
     return ScriptedAnswer::challenge({"Basic realm=\"x\""});
   });
+  ScriptedServer::Options tls;
+  tls.certificate = TestCertificates::shared().selfSigned();
+  ScriptedServer secure(tls);
   for (const auto& credentials : {withPassword(), withToken()}) {
     const auto connection = TWConnection::withCredentials(credentials, false);
     note(connection->get(server.url("/")));
     note(connection->get("http://127.0.0.1:1/"));
     note(connection->get("not a url"));
+    note(connection->post(server.url("/"), std::nullopt, "<q/>", true));
+    note(connection->get(secure.url("/")));
     note(connection->get(server.url("/redirect")));
+    note(TWConnection::withCredentials(credentials, false, withLimit(100ms))
+             ->get(server.url("/slow")));
     seen += credentials->description();
   }
   const auto broken = withToken(std::string(kSecret) + "\r\nX: 1");
@@ -344,7 +390,10 @@ TEST(TWConnection, SecretsReachNoLogLineDescriptionOrError) {
   // The URL that the caller gave is the caller's own business.
   const std::string given = "ann:" + std::string(kSecret) + "@";
   while (seen.find(given) != std::string::npos) seen.erase(seen.find(given), given.size());
+  hurry.open();
   EXPECT_THAT(seen, HasSubstr("Request took"));
+  EXPECT_THAT(seen, HasSubstr("Cancelled Request after"));
+  EXPECT_THAT(seen, HasSubstr("Using auth type"));
   EXPECT_THAT(seen, Not(HasSubstr(std::string(kSecret))));
 }
 

@@ -239,13 +239,6 @@ TEST(TWTransport, ARedirectNeedsAnotherURL) {
   EXPECT_EQ(error, TWError(TWErrorCode::ErrorTransport, "Already redirected to this url"));
 }
 
-TEST(TWTransport, RedirectsAreComparedAsText) {
-  TWError error;
-  EXPECT_TRUE(TWTransport::validateRedirectUrl("https://h/x", "https://H/x", &error));
-  EXPECT_TRUE(TWTransport::validateRedirectUrl("https://h/x/", "https://h/x", &error));
-  EXPECT_FALSE(error);
-}
-
 class OneConnection : public TWConnectionSource {
  public:
   explicit OneConnection(std::shared_ptr<TWConnection> connection)
@@ -255,6 +248,47 @@ class OneConnection : public TWConnectionSource {
  private:
   std::shared_ptr<TWConnection> connection_;
 };
+
+TEST(TWTransport, AnEmptyRedirectIsNone) {
+  TWError error;
+  EXPECT_FALSE(TWTransport::validateRedirectUrl("", "https://h/x", &error));
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorTransport, "Missing redirect url"));
+}
+
+TEST(TWTransport, ErrorsHoldNothingOfWhatTheServerOrTheCallerSaid) {
+  const std::string secret = "S3CR3T-marked";
+  const std::string url = "https://h/x?token=" + secret;
+  std::string seen;
+  const auto note = [&](const TWError& error) {
+    EXPECT_TRUE(error);
+    seen += error.description();
+  };
+  TWResponse record;
+  record.url = url;
+  for (const int status : {302, 401, 500}) {
+    record.response = TWHTTPResponse{
+        status,
+        {{"WWW-Authenticate", "Bearer token=" + secret}, {"Set-Cookie", "session=" + secret}}};
+    TWError error;
+    (void)TWTransport::authTypeFromResponse(record, &error);
+    note(error);
+  }
+  TWError error;
+  EXPECT_FALSE(TWTransport::validateRedirectUrl(url, url, &error));
+  note(error);
+  OneConnection source(TWConnection::withCredentials(
+      TWCredentials::credentialsWithUsernameAccessToken("ann", secret + "\r\n"), true));
+  (void)TWTransport::post(&source, "http://h/", std::nullopt, {}, &error);
+  note(error);
+  EXPECT_THAT(seen, ::testing::Not(::testing::HasSubstr(secret)));
+}
+
+TEST(TWTransport, RedirectsAreComparedAsText) {
+  TWError error;
+  EXPECT_TRUE(TWTransport::validateRedirectUrl("https://h/x", "https://H/x", &error));
+  EXPECT_TRUE(TWTransport::validateRedirectUrl("https://h/x/", "https://h/x", &error));
+  EXPECT_FALSE(error);
+}
 
 TEST(TWTransport, PostsThroughTheSourcesConnection) {
   test::ScriptedServer server;

@@ -14,6 +14,7 @@
 #include "tarnwell/transport/detail/HTTPText.h"
 #include "tarnwell/transport/detail/PipeSignalGuard.h"
 #include "tarnwell/transport/detail/ServerTrust.h"
+#include "tarnwell/transport/detail/Unpacker.h"
 #include "tarnwell/util/TWText.h"
 
 namespace tarnwell::detail {
@@ -104,47 +105,6 @@ class OptionSetter {
   CURLcode result_ = CURLE_OK;
 };
 
-/// What keeps a request from being sent at all.
-TWError refusal(const HTTPRequest& request) {
-  // Nothing of the offending text goes into the message: it may be a token.
-  if (!isToken(request.method)) return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "Bad HTTP method");
-  for (const auto& [name, value] : request.headers) {
-    if (!isToken(name)) return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "Bad name of a header field");
-    if (!staysOnItsLine(value)) {
-      return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "A header field holds a line break or NUL");
-    }
-  }
-  if (request.login) {
-    if (!staysOnItsLine(request.login->username)) {
-      return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "The user name holds a line break or NUL");
-    }
-    if (request.login->password.find('\0') != std::string::npos) {
-      return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "The password holds a NUL");
-    }
-  }
-  if (!staysOnItsLine(request.url)) return httpError(CURLE_URL_MALFORMAT, "Bad URL");
-  const URL url(curl_url());
-  if (!url) return httpError(CURLE_OUT_OF_MEMORY, curl_easy_strerror(CURLE_OUT_OF_MEMORY));
-  // Without this check "not a url" would be taken for the name of a host.
-  switch (curl_url_set(url.get(), CURLUPART_URL, request.url.c_str(), 0)) {
-    case CURLUE_OK:
-      break;
-    case CURLUE_UNSUPPORTED_SCHEME:
-      return httpError(CURLE_UNSUPPORTED_PROTOCOL, "Neither http nor https");
-    default:
-      return httpError(CURLE_URL_MALFORMAT, "Bad URL");
-  }
-  char* part = nullptr;
-  if (curl_url_get(url.get(), CURLUPART_SCHEME, &part, 0) != CURLUE_OK) {
-    return httpError(CURLE_URL_MALFORMAT, "Bad URL");
-  }
-  const URLPart scheme(part);
-  if (!equalIgnoringCase(part, "http") && !equalIgnoringCase(part, "https")) {
-    return httpError(CURLE_UNSUPPORTED_PROTOCOL, "Neither http nor https");
-  }
-  return {};
-}
-
 /// The name that a certificate must be made out to; empty when there is none.
 std::string hostOf(const char* address) {
   const URL url(curl_url());
@@ -207,6 +167,47 @@ milliseconds until(steady_clock::time_point then, steady_clock::time_point now) 
 
 }  // namespace
 
+TWError refusal(const std::string& url, const std::string& method, const TWHeaders& headers,
+                const std::optional<HTTPLogin>& login) {
+  // Nothing of the offending text goes into the message: it may be a token.
+  if (!isToken(method)) return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "Bad HTTP method");
+  for (const auto& [name, value] : headers) {
+    if (!isToken(name)) return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "Bad name of a header field");
+    if (!staysOnItsLine(value)) {
+      return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "A header field holds a line break or NUL");
+    }
+  }
+  if (login) {
+    if (!staysOnItsLine(login->username)) {
+      return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "The user name holds a line break or NUL");
+    }
+    if (login->password.find('\0') != std::string::npos) {
+      return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "The password holds a NUL");
+    }
+  }
+  if (!staysOnItsLine(url)) return httpError(CURLE_URL_MALFORMAT, "Bad URL");
+  const URL parsed(curl_url());
+  if (!parsed) return httpError(CURLE_OUT_OF_MEMORY, curl_easy_strerror(CURLE_OUT_OF_MEMORY));
+  // Without this check "not a url" would be taken for the name of a host.
+  switch (curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0)) {
+    case CURLUE_OK:
+      break;
+    case CURLUE_UNSUPPORTED_SCHEME:
+      return httpError(CURLE_UNSUPPORTED_PROTOCOL, "Neither http nor https");
+    default:
+      return httpError(CURLE_URL_MALFORMAT, "Bad URL");
+  }
+  char* part = nullptr;
+  if (curl_url_get(parsed.get(), CURLUPART_SCHEME, &part, 0) != CURLUE_OK) {
+    return httpError(CURLE_URL_MALFORMAT, "Bad URL");
+  }
+  const URLPart scheme(part);
+  if (!equalIgnoringCase(part, "http") && !equalIgnoringCase(part, "https")) {
+    return httpError(CURLE_UNSUPPORTED_PROTOCOL, "Neither http nor https");
+  }
+  return {};
+}
+
 /// The handles, and what the callbacks of the transfer library work on.
 struct HTTPTransfer::Engine {
   explicit Engine(HTTPTransferOptions given) : options(std::move(given)) {
@@ -231,6 +232,8 @@ struct HTTPTransfer::Engine {
   [[nodiscard]] long redirectCount() const;
   void takeHeaderLine(std::string_view line);
   CURLcode takeBody(std::span<const std::uint8_t> piece);
+  CURLcode takeUnpacked(std::span<const std::uint8_t> piece);
+  CURLcode chooseUnpacker();
   void noteScheme(std::string_view head);
 
   static int onSocket(void* self, curl_socket_t socket, curlsocktype purpose) noexcept;
@@ -260,6 +263,9 @@ struct HTTPTransfer::Engine {
   Lines headers;
   bool sent = false;
   bool headComplete = false;
+  bool unpacks = false;
+  bool bodyBegun = false;
+  std::unique_ptr<Unpacker> unpacker;
   long redirectsAtHead = 0;
   CURLcode ownFailure = CURLE_OK;  // why a callback ended the transfer
   bool receiverDone = false;
@@ -357,13 +363,16 @@ void HTTPTransfer::Engine::chooseMethod(OptionSetter& set, const HTTPRequest& wa
   const bool isPost = wanted.method == "POST";
   if (wanted.method == "HEAD") {
     set(CURLOPT_NOBODY, 1L);
-  } else if (wanted.method != "GET" && !isPost) {
+    return;
+  }
+  if (wanted.method != "GET" && !isPost) {
     set(CURLOPT_CUSTOMREQUEST, wanted.method);
   }
   if (!wanted.body && !isPost) return;
   const std::span<const std::uint8_t> bytes = wanted.body.value_or(std::span<const std::uint8_t>());
   if (isPost) set(CURLOPT_POST, 1L);
-  // A body with a method that usually has none goes out all the same, under its method.
+  // A body with a method that usually has none goes out all the same, under its method. Only HEAD
+  // never has one.
   if (wanted.method == "GET") set(CURLOPT_CUSTOMREQUEST, wanted.method);
   set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(bytes.size()));
   set(CURLOPT_POSTFIELDS, bytes.empty() ? "" : reinterpret_cast<const char*>(bytes.data()));
@@ -371,7 +380,7 @@ void HTTPTransfer::Engine::chooseMethod(OptionSetter& set, const HTTPRequest& wa
 
 CURLcode HTTPTransfer::Engine::setHeaders(OptionSetter& set, const HTTPRequest& wanted) {
   headers.reset();
-  std::string encodings;
+  unpacks = false;
   // A name without a value takes back what the transfer library would add by itself.
   std::vector<std::string_view> unwanted{"Accept", "Expect", "User-Agent", "Content-Type"};
   for (const auto& field : wanted.headers) {
@@ -382,10 +391,7 @@ CURLcode HTTPTransfer::Engine::setHeaders(OptionSetter& set, const HTTPRequest& 
     std::erase_if(unwanted, [&](std::string_view other) { return equalIgnoringCase(other, name); });
     const std::string_view content = trimmed(field.second);
     if (equalIgnoringCase(name, "Accept-Encoding") && !content.empty()) {
-      // Its own option, for only then are bodies decoded.
-      if (!encodings.empty()) encodings += ", ";
-      encodings += content;
-      continue;
+      unpacks = true;
     }
     std::string line = name;
     line += content.empty() ? ";" : ": ";
@@ -397,7 +403,6 @@ CURLcode HTTPTransfer::Engine::setHeaders(OptionSetter& set, const HTTPRequest& 
   for (const std::string_view name : unwanted) {
     if (!append(headers, std::string(name) + ":")) return CURLE_OUT_OF_MEMORY;
   }
-  set(CURLOPT_ACCEPT_ENCODING, encodings.empty() ? nullptr : encodings.c_str());
   set(CURLOPT_HTTPHEADER, headers.get());
   return set.result();
 }
@@ -414,7 +419,8 @@ CURLcode HTTPTransfer::Engine::run(const HTTPRequest& wanted) {
     if (isCancelled()) return CURLE_ABORTED_BY_CALLBACK;
     milliseconds wait = kLongestPoll;
     if (wanted.deadline) wait = std::min(wait, until(*wanted.deadline, now));
-    if (wanted.idleLimit) wait = std::min(wait, until(lastByte + *wanted.idleLimit, now));
+    if (wanted.idleLimit)
+      wait = std::min(wait, until(lastByte + countable(*wanted.idleLimit), now));
     if (wait <= milliseconds::zero()) return CURLE_OPERATION_TIMEDOUT;
 
     int stillRunning = 0;
@@ -423,7 +429,9 @@ CURLcode HTTPTransfer::Engine::run(const HTTPRequest& wanted) {
     while (const CURLMsg* note = curl_multi_info_read(multi.get(), &left)) {
       if (note->msg != CURLMSG_DONE) continue;
       if (receiverDone) return CURLE_OK;
-      return ownFailure != CURLE_OK ? ownFailure : note->data.result;
+      if (ownFailure != CURLE_OK) return ownFailure;
+      const bool whole = !unpacker || unpacker->isComplete();
+      return note->data.result == CURLE_OK && !whole ? CURLE_PARTIAL_FILE : note->data.result;
     }
     // Data may have taken a while: what is left of the wait only shrinks the sleep, never the
     // limits.
@@ -442,6 +450,8 @@ long HTTPTransfer::Engine::redirectCount() const {
 void HTTPTransfer::Engine::forgetAnswer() noexcept {
   result->response.reset();
   result->body.clear();
+  bodyBegun = false;
+  unpacker.reset();
 }
 
 /// False for a request that goes out again though the server has not answered it. The transfer
@@ -486,8 +496,36 @@ void HTTPTransfer::Engine::takeHeaderLine(std::string_view line) {
   }
 }
 
+/// Unpacked here, and not by the transfer library, which takes half a packed body for a whole one.
+CURLcode HTTPTransfer::Engine::chooseUnpacker() {
+  if (!result->response) return CURLE_OK;
+  const std::string encoding = result->response->header("Content-Encoding").value_or("");
+  if (encoding.empty() || equalIgnoringCase(encoding, "identity")) return CURLE_OK;
+  for (const std::string_view known : {"gzip", "x-gzip", "deflate"}) {
+    if (!equalIgnoringCase(encoding, known)) continue;
+    unpacker = std::make_unique<Unpacker>();
+    return CURLE_OK;
+  }
+  return CURLE_BAD_CONTENT_ENCODING;
+}
+
 CURLcode HTTPTransfer::Engine::takeBody(std::span<const std::uint8_t> piece) {
   lastByte = steady_clock::now();
+  if (unpacks && !bodyBegun) {
+    if (const CURLcode chosen = chooseUnpacker(); chosen != CURLE_OK) return chosen;
+  }
+  bodyBegun = true;
+  if (!unpacker) return takeUnpacked(piece);
+  CURLcode taken = CURLE_OK;
+  const bool good = unpacker->unpack(piece, [&](std::span<const std::uint8_t> unpacked) {
+    taken = takeUnpacked(unpacked);
+    return taken == CURLE_OK;
+  });
+  if (taken != CURLE_OK) return taken;
+  return good ? CURLE_OK : CURLE_BAD_CONTENT_ENCODING;
+}
+
+CURLcode HTTPTransfer::Engine::takeUnpacked(std::span<const std::uint8_t> piece) {
   if (request->receive) {
     receiverDone = !request->receive(piece);
     return receiverDone ? CURLE_WRITE_ERROR : CURLE_OK;
@@ -607,7 +645,7 @@ void HTTPTransfer::cancel() noexcept {
 HTTPResult HTTPTransfer::perform(const HTTPRequest& request) {
   HTTPResult result;
   result.url = request.url;
-  result.error = refusal(request);
+  result.error = refusal(request.url, request.method, request.headers, request.login);
   if (result.error) return result;
 
   const PipeSignalGuard guard;
@@ -617,6 +655,8 @@ HTTPResult HTTPTransfer::perform(const HTTPRequest& request) {
   engine.result = &result;
   engine.sent = false;
   engine.headComplete = false;
+  engine.bodyBegun = false;
+  engine.unpacker.reset();
   engine.ownFailure = CURLE_OK;
   engine.receiverDone = false;
 
@@ -660,6 +700,10 @@ HTTPResult HTTPTransfer::perform(const HTTPRequest& request) {
     result.error = httpError(code, "The request was cancelled");
   } else if (code == CURLE_OPERATION_TIMEDOUT) {
     result.error = httpError(code, "The request timed out");
+  } else if (code == CURLE_BAD_CONTENT_ENCODING) {
+    result.error = httpError(code, "The body of the answer cannot be unpacked");
+  } else if (code == CURLE_PARTIAL_FILE) {
+    result.error = httpError(code, "The body of the answer is not whole");
   } else if (code == CURLE_GOT_NOTHING) {
     result.error = httpError(code, "The server closed the connection without an answer");
   } else if (code == CURLE_FILESIZE_EXCEEDED) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -38,11 +39,12 @@ struct HTTPLogin {
 struct HTTPRequest {
   std::string url;
   std::string method = "GET";
-  /// Sent as they are, and besides them nothing but what HTTP itself needs. An "Accept-Encoding"
-  /// among them also has the body decoded. "Content-Length" and "Transfer-Encoding" are left out:
+  /// Sent as they are, and besides them nothing but what HTTP itself needs. With an
+  /// "Accept-Encoding" among them a body in gzip or zlib form is unpacked; one in any other encoding,
+  /// a damaged one and one that is not whole are errors. "Content-Length" and "Transfer-Encoding" are left out:
   /// the body tells.
   TWHeaders headers;
-  /// Must outlive the call. Absent and empty differ for methods other than POST.
+  /// Must outlive the call. Absent and empty differ for methods other than POST. HEAD sends none.
   std::optional<std::span<const std::uint8_t>> body;
   /// False: a 3xx answer is the result, with its target in `HTTPResult::redirectTarget`.
   bool followsRedirects = true;
@@ -62,6 +64,17 @@ struct HTTPRequest {
   /// redirects.
   std::function<bool(std::span<const std::uint8_t>)> receive;
 };
+
+/// What keeps a request from being sent at all, if anything does: a malformed URL or one that is
+/// neither http nor https, line breaks and NULs. The message quotes nothing of it.
+[[nodiscard]] TWError refusal(const std::string& url, const std::string& method,
+                              const TWHeaders& headers, const std::optional<HTTPLogin>& login);
+
+/// The limit, cut to what a clock can count.
+[[nodiscard]] inline std::chrono::milliseconds countable(std::chrono::milliseconds limit) noexcept {
+  return std::clamp<std::chrono::milliseconds>(limit, std::chrono::milliseconds(0),
+                                               std::chrono::hours(24 * 365));
+}
 
 struct HTTPResult {
   /// The URL that answered, or the one asked for when none did.

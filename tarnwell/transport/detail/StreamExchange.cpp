@@ -21,6 +21,7 @@ std::optional<TWData> StreamExchange::await() {
   request.method = request_.method;
   request.headers = request_.headers;
   if (request_.body) request.body = *request_.body;
+  request.followsRedirects = request_.followsRedirects;
   request.login = passwordLogin(credentials_.get());
   request.idleLimit = idleLimit_;
   request.acceptsCertificate = [this](bool trusted) {
@@ -33,9 +34,11 @@ std::optional<TWData> StreamExchange::await() {
     fetched->insert(fetched->end(), piece.begin(), piece.end());
     return true;
   };
-  // Not reported: the caller judges what was collected, and nothing is a result, too.
-  (void)transfer_.perform(request);
-  return fetched;
+  // Failures are not reported: the caller judges what was collected, and nothing is a result, too.
+  HTTPResult result = transfer_.perform(request);
+  if (result.redirectTarget.empty()) return fetched;
+  refusedRedirect_ = std::move(result.redirectTarget);
+  return std::nullopt;  // the page of a redirect is no event
 }
 
 }  // namespace tarnwell::detail

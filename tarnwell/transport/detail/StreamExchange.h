@@ -20,6 +20,9 @@ class StreamExchange final : public TWStreamExchange {
 
   [[nodiscard]] std::optional<TWData> await() override;
   void cancel() override { transfer_.cancel(); }
+  [[nodiscard]] std::optional<std::string> refusedRedirect() const override {
+    return refusedRedirect_;
+  }
   void setAllowInsecureCertificate(bool allow) override { allowInsecureCertificate_ = allow; }
 
  private:
@@ -28,6 +31,7 @@ class StreamExchange final : public TWStreamExchange {
   const std::chrono::milliseconds idleLimit_;
   const std::size_t bodyLimit_;
   HTTPTransfer transfer_;
+  std::optional<std::string> refusedRedirect_;
   std::atomic<bool> allowInsecureCertificate_{false};
 };
 

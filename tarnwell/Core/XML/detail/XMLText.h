@@ -7,6 +7,8 @@
 
 #include <libxml/xmlstring.h>
 
+#include "tarnwell/Core/XML/detail/CleanText.h"
+
 namespace tarnwell::detail {
 
 /// libxml2's texts as ours; null is empty.
@@ -24,11 +26,6 @@ namespace tarnwell::detail {
 
 /// Without surrounding white space, in the sense of XML.
 [[nodiscard]] std::string_view trimmed(std::string_view text) noexcept;
-
-/// True for well-formed UTF-8 without NULs.
-[[nodiscard]] bool isCleanText(std::string_view text) noexcept;
-/// The text with U+FFFD for every ill-formed sequence and every NUL.
-[[nodiscard]] std::string repairedText(std::string_view text);
 
 /// A text from outside, made fit for libxml2: clean and terminated. Short ones are not allocated.
 class XMLCText {
