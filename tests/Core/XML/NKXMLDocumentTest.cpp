@@ -31,6 +31,42 @@ TEST(NKXMLDocument, WithDataParsesTheEncodingsThatTheBytesName) {
   EXPECT_EQ(marked.rootElement().stringValue(), "x");
 }
 
+TEST(NKXMLDocument, WithDataReadsUTF16OfEitherByteOrder) {
+  const std::vector<std::uint8_t> units{0,    '<',  0, 'a', 0,   '>', 0,   0xE9, 0x20, 0xAC, 0xD8,
+                                        0x3D, 0xDE, 0, 0,   '<', 0,   '/', 0,    'a',  0,    '>'};
+  auto big = units;
+  big.insert(big.begin(), {0xFE, 0xFF});
+  auto little = big;
+  for (std::size_t i = 0; i < little.size(); i += 2) std::swap(little[i], little[i + 1]);
+  for (const auto& data : {big, little}) {
+    const auto root = NKXMLDocument::withData(data).rootElement();
+    EXPECT_EQ(root.stringValue(), "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80");
+  }
+  // Without a byte order mark it shows by the declaration, whose own words then do not count.
+  auto declared = utf16("<?xml version='1.0' encoding='UTF-16'?><a>wide</a>");
+  declared.erase(declared.begin(), declared.begin() + 2);
+  EXPECT_EQ(NKXMLDocument::withData(declared).rootElement().stringValue(), "wide");
+}
+
+TEST(NKXMLDocument, WithDataReadsEncodingsOfOneByte) {
+  const auto read = [](std::string_view encoding, std::string_view text) {
+    return NKXMLDocument::withData(bytes("<?xml version=\"1.0\" encoding = \"" +
+                                         std::string(encoding) + "\" ?><a>" + std::string(text) +
+                                         "</a>"))
+        .stringValue()
+        .value_or("none");
+  };
+  EXPECT_EQ(read("windows-1252", "\x80"), "\xE2\x82\xAC");
+  EXPECT_EQ(read("Windows-1251", "\xC0"), "\xD0\x90");
+  EXPECT_EQ(read("iso-8859-15", "\xA4"), "\xE2\x82\xAC");
+  EXPECT_EQ(read("ISO-8859-2", "\xA1"), "\xC4\x84");
+  EXPECT_EQ(read("us-ascii", "x"), "x");
+  EXPECT_EQ(read("us-ascii", "\x80"), "none");
+  EXPECT_EQ(read("utf-8", "\xC3\xA9"), "\xC3\xA9");
+  const auto marked = "\xEF\xBB\xBF<?xml version='1.0' encoding='ISO-8859-1'?><a>\xC3\xA9</a>";
+  EXPECT_EQ(NKXMLDocument::withData(bytes(marked)).stringValue(), "\xC3\xA9");
+}
+
 TEST(NKXMLDocument, WithXMLStringReadsUTF8WhateverTheDeclarationSays) {
   for (const auto* encoding : {"ISO-8859-1", "UTF-16", "US-ASCII", "UTF-8", "no-such-encoding"}) {
     const auto document = NKXMLDocument::withXMLString(
@@ -87,6 +123,15 @@ TEST(NKXMLDocument, BlanksInTextAndInLeavesStay) {
   EXPECT_EQ(root.elementForName("c").stringValue(), " x ");
 }
 
+TEST(NKXMLDocument, BlanksStayAfterOtherTextAndWhereTheyAreAskedFor) {
+  const auto read = [](std::string_view xml) {
+    return NKXMLDocument::withXMLString(xml).rootElement().compactXMLString();
+  };
+  EXPECT_EQ(read("<a> <b/> x <c/> <d/></a>"), "<a><b/> x <c/> <d/></a>");
+  EXPECT_EQ(read("<a> <!--k--> <?p?> </a>"), "<a><!--k--><?p?></a>");
+  EXPECT_EQ(read("<a xml:space='preserve'> <b/> </a>"), "<a xml:space=\"preserve\"> <b/> </a>");
+}
+
 TEST(NKXMLDocument, AnUndeclaredPrefixIsPartOfTheName) {
   auto root = NKXMLDocument::withXMLString("<t:A Id='1' x:y='2'><t:B/></t:A>").rootElement();
   ASSERT_TRUE(root);
@@ -141,6 +186,8 @@ TEST(NKXMLDocument, LastErrorTellsTheParsersReason) {
   EXPECT_EQ(error.domain(), NKXMLErrorDomain);
   EXPECT_EQ(error.code(), 77);
   EXPECT_EQ(error.message(), "Premature end of data in tag a line 1");
+  EXPECT_FALSE(NKXMLDocument::withXMLString(""));
+  EXPECT_EQ(NKXMLNode::lastError().code(), 77) << "there was nothing for the parser to say";
   EXPECT_TRUE(NKXMLDocument::withXMLString("<a/>"));
   EXPECT_FALSE(NKXMLNode::lastError());
 }

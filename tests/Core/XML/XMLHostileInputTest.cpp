@@ -129,6 +129,81 @@ TEST(XMLHostileInput, AttributesEndAt256) {
   expectRefused(nested + repeated("</a>", 30), kReason);
 }
 
+std::string utf16(std::string_view ascii, bool bigEndian = false) {
+  std::string result = bigEndian ? "\xFE\xFF" : "\xFF\xFE";
+  for (const char c : ascii) {
+    if (bigEndian) result += '\0';
+    result += c;
+    if (!bigEndian) result += '\0';
+  }
+  return result;
+}
+
+void expectDataRefused(const std::string& data, std::string_view reason) {
+  TWError error;
+  EXPECT_FALSE(NKXMLDocument::withData(bytes(data), 0, &error)) << data.substr(0, 60);
+  EXPECT_EQ(error, TWError(NKXMLErrorDomain, 1));
+  EXPECT_EQ(NKXMLNode::lastError().message(), reason);
+}
+
+TEST(XMLHostileInput, TheLimitOfAttributesHoldsInUTF16) {
+  // U+3C3C is a letter whose two bytes look like the beginning of a tag.
+  std::string xml = "\xFF\xFE" + utf16("<a").substr(2);
+  for (int i = 0; i < 1000; ++i)
+    xml += utf16(" a" + std::to_string(i) + "='").substr(2) + "<<" + utf16("'").substr(2);
+  xml += utf16("/>").substr(2);
+  expectDataRefused(xml, "Too many attributes or namespaces");
+  expectDataRefused(utf16(elementWithAttributes(257), true), "Too many attributes or namespaces");
+  EXPECT_TRUE(NKXMLDocument::withData(bytes(utf16(elementWithAttributes(256)))));
+}
+
+TEST(XMLHostileInput, EncodingsThatHideMarkupAreRefused) {
+  constexpr auto kReason = "The encoding is not accepted";
+  std::string hidden = "<?xml version='1.0' encoding='UTF-7'?><a";
+  for (int i = 0; i < 1000; ++i) hidden += " a" + std::to_string(i) + "+AD0''";
+  expectDataRefused(hidden + "/>", kReason);
+  for (const auto* name :
+       {"UTF-7", "utf-7", "UTF-16", "UTF-16LE", "UTF-32", "UCS-4", "EBCDIC-CP-US", "IBM037",
+        "ISO-2022-JP", "EUC-JP", "Shift_JIS", "HTML", "iso-8859-", "iso-8859-12", "iso-8859-1x",
+        "windows-125", "no-such", " UTF-8"}) {
+    expectDataRefused("<?xml version='1.0' encoding='" + std::string(name) + "'?><a/>", kReason);
+    expectDataRefused("<?xml version='1.0'\n\tencoding\n=\t\"" + std::string(name) + "\" ?><a/>",
+                      kReason);
+  }
+  using namespace std::string_literals;
+  expectDataRefused("\x4C\x6F\xA7\x94\x93"s, kReason);
+  expectDataRefused("\0\0\0<\0\0\0a\0\0\0/\0\0\0>"s, kReason);
+  expectDataRefused("<\0\0\0a\0\0\0/\0\0\0>\0\0\0"s, kReason);
+  for (const auto& illFormed :
+       {"\xFF\xFE<\0a"s, utf16("<a>") + "\x00\xDC"s + utf16("</a>").substr(2),
+        utf16("<a>") + "\x00\xD8"s + utf16("</a>").substr(2), utf16("<a/>") + "\x00\xD8"s})
+    expectDataRefused(illFormed, kReason);
+}
+
+TEST(XMLHostileInput, DifferentNamesEndAt20000) {
+  const auto document = [](int count, const std::string& before, const std::string& after) {
+    std::string xml = "<r>";
+    for (int i = 0; i < count; ++i) xml += before + std::to_string(i) + after;
+    return xml + "</r>";
+  };
+  constexpr auto kReason = "Too many different names";
+  EXPECT_TRUE(NKXMLElement::withXMLString(document(15'000, "<b", "/>")));
+  expectRefused(document(25'000, "<b", "/>"), kReason);
+  expectRefused(document(25'000, "<p", ":b/>"), kReason);
+  expectRefused(document(25'000, "<b c", "='1'/>"), kReason);
+  expectRefused(document(25'000, "<b xmlns='u", "'/>"), kReason);
+  EXPECT_FALSE(NKXMLElement::withXMLString("<!DOCTYPE r SYSTEM 'x'>" +
+                                           document(300'000, "&some-long-name", ";")));
+  const auto ids = document(50'000, "<b xml:id='i", "'/>");
+  EXPECT_EQ(NKXMLElement::withXMLString(ids).childCount(), 50'000U) << "values are no names";
+}
+
+TEST(XMLHostileInput, ParsingStopsAtTheFirstTagAfterAFailure) {
+  // So the limits cannot be got round by being malformed first.
+  expectRefused("<a>&x;<b></a>", "Entity 'x' not defined");
+  expectRefused("<a>&x;" + repeated("<b xmlns:p='u'>", 1000), "Entity 'x' not defined");
+}
+
 TEST(XMLHostileInput, WhatOnlyLooksLikeManyAttributesIsRead) {
   const auto equals = repeated(" = ", 2000);
   for (const auto& xml :

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include <libxml/SAX2.h>
+#include <libxml/dict.h>
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
 #include <libxml/valid.h>
@@ -18,13 +19,19 @@ namespace tarnwell::detail {
 namespace {
 
 constexpr int kMaxDepth = 256;
-// The parser compares attributes pairwise and looks namespaces up one by one, so these two limits
-// keep the time in proportion to the length of the input.
+// The parser compares attributes pairwise, looks namespaces up one by one, and keeps names in a hash
+// table that stops growing. With these limits the time is in proportion to the length of the input.
 constexpr int kMaxAttributes = 256;
 constexpr int kMaxNamespaces = 256;
+constexpr int kMaxNames = 20'000;
+/// For names that are in no start tag.
+constexpr std::size_t kMaxNameBytes = 1'000'000;
 constexpr std::size_t kMaxSize = INT_MAX / 2;
 
-constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_COMPACT;
+// The parser reads to the end of what is not well-formed, and in doing so calls us only when it is
+// told to recover. So it is, in order that `startElement` can stop it.
+constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_COMPACT |
+                         XML_PARSE_IGNORE_ENC | XML_PARSE_RECOVER;
 
 enum NKXMLCode { kNothingToParse = 0, kMalformed = 1 };
 
@@ -39,14 +46,26 @@ void refuse(void* context, int code, const char* message) noexcept {
   keepXMLError(code, message);
 }
 
+/// Sets what the parser resets when it is given its options.
+void startDocument(void* context) noexcept {
+  auto* parser = static_cast<xmlParserCtxt*>(context);
+  // Nothing here looks for ids, which would be kept in another table that stops growing.
+  parser->loadsubset |= XML_SKIP_IDS;
+  xmlDictSetLimit(parser->dict, kMaxNameBytes);
+  xmlSAX2StartDocument(context);
+}
+
 void startElement(void* context, const xmlChar* localName, const xmlChar* prefix,
                   const xmlChar* URI, int namespaceCount, const xmlChar** namespaces,
                   int attributeCount, int defaultedCount, const xmlChar** attributes) noexcept {
-  const auto* parser = static_cast<xmlParserCtxt*>(context);
+  auto* parser = static_cast<xmlParserCtxt*>(context);
+  if (parser->wellFormed == 0) return xmlStopParser(parser);
   if (parser->nodeNr >= kMaxDepth)
     return refuse(context, XML_ERR_INTERNAL_ERROR, "Elements are nested too deeply");
   if (parser->nsNr / 2 > kMaxNamespaces || attributeCount > kMaxAttributes)
     return refuse(context, XML_ERR_INTERNAL_ERROR, "Too many attributes or namespaces");
+  if (xmlDictSize(parser->dict) > kMaxNames)
+    return refuse(context, XML_ERR_INTERNAL_ERROR, "Too many different names");
   xmlSAX2StartElementNs(context, localName, prefix, URI, namespaceCount, namespaces, attributeCount,
                         defaultedCount, attributes);
 }
@@ -135,11 +154,18 @@ bool hasEndlessTag(std::string_view bytes) noexcept {
   return false;
 }
 
-xmlDoc* parse(std::string_view bytes, XMLEncoding encoding) {
-  if (bytes.size() > kMaxSize) {
+xmlDoc* parse(std::string_view raw, XMLEncoding encoding) {
+  if (raw.size() > kMaxSize) {
     keepXMLError(XML_ERR_INTERNAL_ERROR, "The document is too long");
     return nullptr;
   }
+  const XMLInput input(raw, encoding);
+  if (input.isRefused()) {
+    keepXMLError(XML_ERR_UNSUPPORTED_ENCODING, "The encoding is not accepted");
+    return nullptr;
+  }
+  // Half as long again at most when it was converted, so an int still counts it.
+  const auto bytes = input.bytes();
   if (hasEndlessTag(bytes)) {
     keepXMLError(XML_ERR_INTERNAL_ERROR, "Too many attributes or namespaces");
     return nullptr;
@@ -147,14 +173,17 @@ xmlDoc* parse(std::string_view bytes, XMLEncoding encoding) {
   const std::unique_ptr<xmlParserCtxt, FreeParser> parser(required(xmlNewParserCtxt()));
   auto& sax = *parser->sax;
   sax.serror = keepXMLError;
+  sax.startDocument = startDocument;
   sax.startElementNs = startElement;
   sax.entityDecl = entityDeclaration;
   sax.unparsedEntityDecl = unparsedEntityDeclaration;
   sax.attributeDecl = attributeDeclaration;
   sax.externalSubset = nullptr;
-  const int options = encoding == XMLEncoding::utf8 ? kOptions | XML_PARSE_IGNORE_ENC : kOptions;
-  return xmlCtxtReadMemory(parser.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
-                           nullptr, options);
+  auto* doc = xmlCtxtReadMemory(parser.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
+                                input.encoding(), kOptions);
+  if (parser->wellFormed != 0) return doc;
+  xmlFreeDoc(doc);
+  return nullptr;
 }
 
 }  // namespace
@@ -173,12 +202,10 @@ xmlDoc* readXML(std::string_view bytes, XMLEncoding encoding, TWError* error) {
     return nullptr;
   }
   forgetXMLError();
-  // What is in memory is UTF-8, whatever it was read from; and ids would outlive their elements.
+  // What is in memory is UTF-8, whatever it was read from.
   xmlFree(const_cast<xmlChar*>(doc->encoding));  // NOLINT: libxml2's own text, only declared const
   doc->encoding = nullptr;
   doc->encoding = required(xmlStrdup(xmlText("UTF-8")));
-  if (doc->ids != nullptr) xmlFreeIDTable(static_cast<xmlIDTable*>(doc->ids));
-  doc->ids = nullptr;
   return doc;
 }
 
