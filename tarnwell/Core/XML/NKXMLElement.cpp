@@ -51,13 +51,20 @@ xmlAttr* attributeOf(const xmlNode* element, std::string_view name) noexcept {
   return attr;
 }
 
-bool hasParent(const xmlNode* node) noexcept { return !XMLArena::isRoot(node); }
+bool hasParent(xmlNode* node) noexcept { return !XMLArena::isRoot(node); }
 
 /// The child is added to the group of the parent, so that the tree keeps it.
 void join(const NKXMLNode& parent, const NKXMLNode& child) {
   auto* node = nodeOf(child);
   if (node->type != XML_NAMESPACE_DECL) detail::setTreeDocument(node, nodeOf(parent)->doc);
   XMLArena::join(XMLAccess::arena(parent), XMLAccess::arena(child), node);
+}
+
+/// Before an attribute loses its place to another of the same name.
+void release(const NKXMLNode& element, xmlAttr* replaced) {
+  if (replaced == nullptr) return;
+  XMLAccess::giveOwnNamespace(element, detail::asNode(replaced));
+  XMLArena::addRoot(XMLAccess::arena(element), replaced);
 }
 
 bool isChildKind(const xmlNode* node) noexcept {
@@ -196,7 +203,7 @@ void NKXMLElement::addAttribute(const NKXMLNode& attribute) {
   if (node->ns != nullptr) node->ns = detail::bindNamespace(element, node->ns, element, true);
   auto* replaced = attributeOf(element, detail::qualifiedName(node));
   join(*this, attribute);
-  if (replaced != nullptr) XMLArena::addRoot(XMLAccess::arena(*this), replaced);
+  release(*this, replaced);
   detail::linkAttribute(element, detail::asAttr(node), replaced);
 }
 
@@ -205,7 +212,7 @@ void NKXMLElement::addAttributeWithName(std::string_view name, std::string_view 
   auto* element = nodeOf(*this);
   auto* replaced = attributeOf(element, name);
   auto* attr = detail::newAttribute(element->doc, name, stringValue);
-  if (replaced != nullptr) XMLArena::addRoot(XMLAccess::arena(*this), replaced);
+  release(*this, replaced);
   detail::linkAttribute(element, attr, replaced);
 }
 

@@ -44,13 +44,6 @@ bool isChildKind(const xmlNode* node) noexcept {
   return node->type != XML_ATTRIBUTE_NODE && node->type != XML_NAMESPACE_DECL;
 }
 
-/// A namespace for a node that no element declares it for. The group keeps it.
-xmlNs* undeclaredNamespace(const NKXMLNode& user, std::string_view prefix, std::string_view URI) {
-  auto* ns = detail::newNamespace(prefix, URI);
-  XMLArena::addRoot(XMLAccess::arena(user), ns);
-  return ns;
-}
-
 }  // namespace
 
 // --- making nodes
@@ -119,10 +112,7 @@ NKXMLNode NKXMLNode::copy() const {
   if (node == nullptr) return {};
   auto result = XMLAccess::adopt<NKXMLNode>(node);
   // The namespace of a lone attribute belongs to the other group.
-  if (node->type == XML_ATTRIBUTE_NODE && node->ns != nullptr) {
-    const auto* ns = std::exchange(node->ns, nullptr);
-    node->ns = undeclaredNamespace(result, detail::view(ns->prefix), detail::view(ns->href));
-  }
+  if (node->type == XML_ATTRIBUTE_NODE) XMLAccess::giveOwnNamespace(result, node);
   return result;
 }
 
@@ -230,7 +220,7 @@ void NKXMLNode::setURI(std::string_view URI) {
     detail::putIntoNamespace(node, local, inForce);
     return;
   }
-  auto* ns = undeclaredNamespace(*this, prefix, URI);
+  auto* ns = XMLAccess::undeclaredNamespace(*this, prefix, URI);
   if (node->type == XML_ATTRIBUTE_NODE) {
     if (element != nullptr) ns = detail::bindNamespace(element, ns, element, true);
     detail::putIntoNamespace(node, local, ns);
@@ -422,6 +412,7 @@ void NKXMLNode::detach() {
     detail::rebindPrefix(parent, prefix);
     return;
   }
+  if (node->type == XML_ATTRIBUTE_NODE) XMLAccess::giveOwnNamespace(*this, node);
   XMLArena::addRoot(arena_, node);
   detail::unlink(node);
   if (node->type == XML_ELEMENT_NODE) detail::declareUsedNamespaces(node);

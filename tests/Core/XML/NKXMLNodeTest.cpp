@@ -532,6 +532,18 @@ TEST(NKXMLNode, ABadXPathGivesNoneAndTheParsersError) {
   EXPECT_FALSE(root.nodesForXPath("//["));
 }
 
+TEST(NKXMLNode, ABadXPathIsNeverPrinted) {
+  testing::internal::CaptureStderr();
+  const auto element = NKXMLElement::withName("a");
+  for (const auto* xpath : {"", "a b", ")", "$x", "foo()", "p:foo()", "1 +", "//a[", "p:a", "'",
+                            "a/", "count(", "@@", "count(1)"}) {
+    TWError error;
+    EXPECT_FALSE(element.nodesForXPath(xpath, &error)) << xpath;
+    EXPECT_EQ(error.domain(), NKXMLErrorDomain) << xpath;
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST(NKXMLNode, ASuccessfulXPathLeavesTheErrorAlone) {
   TWError error(NKXMLErrorDomain, 5);
   EXPECT_TRUE(parsed("<r/>").nodesForXPath("//r", &error));

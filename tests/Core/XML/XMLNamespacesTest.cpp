@@ -229,6 +229,23 @@ TEST(XMLNamespaces, ADetachedAttributeKeepsItsNamespace) {
   EXPECT_EQ(other.XMLString(), R"(<o xmlns:p="u" p:a="1"></o>)");
 }
 
+TEST(XMLNamespaces, ADetachedAttributeIsIndependentOfItsOldElement) {
+  auto root = parsed("<r xmlns:p='u' p:a='1' p:b='2' p:c='3'/>");
+  auto detached = root.attributeForName("p:a");
+  auto replaced = root.attributeForName("p:b");
+  auto replacedToo = root.attributeForName("p:c");
+  detached.detach();
+  root.addAttributeWithName("p:b", "new");
+  root.addAttribute(NKXMLNode::attributeWithName("p:c", "u", "new"));
+  root.namespaceForPrefix("p").setStringValue("v");
+  root.namespaceForPrefix("p").setName("q");
+  for (const auto& attribute : {detached, replaced, replacedToo}) {
+    EXPECT_FALSE(attribute.parent());
+    EXPECT_EQ(attribute.URI(), "u");
+    EXPECT_EQ(attribute.prefix(), "p");
+  }
+}
+
 TEST(XMLNamespaces, ChangingADeclarationChangesWhatItsNamesMean) {
   auto root = parsed("<p:r xmlns:p='u'><p:a/></p:r>");
   root.namespaceForPrefix("p").setStringValue("v");

@@ -1,4 +1,5 @@
 #include <barrier>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -87,6 +88,77 @@ TEST(XMLThreads, DetachedPartsOfOneTreeMayGoToDifferentThreads) {
   });
 }
 
+std::vector<NKXMLElement> detachedParts(int count, std::string_view each) {
+  std::string xml = "<r xmlns:p='u'>";
+  for (int i = 0; i < count; ++i) xml += each;
+  auto root = NKXMLDocument::withXMLString(xml + "</r>").rootElement();
+  std::vector<NKXMLElement> parts(root.childElements().begin(), root.childElements().end());
+  for (auto& part : parts) part.detach();
+  return parts;
+}
+
+TEST(XMLThreads, DetachedPartsOfOneTreeTakeNewNamesOnDifferentThreads) {
+  auto parts = detachedParts(4, "<p/>");
+  inThreads(4, [&](int i) {
+    auto part = std::move(parts[static_cast<std::size_t>(i)]);
+    for (int round = 0; round < 2000; ++round) {
+      const auto name = "a" + std::to_string(i) + "-" + std::to_string(round);
+      part.addAttributeWithName(name, "1");
+      EXPECT_EQ(part.attributeForName(name).name(), name);
+      if (round % 50 == 0) part.setAttributes({});
+    }
+  });
+}
+
+TEST(XMLThreads, PartsOfOneGroupComeAndGoOnDifferentThreads) {
+  auto parts = detachedParts(4, "<part p:n='1'><a/><b/></part>");
+  inThreads(4, [&](int i) {
+    auto part = std::move(parts[static_cast<std::size_t>(i)]);
+    for (int round = 0; round < 3000; ++round) {
+      auto child = part.firstChild();
+      child.detach();
+      part.addChild(child);
+      auto attribute = part.attributeForName("p:n");
+      attribute.detach();
+      part.addAttribute(attribute);
+      auto declaration = part.namespaceForPrefix("p");
+      declaration.detach();
+      part.addNamespace(declaration);
+      EXPECT_EQ(declaration.parent(), part);
+    }
+    EXPECT_EQ(part.childCount(), 2U);
+  });
+}
+
+TEST(XMLThreads, ADetachedAttributeAndItsOldElementAreIndependent) {
+  auto root = NKXMLElement::withXMLString("<r xmlns:p='a-long-enough-uri' p:a='1'/>");
+  auto attribute = root.attributeForName("p:a");
+  attribute.detach();
+  std::vector<std::function<void()>> works = {
+      [&, root]() mutable {
+        for (int round = 0; round < 2000; ++round)
+          root.namespaceForPrefix("p").setStringValue("uri-number-" + std::to_string(round));
+      },
+      [&] {
+        for (int round = 0; round < 2000; ++round) EXPECT_EQ(attribute.URI(), "a-long-enough-uri");
+      }};
+  inThreads(2, [&](int i) { works[static_cast<std::size_t>(i)](); });
+}
+
+TEST(XMLThreads, TheLastHandleMayBeDroppedOnAnotherThread) {
+  auto element = NKXMLElement::withXMLString("<r xmlns:p='u'><a p:b='1'>text</a></r>");
+  auto other = NKXMLElement::withName("o");
+  other.addChild(element);
+  auto child = element.firstChild();
+  child.detach();
+  element = {};
+  other = {};
+  inThreads(1, [child = std::move(child)](int) mutable {
+    EXPECT_EQ(child.stringValue(), "text");
+    child = {};
+  });
+}
+
 TEST(XMLThreads, HandlesAreCopiedAndDroppedOnAnyThread) {
   auto root = NKXMLElement::withXMLString("<r><a/></r>");
   inThreads(4, [&](int) {
@@ -110,6 +182,20 @@ TEST(XMLThreads, BlankTextIsDroppedWhateverTheProgramDidToTheParsersGlobals) {
   });
   xmlKeepBlanksDefault(keep);
   xmlSubstituteEntitiesDefault(substitute);
+}
+
+TEST(XMLThreads, TheProgramsOwnPrinterOfErrorsStaysInPlace) {
+  struct Host {
+    static void print(void* context, const char*, ...) { ++*static_cast<int*>(context); }
+  };
+  int calls = 0;
+  xmlSetGenericErrorFunc(&calls, Host::print);
+  EXPECT_FALSE(NKXMLElement::withName("a").nodesForXPath("foo()"));
+  EXPECT_FALSE(NKXMLDocument::withXMLString("<a>"));
+  EXPECT_EQ(calls, 0);
+  xmlGenericError(xmlGenericErrorContext, "%s", "the program's own");
+  EXPECT_EQ(calls, 1);
+  xmlSetGenericErrorFunc(nullptr, nullptr);
 }
 
 TEST(XMLThreads, TheProgramsOwnErrorHandlerStaysInPlace) {

@@ -1,5 +1,8 @@
 #include "tarnwell/Core/XML/detail/XMLArena.h"
 
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <utility>
 
@@ -13,22 +16,23 @@ namespace {
 
 /// The word that libxml2 leaves to its user. A listed root keeps its place in the list there, as an
 /// odd number; a declared namespace keeps its element, a pointer and so even.
-void*& userWord(void* node) noexcept {
+///
+/// A root's owner reads it without the lock, while another thread may be giving the root another
+/// place under the lock. It is odd before and after, which is all that the reader looks at.
+std::atomic_ref<void*> userWord(void* node) noexcept {
   auto* any = static_cast<xmlNode*>(node);
-  if (any->type == XML_NAMESPACE_DECL) return static_cast<xmlNs*>(node)->_private;
-  return any->_private;
+  if (any->type == XML_NAMESPACE_DECL) return std::atomic_ref(static_cast<xmlNs*>(node)->_private);
+  return std::atomic_ref(any->_private);
 }
 
-std::uintptr_t wordOf(const void* node) noexcept {
-  const auto* any = static_cast<const xmlNode*>(node);
-  const void* word =
-      any->type == XML_NAMESPACE_DECL ? static_cast<const xmlNs*>(node)->_private : any->_private;
-  return reinterpret_cast<std::uintptr_t>(word);
+std::uintptr_t wordOf(void* node) noexcept {
+  return reinterpret_cast<std::uintptr_t>(userWord(node).load(std::memory_order_relaxed));
 }
 
 void setPlace(void* node, std::size_t place) noexcept {
   // NOLINTNEXTLINE(performance-no-int-to-ptr): the word is a pointer, the place a number
-  userWord(node) = reinterpret_cast<void*>(static_cast<std::uintptr_t>(place * 2 + 1));
+  auto* word = reinterpret_cast<void*>(static_cast<std::uintptr_t>(place * 2 + 1));
+  userWord(node).store(word, std::memory_order_relaxed);
 }
 
 void freeRoot(void* node) noexcept {
@@ -78,7 +82,7 @@ XMLArena::~XMLArena() {
 
 XMLArena* XMLArena::make(void* root) { return new XMLArena(root); }
 
-bool XMLArena::isRoot(const void* node) noexcept { return (wordOf(node) & 1U) != 0; }
+bool XMLArena::isRoot(void* node) noexcept { return (wordOf(node) & 1U) != 0; }
 
 void XMLArena::release(XMLArena* arena) noexcept {
   while (arena != nullptr && arena->references_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
@@ -100,7 +104,7 @@ void XMLArena::add(void* root) {
 
 void XMLArena::remove(void* root) noexcept {
   const std::size_t place = wordOf(root) / 2;
-  userWord(root) = nullptr;
+  userWord(root).store(nullptr, std::memory_order_relaxed);
   if (place == 0) {
     first_ = nullptr;
     return;
@@ -111,6 +115,13 @@ void XMLArena::remove(void* root) noexcept {
     more_[place - 1] = last;
     setPlace(last, place);
   }
+}
+
+void XMLArena::reserve(std::size_t count) {
+  const auto needed = more_.size() + count;
+  // Doubling, since a vector that is asked for a size takes it literally: many small groups joining
+  // one by one would copy the list each time.
+  if (needed > more_.capacity()) more_.reserve(std::max(needed, 2 * more_.capacity()));
 }
 
 void XMLArena::takeRootsOf(XMLArena& other) {
@@ -146,8 +157,7 @@ void XMLArena::join(XMLArena* parent, XMLArena* child, void* root) {
     auto* heavy = parent->weight_ < child->weight_ ? child : parent;
     auto* light = heavy == parent ? child : parent;
     // Room first: from here on nothing can fail half-way.
-    if (light->first_ != nullptr || !light->more_.empty())
-      heavy->more_.reserve(heavy->more_.size() + light->more_.size() + 1);
+    if (light->first_ != nullptr || !light->more_.empty()) heavy->reserve(light->more_.size() + 1);
     child->remove(root);
     heavy->takeRootsOf(*light);
     heavy->weight_ += light->weight_;

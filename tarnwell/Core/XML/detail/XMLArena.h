@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <vector>
@@ -30,7 +31,7 @@ class XMLArena {
   /// Makes one group of two, in which `root`, a listed root of `child`, is about to get a parent.
   static void join(XMLArena* parent, XMLArena* child, void* root);
   /// True for a node that is listed: one that has no parent, or a document.
-  [[nodiscard]] static bool isRoot(const void* node) noexcept;
+  [[nodiscard]] static bool isRoot(void* node) noexcept;
 
   void retain() noexcept { references_.fetch_add(1, std::memory_order_relaxed); }
   static void release(XMLArena* arena) noexcept;
@@ -46,6 +47,8 @@ class XMLArena {
   ~XMLArena();
   void add(void* root);
   void remove(void* root) noexcept;
+  /// Makes room for so many more roots.
+  void reserve(std::size_t count);
   void takeRootsOf(XMLArena& other);
 
   std::atomic<std::uint32_t> references_ = 1;

@@ -20,6 +20,8 @@ struct Record {
 };
 thread_local Record record;
 
+void printNothing(void* /*context*/, const char* /*format*/, ...) noexcept {}
+
 }  // namespace
 
 void keepXMLError(int code, const char* message) noexcept {
@@ -40,6 +42,20 @@ void forgetXMLError() noexcept {
 TWError lastXMLError() {
   if (record.code == XML_ERR_OK) return {};
   return {NKXMLErrorDomain, record.code, record.message};
+}
+
+XMLErrorScope::XMLErrorScope() noexcept
+    : handler_(xmlStructuredError),
+      context_(xmlStructuredErrorContext),
+      printer_(xmlGenericError),
+      printerContext_(xmlGenericErrorContext) {
+  xmlSetStructuredErrorFunc(nullptr, keepXMLError);
+  xmlSetGenericErrorFunc(nullptr, printNothing);
+}
+
+XMLErrorScope::~XMLErrorScope() {
+  xmlSetStructuredErrorFunc(context_, handler_);
+  xmlSetGenericErrorFunc(printerContext_, printer_);
 }
 
 #ifndef NDEBUG

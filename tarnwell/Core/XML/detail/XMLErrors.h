@@ -12,21 +12,21 @@ void keepXMLError(int code, const char* message) noexcept;
 void forgetXMLError() noexcept;
 [[nodiscard]] TWError lastXMLError();
 
-/// Keeps errors that libxml2 raises without a context (failed conversions, for instance) away from
-/// stderr while it is alive. libxml2 has one such handler for each thread; the handler of the
-/// program around us is put back afterwards.
+/// Keeps errors that libxml2 raises without a context (failed conversions, for instance), and what
+/// it prints besides, away from stderr while it is alive. libxml2 has one handler for either on each
+/// thread; the handlers of the program around us are put back afterwards.
 class XMLErrorScope {
  public:
-  XMLErrorScope() noexcept : handler_(xmlStructuredError), context_(xmlStructuredErrorContext) {
-    xmlSetStructuredErrorFunc(nullptr, keepXMLError);
-  }
-  ~XMLErrorScope() { xmlSetStructuredErrorFunc(context_, handler_); }
+  XMLErrorScope() noexcept;
+  ~XMLErrorScope();
   XMLErrorScope(const XMLErrorScope&) = delete;
   XMLErrorScope& operator=(const XMLErrorScope&) = delete;
 
  private:
   xmlStructuredErrorFunc handler_;
   void* context_;
+  xmlGenericErrorFunc printer_;
+  void* printerContext_;
 };
 
 /// A mistake of the caller's: stops a debug build with "<where>: <message>", is ignored by a

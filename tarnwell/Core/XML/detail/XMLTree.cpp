@@ -210,7 +210,10 @@ xmlNode* newProcessingInstruction(std::string_view target, std::string_view text
 }
 
 xmlAttr* newAttribute(xmlDoc* doc, std::string_view name, std::string_view value) {
-  auto* attr = required(xmlNewDocProp(doc, XMLCText(name).get(), nullptr));
+  // The name must not go into the dictionary of a parsed document: parts of that document that
+  // were detached may be in use by other threads, and share it.
+  auto* attr = required(xmlNewDocProp(freeDocument(), XMLCText(name).get(), nullptr));
+  attr->doc = doc;
   attr->children = attr->last = newText(doc, value);
   attr->children->parent = asNode(attr);
   return attr;
