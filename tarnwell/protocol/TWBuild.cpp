@@ -66,7 +66,7 @@ TWBuild TWBuild::fromXML(const NKXMLElement& serverVersionInfo) {
 
 int TWBuild::compare(const TWBuild& other) const noexcept {
   const auto order = *this <=> other;
-  return order < 0 ? -1 : order > 0 ? 1 : 0;
+  return std::is_lt(order) ? -1 : std::is_gt(order) ? 1 : 0;
 }
 
 bool TWBuild::isLessThan(const std::optional<TWBuild>& other) const noexcept {

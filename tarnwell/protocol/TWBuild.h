@@ -49,6 +49,7 @@ class TWBuild {
   [[nodiscard]] bool isGreaterThan(const std::optional<TWBuild>& other) const noexcept;
   [[nodiscard]] bool isGreaterThanOrEqualTo(const std::optional<TWBuild>& other) const noexcept;
   [[nodiscard]] bool isEqual(const TWBuild& other) const noexcept { return *this == other; }
+  // NOLINTNEXTLINE(modernize-use-nullptr): the check takes the comparison's own zero for a pointer
   friend constexpr auto operator<=>(const TWBuild&, const TWBuild&) noexcept = default;
   [[nodiscard]] std::size_t hash() const noexcept;
 

@@ -13,7 +13,7 @@ namespace tarnwell {
 ///
 ///     if (error.is(TWErrorCode::ErrorItemNotFound)) forget(id);
 enum class TWErrorCode : std::int64_t {
-#define TW_ERROR_CODE(code, name) name = code,
+#define TW_ERROR_CODE(code, name) name = (code),
 #include "tarnwell/services/TWErrorCodes.inc"
 #undef TW_ERROR_CODE
 };

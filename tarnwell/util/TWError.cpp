@@ -39,7 +39,7 @@ std::string TWError::message() const {
   return userInfo().get("d").asText().value_or(std::string());
 }
 
-const TWDictionary& TWError::userInfo() const noexcept {
+const TWDictionary& TWError::userInfo() const {
   static const TWDictionary* const kNone = new TWDictionary();
   return rep_ ? rep_->userInfo : *kNone;
 }

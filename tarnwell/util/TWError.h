@@ -53,7 +53,7 @@ class TWError {
   /// The text for people, user info "d"; empty when the error has none (a refused redirect, for
   /// instance, has its target under "url" instead).
   [[nodiscard]] std::string message() const;
-  [[nodiscard]] const TWDictionary& userInfo() const noexcept;
+  [[nodiscard]] const TWDictionary& userInfo() const;
 
   /// Codes mean something only within their domain: `error.is(TWErrorCode::ErrorItemNotFound)` is
   /// false for a transfer failure that happens to have the same number.
