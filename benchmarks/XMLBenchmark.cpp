@@ -39,19 +39,26 @@ std::string makeAnswer() {
       "IncludesLastItemInRange=\"true\"><t:Items>";
   for (int i = 0; xml.size() < kAnswerSize; ++i) {
     const auto number = std::to_string(i);
-    xml +=
-        "<t:Message><t:ItemId Id=\"" + itemId(i) + "\" ChangeKey=\"CQAAABYAAAD" + number +
-        "\"/><t:ItemClass>IPM.Note</t:ItemClass><t:Subject>Quarterly figures &amp; plans, part " +
-        number +
-        "</t:Subject><t:Sensitivity>Normal</t:Sensitivity>"
-        "<t:DateTimeReceived>2024-03-01T09:30:00Z</t:DateTimeReceived><t:Size>14833</t:Size>"
-        "<t:Importance>Normal</t:Importance><t:IsSubmitted>false</t:IsSubmitted>"
-        "<t:IsDraft>false</t:IsDraft><t:DisplayTo>Anna Schmidt; J\xC3\xBCrgen M\xC3\xBCller"
-        "</t:DisplayTo><t:HasAttachments>false</t:HasAttachments><t:Culture>en-US</t:Culture>"
-        "<t:ToRecipients><t:Mailbox><t:Name>Anna Schmidt</t:Name><t:EmailAddress>anna" +
-        number +
-        "@example.org</t:EmailAddress><t:RoutingType>SMTP</t:RoutingType></t:Mailbox>"
-        "</t:ToRecipients><t:IsRead>true</t:IsRead></t:Message>";
+    xml.append("<t:Message><t:ItemId Id=\"")
+        .append(itemId(i))
+        .append("\" ChangeKey=\"CQAAABYAAAD")
+        .append(number)
+        .append(
+            "\"/><t:ItemClass>IPM.Note</t:ItemClass>"
+            "<t:Subject>Quarterly figures &amp; plans, part ")
+        .append(number)
+        .append(
+            "</t:Subject><t:Sensitivity>Normal</t:Sensitivity>"
+            "<t:DateTimeReceived>2024-03-01T09:30:00Z</t:DateTimeReceived>"
+            "<t:Size>14833</t:Size><t:Importance>Normal</t:Importance>"
+            "<t:IsSubmitted>false</t:IsSubmitted><t:IsDraft>false</t:IsDraft>"
+            "<t:DisplayTo>Anna Schmidt; J\xC3\xBCrgen M\xC3\xBCller</t:DisplayTo>"
+            "<t:HasAttachments>false</t:HasAttachments><t:Culture>en-US</t:Culture>"
+            "<t:ToRecipients><t:Mailbox><t:Name>Anna Schmidt</t:Name><t:EmailAddress>anna")
+        .append(number)
+        .append(
+            "@example.org</t:EmailAddress><t:RoutingType>SMTP</t:RoutingType></t:Mailbox>"
+            "</t:ToRecipients><t:IsRead>true</t:IsRead></t:Message>");
   }
   return xml +
          "</t:Items></m:RootFolder></m:FindItemResponseMessage></m:ResponseMessages>"

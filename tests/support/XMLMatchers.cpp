@@ -15,7 +15,8 @@ void addLines(const pugi::xml_node& node, std::size_t depth, std::string& lines)
   std::map<std::string, std::string> attributes;
   for (const auto& attribute : node.attributes()) attributes[attribute.name()] = attribute.value();
   lines += indent + "<" + node.name();
-  for (const auto& [name, value] : attributes) lines += " " + name + "=\"" + value + "\"";
+  for (const auto& [name, value] : attributes)
+    lines.append(" ").append(name).append("=\"").append(value).append("\"");
   lines += ">\n";
   std::string text;
   const auto flush = [&] {
@@ -62,7 +63,8 @@ std::string firstDifference(const std::string& actual, const std::string& expect
     if (!haveMore) have = "(the end)";
     if (!wantMore) want = "(the end)";
     if (have != want || (!haveMore && !wantMore)) {
-      return "differs in line " + std::to_string(number) + ":\n  have " + have + "\n  want " + want;
+      std::string message = "differs in line " + std::to_string(number);
+      return message.append(":\n  have ").append(have).append("\n  want ").append(want);
     }
   }
 }

@@ -4,12 +4,9 @@
 #include "tarnwell/Core/XML/NKXMLDocument.h"
 #include "tarnwell/Core/XML/NKXMLElement.h"
 
-#include "tests/support/XMLMatchers.h"
-
 namespace tarnwell {
 namespace {
 
-using test::EqualsXML;
 using ::testing::ElementsAre;
 using ::testing::Pair;
 
@@ -23,6 +20,7 @@ std::string id(const NKXMLElement& element) {
 
 std::vector<std::string> ids(const std::vector<NKXMLElement>& elements) {
   std::vector<std::string> result;
+  result.reserve(elements.size());
   for (const auto& element : elements) result.push_back(id(element));
   return result;
 }

@@ -13,12 +13,8 @@
 namespace tarnwell {
 namespace {
 
-using test::EqualsXML;
 using test::IsWellFormedXML;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::Not;
-using ::testing::StartsWith;
 
 NKXMLElement parsed(std::string_view xml) {
   return NKXMLDocument::withXMLString(xml).rootElement();
@@ -26,6 +22,7 @@ NKXMLElement parsed(std::string_view xml) {
 
 std::vector<std::string> namesInOrder(const std::vector<NKXMLNode>& nodes) {
   std::vector<std::string> names;
+  names.reserve(nodes.size());
   for (const auto& node : nodes)
     names.push_back(node.name().value_or(node.stringValue().value_or("?")));
   return names;
@@ -495,6 +492,7 @@ TEST(NKXMLNode, NodesForXPathAreInDocumentOrder) {
   auto root = parsed("<r><b n='1'/><c><b n='2'/></c><b n='3'/></r>");
   const auto nodes = root.nodesForXPath("b[2] | c/b | b[1]").value();
   std::vector<std::string> found;
+  found.reserve(nodes.size());
   for (const auto& node : nodes)
     found.push_back(node.asElement().attributeForName("n").stringValue().value());
   EXPECT_THAT(found, ElementsAre("1", "2", "3"));

@@ -219,7 +219,7 @@ TEST(XMLHostileInput, WhatOnlyLooksLikeManyAttributesIsRead) {
 }
 
 TEST(XMLHostileInput, TextOfAnyLengthIsReadWhole) {
-  const std::string half(10'000'000, 'x');
+  const auto half = repeated("x", 10'000'000);
   EXPECT_EQ(
       NKXMLElement::withXMLString("<a>" + half + "&amp;" + half + "</a>").stringValue()->size(),
       20'000'001U);
