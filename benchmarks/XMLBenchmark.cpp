@@ -145,21 +145,19 @@ std::string writeWithTree() {
   return request.XMLString();
 }
 
-const xmlChar* text(const std::string& value) {
-  return reinterpret_cast<const xmlChar*>(value.c_str());
-}
+const xmlChar* text(const char* value) { return reinterpret_cast<const xmlChar*>(value); }
 
 std::string writeWithParserAlone() {
-  auto* doc = xmlNewDoc(BAD_CAST "1.0");
-  auto* request = xmlNewDocNode(doc, nullptr, BAD_CAST "m:GetItem", nullptr);
+  auto* doc = xmlNewDoc(text("1.0"));
+  auto* request = xmlNewDocNode(doc, nullptr, text("m:GetItem"), nullptr);
   xmlDocSetRootElement(doc, request);
-  auto* shape = xmlNewChild(request, nullptr, BAD_CAST "m:ItemShape", nullptr);
-  xmlNewTextChild(shape, nullptr, BAD_CAST "t:BaseShape", BAD_CAST "AllProperties");
-  auto* ids = xmlNewChild(request, nullptr, BAD_CAST "m:ItemIds", nullptr);
+  auto* shape = xmlNewChild(request, nullptr, text("m:ItemShape"), nullptr);
+  xmlNewTextChild(shape, nullptr, text("t:BaseShape"), text("AllProperties"));
+  auto* ids = xmlNewChild(request, nullptr, text("m:ItemIds"), nullptr);
   for (int i = 0; i < kItems; ++i) {
-    auto* id = xmlNewChild(ids, nullptr, BAD_CAST "t:ItemId", nullptr);
-    xmlNewProp(id, BAD_CAST "Id", text(itemId(i)));
-    xmlNewProp(id, BAD_CAST "ChangeKey", BAD_CAST "CQAAABYAAAD");
+    auto* id = xmlNewChild(ids, nullptr, text("t:ItemId"), nullptr);
+    xmlNewProp(id, text("Id"), text(itemId(i).c_str()));
+    xmlNewProp(id, text("ChangeKey"), text("CQAAABYAAAD"));
   }
   auto* buffer = xmlBufferCreate();
   auto* writer = xmlSaveToBuffer(buffer, "UTF-8", XML_SAVE_NO_EMPTY | XML_SAVE_AS_XML);
