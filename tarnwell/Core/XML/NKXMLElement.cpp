@@ -177,12 +177,12 @@ std::vector<NKXMLAttributeNode> NKXMLElement::attributes() const {
   return result;
 }
 
-std::map<std::string, std::string, std::less<>> NKXMLElement::attributesAsDictionary() const {
-  std::map<std::string, std::string, std::less<>> result;
+std::vector<std::pair<std::string, std::string>> NKXMLElement::attributesAsDictionary() const {
+  std::vector<std::pair<std::string, std::string>> result;
   if (!*this) return result;
   for (auto* attr = nodeOf(*this)->properties; attr != nullptr; attr = attr->next) {
     const auto* node = detail::asNode(attr);
-    result.emplace(detail::qualifiedName(node), detail::textOf(node));
+    result.emplace_back(detail::qualifiedName(node), detail::textOf(node));
   }
   return result;
 }

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <iterator>
-#include <map>
 #include <optional>
 #include <span>
 #include <string>
@@ -70,8 +69,8 @@ class NKXMLElement : public NKXMLNode {
   [[nodiscard]] std::vector<std::string> attributesForName(
       std::string_view localName, std::optional<std::string_view> xmlns) const;
   [[nodiscard]] std::vector<NKXMLAttributeNode> attributes() const;
-  /// Qualified names to values.
-  [[nodiscard]] std::map<std::string, std::string, std::less<>> attributesAsDictionary() const;
+  /// Qualified names with their values, in document order.
+  [[nodiscard]] std::vector<std::pair<std::string, std::string>> attributesAsDictionary() const;
 
   /// The attribute must have no parent. It takes the place of one of the same name.
   void addAttribute(const NKXMLAttributeNode& attribute);
@@ -90,8 +89,12 @@ class NKXMLElement : public NKXMLNode {
   [[nodiscard]] std::vector<NKXMLNamespaceNode> namespaces() const;
   /// An empty prefix means the default namespace.
   [[nodiscard]] NKXMLNamespaceNode namespaceForPrefix(std::string_view prefix) const noexcept;
-  /// The namespace must have no parent. It takes the place of one with the same prefix; names
-  /// inside that are written with the prefix follow it.
+  /// The namespace must have no parent. It takes the place of one with the same prefix; names in
+  /// and below this element that are in a namespace and written with the prefix follow it.
+  ///
+  /// Of literal names only the element's own is taken in when it is written with the prefix. Those of
+  /// attributes and of what is inside stay literal: in no namespace here, though whoever reads the
+  /// text will find them in this one.
   void addNamespace(const NKXMLNamespaceNode& declaration);
   /// A node of another kind is a programming error.
   void addNamespace(const NKXMLNode& declaration);

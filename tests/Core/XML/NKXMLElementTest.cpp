@@ -120,6 +120,9 @@ TEST(NKXMLElement, AttributesAreListedAddedAndRemoved) {
   EXPECT_EQ(element.XMLString(), R"(<a x="1" y="2" z="3"></a>)");
   EXPECT_THAT(element.attributesAsDictionary(),
               ElementsAre(Pair("x", "1"), Pair("y", "2"), Pair("z", "3")));
+  EXPECT_THAT(parsed("<a z='1' p:b='2' xmlns:p='u' a='3'/>").attributesAsDictionary(),
+              ElementsAre(Pair("z", "1"), Pair("p:b", "2"), Pair("a", "3")))
+      << "as written, not sorted";
   ASSERT_EQ(element.attributes().size(), 3U);
   EXPECT_EQ(element.attributes()[1].name(), "y");
   auto removed = element.attributeForName("y");
