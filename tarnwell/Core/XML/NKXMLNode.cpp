@@ -44,6 +44,64 @@ bool isChildKind(const xmlNode* node) noexcept {
   return node->type != XML_ATTRIBUTE_NODE && node->type != XML_NAMESPACE_DECL;
 }
 
+/// Takes a declaration from its element; names that use it are left to the caller.
+void removeDeclaration(const NKXMLNode& user, xmlNode* element, xmlNs* declaration) {
+  XMLArena::addRoot(XMLAccess::arena(user), declaration);
+  detail::unlinkDeclaration(element, declaration);
+}
+
+void renameDeclaration(const NKXMLNode& declaration, std::string_view name) {
+  auto* ns = detail::asNs(nodeOf(declaration));
+  auto* element = detail::parentOf(nodeOf(declaration));
+  const detail::XMLCText text(name);
+  const auto prefix = detail::view(text.get());
+  if (prefix == detail::view(ns->prefix)) return;
+  // xmlns:p="" is no XML.
+  if (element != nullptr && detail::view(ns->href).empty() && !prefix.empty()) return;
+  auto* fresh = prefix.empty() ? nullptr : detail::required(xmlStrdup(text.get()));
+  if (element != nullptr) {
+    if (auto* replaced = detail::declarationOf(element, prefix))
+      removeDeclaration(declaration, element, replaced);
+  }
+  xmlFree(const_cast<xmlChar*>(ns->prefix));  // NOLINT: libxml2's own text, only declared const
+  ns->prefix = fresh;
+  if (element != nullptr) detail::keepNamespacesAfterRenaming(element, ns);
+}
+
+/// Puts an element or attribute into no namespace, in its written form too.
+void leaveNamespace(const NKXMLNode& handle) {
+  auto* node = nodeOf(handle);
+  auto* element = node->type == XML_ATTRIBUTE_NODE ? node->parent : node;
+  const std::string local(detail::nameParts(node).local);
+  const std::string prefix(detail::nameParts(node).prefix);
+  const bool meansNothing =
+      prefix != "xml" &&
+      (element == nullptr || detail::declarationInForce(element, prefix) == nullptr);
+  if (!prefix.empty() && meansNothing) return detail::makeLiteralName(node);
+  detail::putIntoNamespace(node, local, nullptr);
+  if (node != element) return;
+  const auto isInDefaultNamespace = [&] {
+    const auto* inForce = detail::declarationInForce(element, "");
+    return inForce != nullptr && !detail::view(inForce->href).empty();
+  };
+  if (!isInDefaultNamespace()) return;
+  if (auto* own = detail::declarationOf(element, "")) removeDeclaration(handle, element, own);
+  if (isInDefaultNamespace()) detail::linkNamespace(element, detail::newNamespace("", ""));
+  detail::keepNamespacesBelow(element);
+}
+
+/// After an attribute was given another name.
+void detachNamesake(const NKXMLNode& handle) {
+  const auto* node = nodeOf(handle);
+  if (node->type != XML_ATTRIBUTE_NODE || node->parent == nullptr) return;
+  const auto name = detail::qualifiedName(node);
+  for (auto* attr = node->parent->properties; attr != nullptr; attr = attr->next) {
+    if (detail::asNode(attr) == node || !detail::hasQualifiedName(detail::asNode(attr), name))
+      continue;
+    return XMLAccess::handle(attr, handle).detach();
+  }
+}
+
 }  // namespace
 
 // --- making nodes
@@ -159,13 +217,10 @@ void NKXMLNode::setName(std::string_view name) {
   if (!*this) return;
   auto* node = nodeOf(*this);
   if (node->type == XML_NAMESPACE_DECL) {
-    auto* ns = detail::asNs(node);
-    auto* prefix =
-        name.empty() ? nullptr : detail::required(xmlStrdup(detail::XMLCText(name).get()));
-    xmlFree(const_cast<xmlChar*>(ns->prefix));  // NOLINT: libxml2's own text, only declared const
-    ns->prefix = prefix;
+    renameDeclaration(*this, name);
   } else if (isElementOrAttribute(node) || node->type == XML_PI_NODE) {
     detail::setName(node, name);
+    detachNamesake(*this);
   }
 }
 
@@ -208,8 +263,8 @@ void NKXMLNode::setURI(std::string_view URI) {
   auto* node = nodeOf(*this);
   if (!isElementOrAttribute(node)) return;
   if (URI.empty()) {
-    if (node->ns != nullptr) detail::makeLiteralName(node);
-    return;
+    leaveNamespace(*this);
+    return detachNamesake(*this);
   }
   const std::string prefix(detail::nameParts(node).prefix);
   const std::string local(detail::nameParts(node).local);
@@ -224,12 +279,10 @@ void NKXMLNode::setURI(std::string_view URI) {
   if (node->type == XML_ATTRIBUTE_NODE) {
     if (element != nullptr) ns = detail::bindNamespace(element, ns, element, true);
     detail::putIntoNamespace(node, local, ns);
-    return;
+    return detachNamesake(*this);
   }
-  if (auto* replaced = detail::declarationOf(node, prefix)) {
-    XMLArena::addRoot(arena_, replaced);
-    detail::unlinkDeclaration(node, replaced);
-  }
+  if (auto* replaced = detail::declarationOf(node, prefix))
+    removeDeclaration(*this, node, replaced);
   XMLArena::join(arena_, arena_, ns);
   detail::linkNamespace(node, ns);
   detail::putIntoNamespace(node, local, ns);

@@ -135,6 +135,11 @@ class NKXMLNode {
   [[nodiscard]] std::optional<std::string> name() const;
   /// A prefix that is declared where the node stands puts the node into that namespace. Ignored by
   /// kinds that have no name.
+  ///
+  /// A namespace that an element declares takes the place of one with the same prefix there. Names
+  /// are written with the new prefix and stay in the namespaces that they are in: what it hides is
+  /// declared again where it is used, if need be as "ns1" or the like. Literal names that are
+  /// written with the new prefix are taken in. A namespace with an empty URI cannot have a prefix.
   void setName(std::string_view name);
   /// Like `name() == name`, without making a text.
   [[nodiscard]] bool hasName(std::string_view name) const noexcept;
@@ -186,8 +191,12 @@ class NKXMLNode {
   /// Of the namespace that the element or attribute is in. None for a literal name with a prefix
   /// that was declared nowhere.
   [[nodiscard]] std::optional<std::string> URI() const;
-  /// Declares the namespace under the name's prefix unless that is in scope already. An empty URI
-  /// takes the node out of its namespace; the name stays as written.
+  /// Declares the namespace under the name's prefix unless that is in scope already.
+  ///
+  /// An empty URI takes the node out of its namespace, so that the text says so too: the name loses
+  /// a prefix that is declared where the node stands, and an element declares xmlns="" where a
+  /// default namespace would take it in. What is inside stays where it is. An attribute takes the
+  /// place of one that has the new name.
   void setURI(std::string_view URI);
 
   /// "t:FieldURI" gives "FieldURI".
@@ -205,9 +214,12 @@ class NKXMLNode {
   [[nodiscard]] std::string description() const { return XMLString(); }
   friend std::ostream& operator<<(std::ostream& stream, const NKXMLNode& node);
 
-  /// The nodes that an XPath 1.0 expression selects from here, in document order; none when it
-  /// gives a number or a text. Prefixes in scope at this node may be used. Absent with an error
-  /// (the parser's code and message) for a bad expression.
+  /// The nodes that an XPath 1.0 expression selects: elements, attributes, texts and what else it
+  /// asks for, in document order. A relative path starts here, one with "/" at the top of the tree,
+  /// which has a root even without a document. Prefixes that are in scope at this node may be used;
+  /// a name without a prefix means no namespace, whatever the default one is. An expression that
+  /// gives a number, a text or a truth value selects none. Absent with an error (the parser's code
+  /// and message) for a bad expression, an unknown prefix among them.
   [[nodiscard]] std::optional<std::vector<NKXMLNode>> nodesForXPath(std::string_view XPath,
                                                                     TWError* error = nullptr) const;
 

@@ -1,3 +1,7 @@
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -9,6 +13,25 @@ namespace {
 
 NKXMLElement parsed(std::string_view xml) {
   return NKXMLDocument::withXMLString(xml).rootElement();
+}
+
+/// Every name of the tree with the namespace that it is in: "{u}p:a", " {}x" for an attribute.
+std::string namesIn(const NKXMLElement& top) {
+  const auto entry = [](const NKXMLNode& node) {
+    return "{" + node.URI().value_or("") + "}" + node.name().value_or("") + "\n";
+  };
+  std::string names = entry(top);
+  for (const auto& attribute : top.attributes()) names += " " + entry(attribute);
+  for (const auto& child : top.childElements()) names += namesIn(child);
+  return names;
+}
+
+/// What the tree says of its names is what a reader of its text finds.
+void expectTextAgrees(const NKXMLElement& root) {
+  const auto text = root.XMLString();
+  const auto read = parsed(text);
+  ASSERT_TRUE(read) << text;
+  EXPECT_EQ(namesIn(root), namesIn(read)) << text;
 }
 
 TEST(XMLNamespaces, XmlnsIsTheDefaultNamespaceOfTheElementItself) {
@@ -122,9 +145,101 @@ TEST(XMLNamespaces, SetURIUsesADeclarationInScope) {
   a.setName("p:a");
   a.setURI("u");
   EXPECT_EQ(root.XMLString(), R"(<r xmlns:p="u"><p:a></p:a></r>)");
+}
+
+TEST(XMLNamespaces, AnEmptyURITakesAnElementOutOfTheDefaultNamespaceAroundIt) {
+  auto root = parsed("<r xmlns='u'><a x='1'><b/></a></r>");
+  auto a = root.elementForName("a");
+  auto b = a.elementForName("b");
   a.setURI("");
   EXPECT_FALSE(a.URI());
-  EXPECT_EQ(a.name(), "p:a");
+  EXPECT_EQ(a.name(), "a");
+  EXPECT_EQ(b.URI(), "u") << "only the one name moves";
+  EXPECT_EQ(root.XMLString(), R"(<r xmlns="u"><a xmlns="" x="1"><b xmlns="u"></b></a></r>)");
+  expectTextAgrees(root);
+}
+
+TEST(XMLNamespaces, AnEmptyURITakesAnElementOutOfItsOwnDefaultNamespace) {
+  auto root = parsed("<a xmlns='u'><b/><c/></a>");
+  root.setURI("");
+  EXPECT_EQ(root.XMLString(), R"(<a><b xmlns="u"></b><c xmlns="u"></c></a>)");
+  expectTextAgrees(root);
+  auto inner = parsed("<r xmlns='o'><a xmlns='u'><b/></a></r>");
+  auto a = inner.elementForName("a");
+  a.setURI("");
+  EXPECT_EQ(inner.XMLString(), R"(<r xmlns="o"><a xmlns=""><b xmlns="u"></b></a></r>)");
+  expectTextAgrees(inner);
+}
+
+TEST(XMLNamespaces, AnEmptyURIDeclaresNothingWhereNoNamespaceWouldTakeTheNodeIn) {
+  auto free = NKXMLElement::withName("a");
+  free.setURI("");
+  EXPECT_EQ(free.XMLString(), "<a></a>");
+  EXPECT_EQ(NKXMLElement::withNameURI("a", "").XMLString(), "<a></a>");
+  auto root = parsed("<r xmlns='u'><m xmlns=''><a/></m><b x='1'/></r>");
+  const auto text = root.XMLString();
+  root.elementForName("m").firstChild().setURI("");
+  root.elementForName("b").attributeForName("x").setURI("");
+  EXPECT_EQ(root.XMLString(), text);
+}
+
+TEST(XMLNamespaces, AnEmptyURITakesADeclaredPrefixFromTheName) {
+  auto root = parsed("<p:r xmlns:p='u' xmlns='d'><p:a p:x='1'><p:b/></p:a></p:r>");
+  auto a = root.elementForName("p:a");
+  a.setURI("");
+  EXPECT_FALSE(a.URI());
+  EXPECT_EQ(a.name(), "a") << "with the prefix the text would put it into the namespace";
+  expectTextAgrees(root);
+  auto x = a.attributeForName("p:x");
+  x.setURI("");
+  EXPECT_FALSE(x.URI());
+  EXPECT_EQ(x.name(), "x");
+  expectTextAgrees(root);
+  root.setURI("");
+  EXPECT_EQ(root.firstChild().firstChild().URI(), "u");
+  expectTextAgrees(root);
+}
+
+TEST(XMLNamespaces, AnEmptyURILeavesAPrefixThatIsDeclaredNowhere) {
+  auto element = NKXMLElement::withName("p:a");
+  element.setURI("");
+  EXPECT_EQ(element.name(), "p:a");
+  EXPECT_FALSE(element.URI());
+  expectTextAgrees(element);
+}
+
+TEST(XMLNamespaces, ALiteralNameOfADeclaredPrefixIsTakenOutToo) {
+  auto root = parsed("<r xmlns:p='u' xmlns='d'/>");
+  auto prefixed = NKXMLElement::withName("p:a");
+  auto plain = NKXMLElement::withName("b");
+  root.addChild(prefixed);
+  root.addChild(plain);
+  prefixed.setURI("");
+  plain.setURI("");
+  EXPECT_EQ(prefixed.name(), "a");
+  EXPECT_EQ(plain.name(), "b");
+  expectTextAgrees(root);
+}
+
+TEST(XMLNamespaces, AnAttributeTakenOutOfItsNamespaceReplacesItsNamesake) {
+  auto root = parsed("<r xmlns:p='u' xmlns:q='u' x='1' p:x='2'/>");
+  auto plain = root.attributeForName("x");
+  root.attributeForName("p:x").setURI("");
+  EXPECT_EQ(root.XMLString(), R"(<r xmlns:p="u" xmlns:q="u" x="2"></r>)");
+  EXPECT_FALSE(plain.parent());
+  EXPECT_EQ(plain.stringValue(), "1");
+}
+
+TEST(XMLNamespaces, ARenamedAttributeReplacesItsNamesake) {
+  auto root = parsed("<r xmlns:p='u' x='1' p:x='2'/>");
+  root.attributeForName("p:x").setName("x");
+  EXPECT_EQ(root.XMLString(), R"(<r xmlns:p="u" x="2"></r>)");
+  root.addAttributeWithName("y", "3");
+  root.attributeForName("x").setURI("u");
+  EXPECT_EQ(root.XMLString(), R"(<r xmlns:p="u" p:x="2" y="3"></r>)");
+  auto x = root.attributeForName("p:x");
+  x.setName("p:x");
+  EXPECT_EQ(x.parent(), root);
 }
 
 TEST(XMLNamespaces, SetURIMovesOnlyTheOneName) {
@@ -252,6 +367,90 @@ TEST(XMLNamespaces, ChangingADeclarationChangesWhatItsNamesMean) {
   root.namespaceForPrefix("p").setName("q");
   EXPECT_EQ(root.firstChild().URI(), "v");
   EXPECT_EQ(root.XMLString(), R"(<q:r xmlns:q="v"><q:a></q:a></q:r>)");
+  expectTextAgrees(root);
+}
+
+/// The namespaces of the names of the tree, without the names.
+std::vector<std::string> namespacesIn(const NKXMLElement& top) {
+  std::vector<std::string> result{top.URI().value_or("")};
+  for (const auto& attribute : top.attributes()) result.push_back(attribute.URI().value_or(""));
+  for (const auto& child : top.childElements()) {
+    const auto below = namespacesIn(child);
+    result.insert(result.end(), below.begin(), below.end());
+  }
+  return result;
+}
+
+TEST(XMLNamespaces, RenamingADeclarationMovesNoNameToAnotherNamespace) {
+  struct Row {
+    std::string_view xml;  // the declaration is on <D> or <x:D>
+    std::string_view from, to;
+  };
+  for (const auto& [xml, from, to] : {
+           // The new prefix hides a declaration above that is used below, and on the element.
+           Row{"<r xmlns:q='v'><D xmlns:p='u'><p:a/><q:b q:x='1'><q:c/></q:b></D></r>", "p", "q"},
+           Row{"<r xmlns:q='v'><q:D xmlns:p='u' q:x='1' p:y='2'><p:a/></q:D></r>", "p", "q"},
+           Row{"<r xmlns='v'><D xmlns:p='u' p:y='2'><p:a/><b/></D></r>", "p", ""},
+           // The new prefix means something else further down.
+           Row{"<D xmlns:p='u'><a xmlns:q='v' q:x='1' p:y='2'><p:b/><q:c/></a></D>", "p", "q"},
+           Row{"<D xmlns:p='u'><p:a xmlns:q='v' q:x='1'><p:b/></p:a></D>", "p", "q"},
+           Row{"<p:D xmlns:p='u'><a xmlns='v'><p:b p:x='1'/><c/></a></p:D>", "p", ""},
+           // The old prefix means something else above, and further down.
+           Row{"<r xmlns:p='o'><p:D xmlns:p='u'><p:a/></p:D><p:b/></r>", "p", "q"},
+           Row{"<p:D xmlns:p='u'><p:a xmlns:p='v'><p:b/></p:a></p:D>", "p", "q"},
+           // The new prefix is declared on the same element.
+           Row{"<p:D xmlns:p='u' xmlns:q='v' p:x='1' q:x='2'><q:a/><p:b/></p:D>", "p", "q"},
+           Row{"<q:D xmlns:p='u' xmlns:q='v'><q:a><q:b/></q:a><p:b/></q:D>", "p", "q"},
+           Row{"<D xmlns='v' xmlns:p='u' xmlns:q='v'><a/><p:b p:x='1'/></D>", "p", ""},
+           // From the default namespace, and to it.
+           Row{"<D xmlns='u' x='1'><a/><b xmlns='v'><c/></b></D>", "", "p"},
+           Row{"<r xmlns='o'><D xmlns='u' x='1'><a/></D></r>", "", "p"},
+           Row{"<p:D xmlns:p='u' p:x='1'><p:a p:y='2'/></p:D>", "p", ""},
+       }) {
+    SCOPED_TRACE(xml);
+    auto root = parsed(xml);
+    auto element = root.localName() == "D" ? root : root.firstChild().asElement();
+    auto declaration = element.namespaceForPrefix(from);
+    ASSERT_TRUE(declaration);
+    const auto before = namespacesIn(root);
+    declaration.setName(to);
+    EXPECT_EQ(namespacesIn(root), before);
+    expectTextAgrees(root);
+    EXPECT_EQ(element.namespaceForPrefix(to), declaration);
+    EXPECT_EQ(declaration.stringValue(), "u");
+  }
+}
+
+TEST(XMLNamespaces, ARenamedDeclarationReplacesTheOneOfThatPrefix) {
+  auto root = parsed("<r xmlns:p='u' xmlns:q='v'><q:a/></r>");
+  auto replaced = root.namespaceForPrefix("q");
+  root.namespaceForPrefix("p").setName("q");
+  EXPECT_FALSE(replaced.parent());
+  EXPECT_EQ(replaced.stringValue(), "v");
+  EXPECT_EQ(root.XMLString(), R"(<r xmlns:q="u"><q:a xmlns:q="v"></q:a></r>)");
+}
+
+TEST(XMLNamespaces, ARenamedDeclarationTakesInTheLiteralNamesOfItsNewPrefix) {
+  auto root = parsed("<q:r xmlns:p='u' q:x='1' y='2'><q:a/><s:b xmlns:q='v'><q:c/></s:b></q:r>");
+  root.namespaceForPrefix("p").setName("q");
+  EXPECT_EQ(root.URI(), "u");
+  EXPECT_EQ(root.localName(), "r");
+  EXPECT_EQ(root.attributeForName("q:x").URI(), "u");
+  EXPECT_FALSE(root.attributeForName("y").URI());
+  EXPECT_EQ(root.elementForName("q:a").URI(), "u");
+  EXPECT_FALSE(root.elementForName("s:b").URI());
+  expectTextAgrees(root);
+  auto plain = parsed("<r xmlns:p='u' y='2'><a/></r>");
+  plain.namespaceForPrefix("p").setName("");
+  EXPECT_EQ(plain.elementForName("a").URI(), "u");
+  expectTextAgrees(plain);
+}
+
+TEST(XMLNamespaces, ARenamedDeclarationWithoutURIStaysTheDefaultOne) {
+  auto root = parsed("<r xmlns='u'><a xmlns=''><b/></a></r>");
+  const auto text = root.XMLString();
+  root.firstChild().asElement().namespaceForPrefix("").setName("p");
+  EXPECT_EQ(root.XMLString(), text);
 }
 
 }  // namespace

@@ -150,17 +150,22 @@ std::string unusedPrefix(const xmlNode* element) {
   }
 }
 
-/// Calls `visit(element, name)` for the names of the tree that are in a namespace: the elements'
-/// own and their attributes'.
+/// Calls `visit(element, name)` for the names of the tree: the elements' own and their attributes'.
 template <class Visit>
-void forEachNameInNamespace(xmlNode* top, const Visit& visit) {
+void forEachName(xmlNode* top, const Visit& visit) {
   for (auto* node = top; node != nullptr; node = nextInTree(node, top)) {
     if (node->type != XML_ELEMENT_NODE) continue;
-    if (node->ns != nullptr) visit(node, node);
-    for (auto* attr = node->properties; attr != nullptr; attr = attr->next) {
-      if (attr->ns != nullptr) visit(node, asNode(attr));
-    }
+    visit(node, node);
+    for (auto* attr = node->properties; attr != nullptr; attr = attr->next)
+      visit(node, asNode(attr));
   }
+}
+
+template <class Visit>
+void forEachNameInNamespace(xmlNode* top, const Visit& visit) {
+  forEachName(top, [&](xmlNode* element, xmlNode* name) {
+    if (name->ns != nullptr) visit(element, name);
+  });
 }
 
 void setLiteralName(xmlNode* node, const xmlChar* name) {
@@ -471,9 +476,8 @@ xmlNs* bindNamespace(xmlNode* element, xmlNs* used, xmlNode* declareOn, bool for
     if (view(inForce->href) == URI) return inForce;
     // The prefix means something else here. An element above: give it its meaning back.
     if (declaring != element) return declare(element, prefix, URI);
-    if (!forAttribute) return inForce;
   }
-  if (auto* other = declarationForURI(element, URI, true)) return other;
+  if (auto* other = declarationForURI(element, URI, forAttribute)) return other;
   return declare(declareOn, unusedPrefix(element), URI);
 }
 
@@ -486,6 +490,21 @@ void declareUsedNamespaces(xmlNode* top) {
 void keepNamespacesBelow(xmlNode* top) {
   forEachNameInNamespace(top, [&](xmlNode* element, xmlNode* name) {
     if (name != top) name->ns = bindNamespace(element, name->ns, element, name != element);
+  });
+}
+
+void keepNamespacesAfterRenaming(xmlNode* top, xmlNs* renamed) {
+  forEachName(top, [&](xmlNode* element, xmlNode* name) {
+    const bool isAttribute = name != element;
+    if (name->ns != nullptr && view(name->ns->href).empty()) makeLiteralName(name);
+    if (name->ns != nullptr) {
+      name->ns = bindNamespace(element, name->ns, element, isAttribute);
+      return;
+    }
+    const auto parts = nameParts(name);
+    if (isAttribute && parts.prefix.empty()) return;
+    if (declarationInForce(element, parts.prefix) == renamed)
+      putIntoNamespace(name, std::string(parts.local), renamed);
   });
 }
 

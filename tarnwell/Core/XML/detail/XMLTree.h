@@ -109,8 +109,11 @@ void makeLiteralName(xmlNode* node);
                                    bool forAttribute);
 /// Declares on `top`, a parentless element, what names in its tree use without a declaration.
 void declareUsedNamespaces(xmlNode* top);
-/// After `element` has declared a prefix anew for its own name only.
+/// After `element` has changed what a prefix means, for its own name only.
 void keepNamespacesBelow(xmlNode* element);
+/// After a declaration of `top` was given another prefix: names in its tree stay in their
+/// namespaces; literal ones that are written with the new prefix are taken in.
+void keepNamespacesAfterRenaming(xmlNode* top, xmlNs* renamed);
 /// After declarations of the prefix have changed on `top`: names in its tree that are written with
 /// the prefix mean what is declared now; a name whose prefix is declared no more becomes a literal
 /// one.
