@@ -165,6 +165,15 @@ TEST(NKXMLDocument, XMLDataIsTheSameTextInBytes) {
   EXPECT_EQ(document.XMLDataWithOptions(0x4), bytes(document.XMLStringWithOptions(0x4)));
 }
 
+TEST(NKXMLDocument, AnXHTMLDocumentIsWrittenByTheRulesOfXML) {
+  auto document = NKXMLDocument::withXMLString(
+      "<!DOCTYPE html PUBLIC '-//W3C//DTD XHTML 1.0 Strict//EN' "
+      "'http://www.w3.org/TR/xhtml1/DTD/xhtml1-strict.dtd'>"
+      "<html xmlns='http://www.w3.org/1999/xhtml'><head><title/></head><p/><br/></html>");
+  EXPECT_THAT(document.XMLStringWithOptions(NKXMLNodeCompactEmptyElement),
+              ::testing::EndsWith("<head><title/></head><p/><br/></html>"));
+}
+
 TEST(NKXMLDocument, DetachingItsRootOrTypeLeavesAnEmptyDocument) {
   auto document = NKXMLDocument::withXMLString("<!DOCTYPE a SYSTEM 'x'><a/>");
   auto type = document.firstChild();

@@ -3,10 +3,12 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <libxml/globals.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libxml/xmlerror.h>
@@ -185,6 +187,26 @@ TEST(XMLThreads, BlankTextIsDroppedWhateverTheProgramDidToTheParsersGlobals) {
   });
   xmlKeepBlanksDefault(keep);
   xmlSubstituteEntitiesDefault(substitute);
+}
+
+TEST(XMLThreads, TextIsWrittenTheSameWhateverTheProgramDidToTheWritersGlobals) {
+  const auto element = NKXMLElement::withXMLString("<a><b><c/></b></a>");
+  constexpr auto kPretty = "<a>\n  <b>\n    <c/>\n  </b>\n</a>";
+  const auto writeWithOtherGlobals = [&] {
+    const int noEmptyTags = std::exchange(xmlSaveNoEmptyTags, 1);
+    const int indents = std::exchange(xmlIndentTreeOutput, 0);
+    const char* indentation = std::exchange(xmlTreeIndentString, "\t");
+    EXPECT_EQ(element.prettyXMLString(), kPretty);
+    EXPECT_EQ(element.compactXMLString(), "<a><b><c/></b></a>");
+    EXPECT_EQ(element.XMLString(), "<a><b><c></c></b></a>");
+    // They are the program's, and stay as it has set them.
+    EXPECT_EQ(std::exchange(xmlSaveNoEmptyTags, noEmptyTags), 1);
+    EXPECT_EQ(std::exchange(xmlIndentTreeOutput, indents), 0);
+    EXPECT_STREQ(std::exchange(xmlTreeIndentString, indentation), "\t");
+  };
+  writeWithOtherGlobals();
+  inThreads(1, [&](int) { writeWithOtherGlobals(); });
+  EXPECT_EQ(element.prettyXMLString(), kPretty);
 }
 
 TEST(XMLThreads, TheProgramsOwnPrinterOfErrorsStaysInPlace) {

@@ -8,7 +8,7 @@
 #include <libxml/globals.h>
 
 #include "tarnwell/Core/XML/NKXMLNode.h"
-#include "tarnwell/Core/XML/detail/XMLText.h"
+#include "tarnwell/util/TWText.h"
 
 namespace tarnwell::detail {
 

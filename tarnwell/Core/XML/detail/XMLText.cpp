@@ -68,13 +68,6 @@ std::size_t asciiLength(std::string_view text) noexcept {
 
 }  // namespace
 
-std::string_view trimmed(std::string_view text) noexcept {
-  constexpr std::string_view kSpace = " \t\r\n";
-  const auto first = text.find_first_not_of(kSpace);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kSpace) - first + 1);
-}
-
 bool isCleanText(std::string_view text) noexcept {
   for (;;) {
     text.remove_prefix(asciiLength(text));

@@ -24,9 +24,6 @@ namespace tarnwell::detail {
   return text != nullptr && view(text) == other;
 }
 
-/// Without surrounding white space, in the sense of XML.
-[[nodiscard]] std::string_view trimmed(std::string_view text) noexcept;
-
 /// A text from outside, made fit for libxml2: clean and terminated. Short ones are not allocated.
 class XMLCText {
  public:

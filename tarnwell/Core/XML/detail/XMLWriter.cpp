@@ -3,12 +3,14 @@
 #include <cstddef>
 #include <new>
 #include <string_view>
+#include <utility>
 
+#include <libxml/globals.h>
 #include <libxml/xmlsave.h>
 
 #include "tarnwell/Core/XML/NKXMLNode.h"
 #include "tarnwell/Core/XML/detail/XMLErrors.h"
-#include "tarnwell/Core/XML/detail/XMLText.h"
+#include "tarnwell/util/TWText.h"
 
 namespace tarnwell::detail {
 
@@ -22,6 +24,28 @@ int append(void* context, const char* bytes, int size) noexcept {
   }
   return size;
 }
+
+/// The writer is set by flags and, on each thread, by these. While it is alive they are as libxml2
+/// ships them; what the program around us has made of them is put back afterwards.
+class PlainOutput {
+ public:
+  PlainOutput() noexcept
+      : noEmptyTags_(std::exchange(xmlSaveNoEmptyTags, 0)),
+        indents_(std::exchange(xmlIndentTreeOutput, 1)),
+        indentation_(std::exchange(xmlTreeIndentString, "  ")) {}
+  ~PlainOutput() {
+    xmlSaveNoEmptyTags = noEmptyTags_;
+    xmlIndentTreeOutput = indents_;
+    xmlTreeIndentString = indentation_;
+  }
+  PlainOutput(const PlainOutput&) = delete;
+  PlainOutput& operator=(const PlainOutput&) = delete;
+
+ private:
+  int noEmptyTags_;
+  int indents_;
+  const char* indentation_;
+};
 
 /// Leaves out every "\N". The pairs are found in the text as it was, so that what a removal brings
 /// together stays.
@@ -43,12 +67,14 @@ void removeBackslashN(std::string& text) {
 
 std::string writeXML(xmlNode* node, std::uint32_t options) {
   // libxml2's flag of the same number as our compact bit means the opposite: write both tags.
-  int flags = XML_SAVE_AS_XML;
+  // A document type of XHTML would otherwise bring rules and elements of its own.
+  int flags = XML_SAVE_AS_XML | XML_SAVE_NO_XHTML;
   if ((options & NKXMLNodeCompactEmptyElement) == 0) flags |= XML_SAVE_NO_EMPTY;
   if ((options & NKXMLNodePrettyPrint) != 0) flags |= XML_SAVE_FORMAT;
 
   std::string text;
   const XMLErrorScope errors;
+  const PlainOutput plain;
   // Naming the encoding makes characters stand as themselves instead of as references.
   auto* writer = xmlSaveToIO(append, nullptr, &text, "UTF-8", flags);
   if (writer == nullptr) return {};
