@@ -5,11 +5,15 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <libxml/parser.h>
+#include <libxml/tree.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include "tarnwell/Core/XML/NKXMLDocument.h"
 #include "tarnwell/Core/XML/NKXMLElement.h"
+
+#include "tests/support/ScriptedServer.h"
 
 namespace tarnwell {
 namespace {
@@ -78,6 +82,49 @@ TEST(XMLHostileInput, ABareDocumentTypeIsAcceptedAndNothingIsLoaded) {
   }
   EXPECT_TRUE(NKXMLDocument::withXMLString("<!DOCTYPE a [<!ELEMENT a ANY>]><a>t</a>"));
   std::filesystem::remove(file);
+}
+
+/// Parses as a program would that trusts its input, and so loads what a document type names.
+void parseTrusting(const std::string& xml) {
+  xmlFreeDoc(xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr, nullptr,
+                           XML_PARSE_DTDLOAD | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+}
+
+TEST(XMLHostileInput, NothingThatADocumentNamesIsAskedForOverTheNetwork) {
+  test::ScriptedServer server([](const test::ScriptedRequest&) {
+    test::ScriptedAnswer answer;
+    answer.close = true;  // libxml2 would wait for that
+    return answer;
+  });
+  const auto at = [&](std::string_view path) { return server.url(path); };
+  const std::vector<std::string> documents = {
+      "<!DOCTYPE a SYSTEM '" + at("/system.dtd") + "'><a>&e;</a>",
+      "<!DOCTYPE a PUBLIC '-//X//Y' '" + at("/public.dtd") + "'><a/>",
+      "<!DOCTYPE a [<!ENTITY e SYSTEM '" + at("/entity") + "'>]><a b='&e;'>&e;</a>",
+      "<!DOCTYPE a [<!ENTITY % e SYSTEM '" + at("/parameter") + "'> %e;]><a/>",
+      "<!DOCTYPE a SYSTEM '" + at("/both.dtd") + "' [<!ENTITY e SYSTEM '" + at("/e") +
+          "'>]><a>&e;</a>",
+      "<a xmlns:xi='http://www.w3.org/2001/XInclude'><xi:include href='" + at("/include.xml") +
+          "'/><xi:include parse='text' href='" + at("/include.txt") + "'/></a>",
+      "<a xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' xsi:schemaLocation='urn:x " +
+          at("/schema.xsd") + "' xsi:noNamespaceSchemaLocation='" + at("/none.xsd") + "'/>",
+      "<?xml-stylesheet type='text/xsl' href='" + at("/style.xsl") + "'?><a/>",
+      "<?xml-model href='" + at("/model.rng") + "'?><a xml:base='" + at("/base") + "'/>",
+  };
+  for (const auto& xml : documents) {
+    auto document = NKXMLDocument::withXMLString(xml);
+    static_cast<void>(NKXMLDocument::withData(bytes(xml)));
+    static_cast<void>(document.copy().XMLString());
+    static_cast<void>(document.nodesForXPath("document('" + at("/xpath.xml") + "')"));
+    static_cast<void>(document.nodesForXPath("//*"));
+  }
+  EXPECT_EQ(server.connectionCount(), 0);
+  // Connections are accepted in order. If the first one is this, then none was waiting unseen.
+  parseTrusting(documents.front());
+  ASSERT_GT(server.requestCount(), 0U);
+  EXPECT_EQ(server.requests().front().target, "/system.dtd");
+  EXPECT_EQ(server.requests().front().connection, 1);
+  EXPECT_EQ(server.requests().size(), 1U);
 }
 
 TEST(XMLHostileInput, AReferenceWithoutADeclarationMovesBetweenTrees) {
