@@ -37,8 +37,11 @@ double shortestDouble(float number) {
 std::string utcText(TWInstant date) {
   const auto whole = std::chrono::floor<std::chrono::seconds>(date);
   std::string text = detail::printDateTime(detail::civilTime(whole.time_since_epoch().count()), 0);
-  if (const auto milliseconds = (date - whole).count(); milliseconds != 0)
+  // Not the difference of the two: the second that the first instant lies in begins before it.
+  if (const auto rest = date.time_since_epoch().count() % 1000; rest != 0) {
+    const auto milliseconds = rest < 0 ? rest + 1000 : rest;
     text.insert(text.size() - 1, "." + std::to_string(1000 + milliseconds).substr(1));
+  }
   return text;
 }
 
