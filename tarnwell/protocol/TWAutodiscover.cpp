@@ -113,10 +113,14 @@ std::optional<TWAutodiscoverObject> TWAutodiscover::autodiscoverHostname(
     const TWAutodiscoverOptions& options) {
   const auto protocol = TWAutodiscoverProtocol::protocolForServiceEndpoint(
       urlOf({hasSSL, std::string(host)}), credentials, std::nullopt, options.connection);
-  // A connection that has refused a redirect reports it for ever, and a shared protocol may have
-  // done so in an earlier discovery, or while it was probed.
-  protocol->renewConnection();
-  const auto response = getAutodiscoverResponse(*protocol, email, error);
+  std::optional<TWResponse> response;
+  {
+    const auto turn = protocol->takeTurn();
+    // A connection that has refused a redirect reports it for ever, and a shared protocol may have
+    // done so in an earlier discovery, or while it was probed.
+    protocol->renewConnection();
+    response = getAutodiscoverResponse(*protocol, email, error);
+  }
   if (!response) return std::nullopt;
   const auto params = parseAutodiscoverResponse(response->xmlDoc.rootElement(), error);
   if (!params) return std::nullopt;
