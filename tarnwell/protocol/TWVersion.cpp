@@ -72,7 +72,8 @@ TWVersion TWVersion::versionFromResponse(const NKXMLElement& envelope,
                         .elementForName("ServerVersionInfo", kTypesNamespace);
   const auto build = TWBuild::fromXML(info);
   auto apiVersion = info.attributeForName("Version").stringValue();
-  if (!apiVersion) apiVersion = build.apiVersion();
+  // An empty name would be sent from now on, and no server takes it.
+  if (!apiVersion || apiVersion->empty()) apiVersion = build.apiVersion();
   if (apiVersion && isInvalidVersionString(*apiVersion)) apiVersion = requestedVersion;
   return TWVersion(build, std::move(apiVersion));
 }

@@ -97,6 +97,8 @@ TEST(TWVersion, AnAnswerWithoutANameTakesThatOfItsBuild) {
       versionOf(
           R"(MajorVersion="15" MinorVersion="1" MajorBuildNumber="225" MinorBuildNumber="42")"),
       TWVersion(TWBuild(15, 1, 225, 42), "Exchange2016"));
+  EXPECT_EQ(versionOf(R"(MajorVersion="14" MinorVersion="2" Version="")").apiVersion(),
+            "Exchange2010_SP2");
   const auto unknown = versionOf(R"(MajorVersion="15" MinorVersion="2")");
   EXPECT_EQ(unknown.build(), TWBuild(15, 2));
   EXPECT_EQ(unknown.apiVersion(), std::nullopt);
