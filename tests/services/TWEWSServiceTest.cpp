@@ -609,6 +609,25 @@ TEST_F(TWPagedServiceResponseTest, AnEmptyPageThatDoesNotMoveEndsWithAnError) {
   EXPECT_EQ(stuck.requestCount(), 1U);
 }
 
+TEST_F(TWPagedServiceResponseTest, AnOffsetThatStaysGoesBackOrLeapsEndsWithAnError) {
+  for (const std::string offset : {"0", "1", "-2", "3", "99999999999999999999", "two"}) {
+    const auto before = server.requestCount();
+    server.enqueue(page("IndexedPagingOffset=\"" + offset +
+                            R"(" TotalItemsInView="5" IncludesLastItemInRange="false")",
+                        "<t:Folder/><t:Folder/>"));
+    auto paged = pages();
+    EXPECT_EQ(paged.nextPage()->size(), 2U);
+    for (int attempt = 0; attempt < 2; ++attempt) {
+      TWError error;
+      EXPECT_FALSE(paged.nextPage(&error));
+      EXPECT_EQ(error,
+                TWError(TWErrorCode::ErrorTransport, "Mismatch between item count and next offset"))
+          << offset;
+    }
+    EXPECT_EQ(server.requestCount(), before + 1);
+  }
+}
+
 TEST_F(TWPagedServiceResponseTest, APageWithoutItsContainerIsAnError) {
   server.enqueue(
       message("Success", "NoError", R"(<m:RootFolder TotalItemsInView="5"/>)", "FindFolder"));
