@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <limits>
 #include <ostream>
 #include <string_view>
 
@@ -44,8 +46,19 @@ constexpr std::array<APIVersion, 11> kAPIVersions = {{
     {15, 20, "Exchange2016"},
 }};
 
+/// Without its fraction, and the nearest that there is; 0 for what is no number.
+std::int64_t truncated(double number) {
+  using Limits = std::numeric_limits<std::int64_t>;
+  constexpr double kEnd = 0x1p63;
+  if (std::isnan(number)) return 0;
+  if (number < -kEnd) return Limits::min();
+  return number < kEnd ? static_cast<std::int64_t>(number) : Limits::max();
+}
+
 std::int64_t integerOf(const TWValue& value) {
-  return value.asInteger().value_or(leadingInteger(value.textView()));
+  if (const auto whole = value.asInteger()) return *whole;
+  if (const auto number = value.asDouble()) return truncated(*number);
+  return leadingInteger(value.textView());
 }
 
 }  // namespace

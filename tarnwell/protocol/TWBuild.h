@@ -15,7 +15,7 @@ namespace tarnwell {
 
 /// The build of an Exchange server, such as 15.1.225.42, as it names it in `t:ServerVersionInfo`.
 /// Builds order field by field; every version gate compares them.
-class TWBuild {
+class TWBuild final {
  public:
   std::int64_t major_version = 0;  ///< 8 for Exchange 2007, 14 for 2010, 15 for 2013 and later
   std::int64_t minor_version = 0;  ///< the service pack within the major version
@@ -36,7 +36,8 @@ class TWBuild {
                                                            std::int64_t minorBuild = 0) noexcept {
     return {major, minorVer, majorBuild, minorBuild};
   }
-  /// From a dictionary with the names of the fields above; numbers or texts, a missing one is 0.
+  /// From a dictionary with the names of the fields above; numbers (without their fraction) or
+  /// texts, a missing one is 0.
   [[nodiscard]] static TWBuild withDict(const TWDictionary& dict);
   /// From a `t:ServerVersionInfo` element; an attribute that is missing or no number counts as 0.
   [[nodiscard]] static TWBuild fromXML(const NKXMLElement& serverVersionInfo);

@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <limits>
 #include <unordered_set>
 
 #include <gtest/gtest.h>
@@ -14,6 +15,11 @@ TEST(TWBuild, TwoNumbersLeaveTheBuildNumbersAtZero) {
   EXPECT_EQ(TWBuild::buildWithMajorVer(14, 1).description(), "TWBuild: (14, 1, 0, 0)");
 }
 
+TEST(TWBuild, FourNumbersStandInTheirOrder) {
+  EXPECT_EQ(TWBuild::buildWithMajorVer(15, 1, 225, 42), TWBuild(15, 1, 225, 42));
+  EXPECT_EQ(TWBuild::buildWithMajorVer(15, 1, 225).major_build, 225);
+}
+
 TEST(TWBuild, KeepsTheWholeRangeOf64Bits) {
   const TWBuild build(INT64_MIN, INT64_MAX, -1, 1);
   EXPECT_EQ(build.major_version, INT64_MIN);
@@ -25,6 +31,11 @@ TEST(TWBuild, KeepsTheWholeRangeOf64Bits) {
 TEST(TWBuild, IsMadeFromADictionaryOfNumbersOrTexts) {
   EXPECT_EQ(TWBuild::withDict({{"major_build", 5}}), TWBuild(0, 0, 5, 0));
   EXPECT_EQ(TWBuild::withDict({{"major_version", "15"}, {"minor_version", 1.0}}), TWBuild(15, 1));
+  EXPECT_EQ(TWBuild::withDict({{"major_version", 15.9}, {"minor_version", -1.5}}), TWBuild(15, -1));
+  EXPECT_EQ(TWBuild::withDict({{"major_version", 1e300}, {"minor_version", -1e300}}),
+            TWBuild(INT64_MAX, INT64_MIN));
+  EXPECT_EQ(TWBuild::withDict({{"major_version", std::numeric_limits<double>::quiet_NaN()}}),
+            TWBuild());
   EXPECT_EQ(TWBuild::withDict({}), TWBuild());
 }
 
@@ -53,6 +64,7 @@ TEST(TWBuild, ComparesFieldByFieldAsSignedNumbers) {
   EXPECT_EQ(TWBuild(15, 1).compare(TWBuild(14, 9)), 1);
   EXPECT_EQ(TWBuild(15, 1, 2, 3).compare(TWBuild(15, 1, 2, 3)), 0);
   EXPECT_EQ(TWBuild(15, 1, 2, 3).compare(TWBuild(15, 1, 2, 4)), -1);
+  EXPECT_EQ(TWBuild(15, 1, 2, 9).compare(TWBuild(15, 1, 3, 0)), -1);
   EXPECT_EQ(TWBuild(-1, 0).compare(TWBuild(0, 0)), -1);
 }
 
@@ -68,6 +80,7 @@ TEST(TWBuild, RelationsFollowFromTheComparison) {
   EXPECT_FALSE(older.isGreaterThan(older));
   EXPECT_TRUE(older.isGreaterThanOrEqualTo(older));
   EXPECT_TRUE(older.isEqual(older));
+  EXPECT_FALSE(older.isEqual(newer));
 }
 
 TEST(TWBuild, AnAbsentBuildIsNeitherLessNorGreater) {
@@ -81,8 +94,9 @@ TEST(TWBuild, AnAbsentBuildIsNeitherLessNorGreater) {
 TEST(TWBuild, HashesByItsFormulaAndWrapsAround) {
   EXPECT_EQ(TWBuild(15, 1, 225, 42).hash(), 2743324U);
   EXPECT_EQ(TWBuild().hash(), 1419857U);
-  EXPECT_EQ(TWBuild(INT64_MIN, INT64_MIN, INT64_MIN, INT64_MIN).hash(),
-            TWBuild(INT64_MIN, INT64_MIN, INT64_MIN, INT64_MIN).hash());
+  // 17 to the fifth, less or plus 17 to the fourth times the field, which is odd.
+  EXPECT_EQ(TWBuild(-1, 0).hash(), 1419857U - 83521U);
+  EXPECT_EQ(TWBuild(INT64_MIN, 0).hash(), 0x8000000000000000U + 1419857U);
   EXPECT_TRUE((std::unordered_set<TWBuild>{TWBuild(15, 1)}.contains(TWBuild(15, 1))));
 }
 
