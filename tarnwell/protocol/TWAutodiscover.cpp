@@ -27,6 +27,10 @@ std::string text(const NKXMLElement& parent, std::string_view name) {
   return parent.elementForName(name, kAnswerNamespace).stringValue().value_or(std::string());
 }
 
+bool isSecure(std::string_view url) {
+  return TWUtils::parseUrl(url)["ssl"].asBool().value_or(false);
+}
+
 std::string urlOf(const TWAutodiscover::Candidate& candidate) {
   return formatMessage("%@://%@/Autodiscover/Autodiscover.xml",
                        {candidate.first ? "https" : "http", candidate.second});
@@ -54,10 +58,9 @@ class Candidates {
 
   void follow(const std::string& url, bool allowsPlainHTTP) {
     if (redirectsLeft_ <= 0 || !TWTransport::validateRedirectUrl(url, firstUrl_)) return;
-    const auto parts = TWUtils::parseUrl(url);
-    const auto server = parts["server"].asText();
+    const auto server = TWUtils::parseUrl(url)["server"].asText();
     if (!server) return;
-    TWAutodiscover::Candidate target{parts["ssl"].asBool().value_or(false), *server};
+    TWAutodiscover::Candidate target{isSecure(url), *server};
     if ((!target.first && !allowsPlainHTTP) || tried_.contains(key(target))) return;
     --redirectsLeft_;
     queue_.push_back(std::move(target));
@@ -111,19 +114,23 @@ std::optional<TWAutodiscoverObject> TWAutodiscover::autodiscoverHostname(
     std::string_view host, std::string_view email,
     const std::shared_ptr<TWCredentials>& credentials, bool hasSSL, TWError* error,
     const TWAutodiscoverOptions& options) {
-  const auto protocol = TWAutodiscoverProtocol::protocolForServiceEndpoint(
-      urlOf({hasSSL, std::string(host)}), credentials, std::nullopt, options.connection);
-  std::optional<TWResponse> response;
-  {
-    const auto turn = protocol->takeTurn();
-    // A connection that has refused a redirect reports it for ever, and a shared protocol may have
-    // done so in an earlier discovery, or while it was probed.
-    protocol->renewConnection();
-    response = getAutodiscoverResponse(*protocol, email, error);
-  }
+  const auto url = urlOf({hasSSL, std::string(host)});
+  const auto shared = TWAutodiscoverProtocol::protocolForServiceEndpoint(
+      url, credentials, std::nullopt, options.connection);
+  // A connection that has refused a redirect reports it for ever. The shared protocol, by which a
+  // host is probed only once, may have done so while it was probed, and other threads may be about
+  // to; so an attempt has a protocol of its own.
+  const auto own = TWAutodiscoverProtocol::withServiceEndpoint(
+      url, credentials, shared->version().value_or(TWVersion()), options.connection);
+  const auto response = getAutodiscoverResponse(*own, email, error);
   if (!response) return std::nullopt;
   const auto params = parseAutodiscoverResponse(response->xmlDoc.rootElement(), error);
   if (!params) return std::nullopt;
+  // The endpoint's protocol would be probed at once, with the credentials.
+  if (!options.allowsPlainHTTP && !isSecure(params->ewsUrl)) {
+    setError(error, failed("The endpoint is not secure"));
+    return std::nullopt;
+  }
   return TWAutodiscoverObject{params->primarySMTPAddress,
                               TWProtocol::protocolForServiceEndpoint(
                                   params->ewsUrl, credentials, std::nullopt, options.connection)};

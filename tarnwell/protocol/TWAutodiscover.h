@@ -27,8 +27,9 @@ struct TWAutodiscoverObject {
 
 /// How a discovery goes about it.
 struct TWAutodiscoverOptions {
-  /// Whether the last candidate, plain http, is asked. Switch it off where credentials must not go
-  /// over an unencrypted connection.
+  /// Whether plain http is spoken: to the last candidate, to the target of a redirect, to the
+  /// endpoint that an answer names. Switch it off where credentials must not go over an unencrypted
+  /// connection; an answer with such an endpoint is then as good as none.
   bool allowsPlainHTTP = true;
   /// At most so many redirects are followed in one discovery.
   int maxRedirects = 10;
@@ -66,7 +67,7 @@ class TWAutodiscover {
   ///
   /// Errors: 1 (ErrorRedirect) with the target under "url"; 5 (ErrorAutodiscoverFailed) for an
   /// answer that is no answer or none at all, with an error under "e" or the server's "code" and
-  /// "msg"; 6 (ErrorRedirectAddress) with the new address under "email"; 7
+  /// "msg", or for an endpoint that the options forbid; 6 (ErrorRedirectAddress) with the new address under "email"; 7
   /// (ErrorAutodiscoverAccountType).
   [[nodiscard]] static std::optional<TWAutodiscoverObject> autodiscoverHostname(
       std::string_view host, std::string_view email,

@@ -154,14 +154,8 @@ class TWAutodiscoverProtocol : public TWProtocol {
 
   [[nodiscard]] bool allowsRedirects() const noexcept override { return false; }
 
-  /// To be held over an exchange that begins with `renewConnection`, which would end that of another
-  /// thread: discoveries of one user share this protocol.
-  [[nodiscard]] std::unique_lock<std::mutex> takeTurn() { return std::unique_lock(turn_); }
-
  private:
   using TWProtocol::TWProtocol;
-
-  std::mutex turn_;
 };
 
 }  // namespace tarnwell

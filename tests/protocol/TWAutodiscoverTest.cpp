@@ -4,43 +4,21 @@
 #include "tarnwell/protocol/TWAutodiscover.h"
 #include "tarnwell/services/TWErrors.h"
 
+#include "tests/protocol/AutodiscoverAnswers.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/XMLMatchers.h"
 
 namespace tarnwell {
 namespace {
 
+using test::answerWith;
+using test::errorAnswer;
+using test::kEmail;
+using test::protocol;
 using test::ScriptedAnswer;
 using test::ScriptedRequest;
 using test::ScriptedServer;
 using testing::ElementsAre;
-
-constexpr std::string_view kAnswerNamespace =
-    "http://schemas.microsoft.com/exchange/autodiscover/outlook/responseschema/2006a";
-
-std::string answerWith(
-    std::string_view account,
-    std::string_view user = "<AutoDiscoverSMTPAddress>ann@example.com</AutoDiscoverSMTPAddress>",
-    std::string_view xmlns = kAnswerNamespace) {
-  return "<Autodiscover "
-         "xmlns=\"http://schemas.microsoft.com/exchange/autodiscover/responseschema/"
-         "2006\"><Response xmlns=\"" +
-         std::string(xmlns) + "\"><User>" + std::string(user) + "</User><Account>" +
-         std::string(account) + "</Account></Response></Autodiscover>";
-}
-
-std::string protocol(std::string_view type, std::string_view url) {
-  return "<Protocol><Type>" + std::string(type) + "</Type><EwsUrl>" + std::string(url) +
-         "</EwsUrl></Protocol>";
-}
-
-std::string errorAnswer(std::string_view error) {
-  return "<Autodiscover><Response "
-         "xmlns=\"http://schemas.microsoft.com/exchange/autodiscover/responseschema/2006\">" +
-         std::string(error) + "</Response></Autodiscover>";
-}
-
-const std::string kEmail = "<AccountType>email</AccountType><Action>settings</Action>";
 
 TWError parseError(std::string_view xml) {
   TWError error;

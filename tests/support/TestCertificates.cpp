@@ -135,6 +135,12 @@ TestCertificates::TestCertificates() {
     return result;
   };
   good_ = issue("good", {"localhost", kLocalNames, kPast, kFarFuture}, false);
+  discovery_ = issue("discovery",
+                     {"disc.example",
+                      "DNS:disc.example,DNS:autodiscover.disc.example,DNS:target.disc.example,"
+                      "DNS:mail.disc.example",
+                      kPast, kFarFuture},
+                     false);
   selfSigned_ = issue("self", {"localhost", kLocalNames, kPast, kFarFuture}, true);
   wrongHost_ = issue("wronghost",
                      {"mail.wrong.example", "DNS:mail.wrong.example", kPast, kFarFuture}, false);

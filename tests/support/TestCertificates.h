@@ -35,7 +35,9 @@ class TestCertificates {
   [[nodiscard]] const std::filesystem::path& authority() const noexcept { return authority_; }
   /// For localhost and 127.0.0.1, from the authority.
   [[nodiscard]] const TestCertificate& good() const noexcept { return good_; }
-  /// For the same names, but its own issuer.
+  /// From the authority, for disc.example and autodiscover., target. and mail. before it.
+  [[nodiscard]] const TestCertificate& discovery() const noexcept { return discovery_; }
+  /// For localhost and 127.0.0.1, but its own issuer.
   [[nodiscard]] const TestCertificate& selfSigned() const noexcept { return selfSigned_; }
   /// From the authority, for mail.wrong.example.
   [[nodiscard]] const TestCertificate& wrongHost() const noexcept { return wrongHost_; }
@@ -50,6 +52,7 @@ class TestCertificates {
   TemporaryDirectory directory_;
   std::filesystem::path authority_;
   TestCertificate good_;
+  TestCertificate discovery_;
   TestCertificate selfSigned_;
   TestCertificate wrongHost_;
   TestCertificate expired_;
