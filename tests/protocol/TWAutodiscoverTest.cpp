@@ -104,6 +104,21 @@ TEST(TWAutodiscover, TellsWhatAnAnswerLacks) {
             failed("Unknown parse error"));
 }
 
+TEST(TWAutodiscover, TheNameOfTheRootPlaysNoPartAndTheNamespaceOfAllElseDoes) {
+  auto answer = answerWith(kEmail + protocol("EXCH", "https://in/"));
+  answer.replace(1, 12, "Odd").replace(answer.size() - 13, 12, "Odd");
+  EXPECT_TRUE(TWAutodiscover::parseAutodiscoverResponse(answer));
+  const std::string xmlns(test::kAnswerNamespace);
+  const auto foreign = parseError("<a><Response xmlns=\"" + xmlns + "\"><Account xmlns=\"urn:x\">" +
+                                  kEmail + "</Account></Response></a>");
+  EXPECT_TRUE(foreign.is(TWErrorCode::ErrorAutodiscoverAccountType));
+  EXPECT_EQ(parseError(errorAnswer("<Error><ErrorCode xmlns=\"\">600</ErrorCode><Message "
+                                   "xmlns=\"" +
+                                   xmlns + "\">no</Message></Error>"))
+                .userInfo(),
+            (TWDictionary{{"code", ""}, {"msg", ""}}));
+}
+
 TEST(TWAutodiscover, AnUnknownMailboxIsToldInWords) {
   for (const char* message :
        {"The e-mail address cannot be found.", "The email address can't be found."})
@@ -181,6 +196,7 @@ TEST_F(TWAutodiscoverHTTPTest, FindsTheEndpointAndSharesItsProtocol) {
       requests, [](const auto& r) { return r.body.find("EMailAddress") != std::string::npos; });
   ASSERT_NE(request, requests.end());
   EXPECT_EQ(request->header("Content-Type"), "text/xml; charset=utf-8");
+  EXPECT_EQ(request->header("Accept-Encoding"), "compress, gzip");
   EXPECT_THAT(request->body, testing::HasSubstr("<EMailAddress>Ann@ONE.example</EMailAddress>"));
 }
 
@@ -267,9 +283,11 @@ TEST_F(TWAutodiscoverHTTPTest, OneAttemptTellsWhyItFailed) {
   answer([](const std::string& host) {
     if (host == "redirect.try.example") return ScriptedAnswer::redirect(302, "http://x.example/");
     if (host == "html.try.example") return ScriptedAnswer::xml("<html><br>", 200);
-    if (host == "status.try.example") {
+    if (host == "empty.try.example") return ScriptedAnswer::xml("");
+    if (host == "unauthorized.try.example") return ScriptedAnswer::xml("", 401);
+    if (host == "500.try.example" || host == "401.try.example") {
       auto answer = found();
-      answer.status = 500;
+      answer.status = host == "500.try.example" ? 500 : 401;
       return answer;
     }
     return ScriptedAnswer::xml(errorAnswer(""));
@@ -283,13 +301,17 @@ TEST_F(TWAutodiscoverHTTPTest, OneAttemptTellsWhyItFailed) {
   EXPECT_TRUE(error.is(TWErrorCode::ErrorRedirect));
   EXPECT_EQ(error.userInfo()["url"], TWValue("http://x.example/"));
   const TWError noXML(TWErrorCode::ErrorAutodiscoverFailed, "Response did not contain xml");
-  EXPECT_FALSE(attempt("html.try.example", &error));
-  EXPECT_EQ(error, noXML);
+  for (const char* host : {"html.try.example", "empty.try.example", "unauthorized.try.example"}) {
+    EXPECT_FALSE(attempt(host, &error));
+    EXPECT_EQ(error, noXML) << host;
+  }
   EXPECT_FALSE(attempt("refused.try.example", &error, true));
   EXPECT_EQ(error, noXML);
   EXPECT_FALSE(attempt("error.try.example", &error));
   EXPECT_EQ(error.userInfo()["code"], TWValue(""));
-  EXPECT_TRUE(attempt("status.try.example", nullptr));
+  // A status does not make an answer none.
+  EXPECT_TRUE(attempt("500.try.example", nullptr));
+  EXPECT_TRUE(attempt("401.try.example", nullptr));
 }
 
 }  // namespace

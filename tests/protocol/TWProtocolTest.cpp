@@ -56,8 +56,16 @@ TEST(TWProtocol, BuildsTheSchemaURLsFromSchemeAndHost) {
   EXPECT_EQ(protocol->wsdlURL(), "https://h/EWS/Services.wsdl");
   EXPECT_EQ(protocol->messagesURL(), "https://h/EWS/messages.xsd");
   EXPECT_EQ(protocol->typesURL(), "https://h/EWS/types.xsd");
-  EXPECT_EQ(TWProtocol::withServiceEndpoint("HTTPS://h/", nullptr, kKnown)->typesURL(),
-            "http://h/EWS/types.xsd");
+  const auto plain = TWProtocol::withServiceEndpoint("HTTPS://h/", nullptr, kKnown);
+  EXPECT_EQ(plain->wsdlURL(), "http://h/EWS/Services.wsdl");
+  EXPECT_EQ(plain->messagesURL(), "http://h/EWS/messages.xsd");
+  EXPECT_EQ(plain->typesURL(), "http://h/EWS/types.xsd");
+}
+
+TEST(TWProtocol, KeepsItsEndpointAsGiven) {
+  constexpr std::string_view kEndpoint = "https://Mail.EXAMPLE:8443/ews/exchange.ASMX?Mode=A&b=%20";
+  EXPECT_EQ(TWProtocol::withServiceEndpoint(kEndpoint, nullptr, kKnown)->serviceEndpoint(),
+            kEndpoint);
 }
 
 TEST(TWProtocol, AMalformedEndpointHasNoServerAndItsRequestsFail) {
@@ -96,13 +104,17 @@ TEST(TWProtocol, MakesEachConnectionOnceAndSharesItsCredentials) {
 }
 
 TEST(TWProtocol, RenewingMakesAFreshConnection) {
-  const auto protocol = TWProtocol::withServiceEndpoint("http://h/", nullptr, kKnown);
+  const auto protocol = TWProtocol::withServiceEndpoint("http://renewed/", nullptr, kKnown);
   const auto connection = protocol->connection();
   const auto downloader = protocol->downloader();
   EXPECT_NE(protocol->renewConnection(), connection);
+  // A second connection is made when it is asked for.
+  for (const auto& open : TWConnection::openConnections())
+    EXPECT_TRUE(open == protocol->connection() || open->serviceEndpoint() != "http://renewed/");
   EXPECT_NE(protocol->downloader(), downloader);
-  EXPECT_TRUE(
-      connection->get("http://127.0.0.1:9/").error.is(TWHTTPErrorDomain, TWHTTPErrorCancelled));
+  for (const auto& closed : {connection, downloader})
+    EXPECT_TRUE(
+        closed->get("http://127.0.0.1:9/").error.is(TWHTTPErrorDomain, TWHTTPErrorCancelled));
 }
 
 TEST(TWProtocol, AClosedProtocolHasNoConnections) {
@@ -135,6 +147,31 @@ TEST(TWProtocol, TheInsecureFlagReachesOnlyConnectionsThatExist) {
   EXPECT_TRUE(protocol->connection()->allowInsecureCertificate());
   EXPECT_FALSE(protocol->downloader()->allowInsecureCertificate());
   EXPECT_FALSE(protocol->renewConnection()->allowInsecureCertificate());
+}
+
+TEST(TWProtocol, TheInsecureFlagReachesBothConnectionsBothWays) {
+  const auto protocol = TWProtocol::withServiceEndpoint("https://h/", nullptr, kKnown);
+  const auto connection = protocol->connection();
+  const auto downloader = protocol->downloader();
+  for (const bool allows : {true, false}) {
+    protocol->setAllowsInsecureCertificate(allows);
+    EXPECT_EQ(protocol->allowsInsecureCertificate(), allows);
+    EXPECT_EQ(connection->allowInsecureCertificate(), allows);
+    EXPECT_EQ(downloader->allowInsecureCertificate(), allows);
+  }
+}
+
+TEST(TWProtocol, OneBadCertificateCountsForAsLongAsItsConnectionIsHeld) {
+  ScriptedServer server({}, {test::TestCertificates::shared().selfSigned()});
+  const auto protocol = TWProtocol::withServiceEndpoint(server.url("/"), nullptr, kKnown);
+  EXPECT_TRUE(protocol->connection()->get(server.url("/")).error);
+  EXPECT_FALSE(protocol->isCertificateValid());
+  protocol->releaseConnection();
+  EXPECT_TRUE(protocol->isCertificateValid());
+  EXPECT_TRUE(protocol->downloader()->get(server.url("/")).error);
+  EXPECT_FALSE(protocol->isCertificateValid());
+  protocol->close();
+  EXPECT_TRUE(protocol->isCertificateValid());
 }
 
 TEST(TWProtocol, ANewTokenGoesOutWithTheNextRequest) {
@@ -262,13 +299,11 @@ TEST(TWProtocolCache, ProbesWhileOtherLookUpsWait) {
                                                   options);
   });
   ASSERT_TRUE(server.waitForRequests(1));
-  std::atomic<bool> done = false;
-  auto waiting = std::async(std::launch::async, [&done] {
-    auto found = TWProtocol::protocolForServiceEndpoint("http://waiting.example/", nullptr, kKnown);
-    done = true;
-    return found;
+  auto waiting = std::async(std::launch::async, [] {
+    return TWProtocol::protocolForServiceEndpoint("http://waiting.example/", nullptr, kKnown);
   });
-  EXPECT_FALSE(done);
+  // Long enough for a look-up that waits for nobody.
+  EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
   gate.open();
   EXPECT_NE(probing.get(), waiting.get());
 }

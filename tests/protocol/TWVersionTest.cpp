@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -59,11 +60,11 @@ TEST(TWVersion, KnowsThirteenVersionsWithTheNamesTheySendAndShow) {
 }
 
 TEST(TWVersion, TablesAreBuiltOnceForAllThreads) {
-  const auto* const names = &TWVersion::apiVersions();
   std::vector<std::thread> threads;
-  for (int i = 0; i < 8; ++i)
-    threads.emplace_back([names] { EXPECT_EQ(&TWVersion::apiVersions(), names); });
+  std::array<const std::vector<std::string>*, 8> names{};
+  for (auto& seen : names) threads.emplace_back([&seen] { seen = &TWVersion::apiVersions(); });
   for (auto& thread : threads) thread.join();
+  for (const auto* const seen : names) EXPECT_EQ(seen, &TWVersion::apiVersions());
 }
 
 TEST(TWVersion, TheFullNameIsThatOfTheNameSent) {
@@ -115,7 +116,13 @@ TEST(TWVersion, AnAnswerWithoutTheHeaderHasAZeroBuildAndNoName) {
         std::string_view(
             "<s:Envelope xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\"><s:Header>"
             "<ServerVersionInfo MajorVersion=\"15\" "
-            "Version=\"Exchange2013\"/></s:Header></s:Envelope>")}) {
+            "Version=\"Exchange2013\"/></s:Header></s:Envelope>"),
+        // SOAP 1.2
+        std::string_view(
+            "<s:Envelope xmlns:s=\"http://www.w3.org/2003/05/soap-envelope\"><s:Header>"
+            "<t:ServerVersionInfo "
+            "xmlns:t=\"http://schemas.microsoft.com/exchange/services/2006/types\" "
+            "MajorVersion=\"15\" Version=\"Exchange2013\"/></s:Header></s:Envelope>")}) {
     const auto version = TWVersion::versionFromResponse(text, "Exchange2016");
     EXPECT_EQ(version.build(), TWBuild());
     EXPECT_EQ(version.apiVersion(), std::nullopt);
@@ -169,6 +176,7 @@ TEST(TWVersionGuess, AsksTheSchemaThenResolvesTheUserName) {
   EXPECT_EQ(requests[0].target, "/EWS/types.xsd");
   EXPECT_EQ(requests[1].method, "POST");
   EXPECT_EQ(requests[1].target, "/EWS/Exchange.asmx");
+  EXPECT_EQ(requests[0].connection, requests[1].connection);
   EXPECT_THAT(requests[1].body,
               test::EqualsXML(test::requestEnvelope(
                   "Exchange2013_SP1",
