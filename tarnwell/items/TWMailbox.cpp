@@ -35,7 +35,7 @@ std::shared_ptr<TWMailbox> TWMailbox::fromXML(const NKXMLElement& element) {
   return mailbox;
 }
 
-NKXMLElement TWMailbox::toXML(const TWBuild* /*version*/, TWError* error) const {
+NKXMLElement TWMailbox::toXML(const TWVersion* /*version*/, TWError* error) {
   if (props_["email_address"].isAbsent()) {
     setError(error,
              {TWErrorCode::ErrorValueOutOfRange, "Mailbox must have email address or item id"});

@@ -24,7 +24,7 @@ class TWMailbox : public TWXMLObject {
   }
 
   [[nodiscard]] Role role() const override { return Role::element; }
-  [[nodiscard]] NKXMLElement toXML(const TWBuild* version, TWError* error = nullptr) const override;
+  [[nodiscard]] NKXMLElement toXML(const TWVersion* version, TWError* error = nullptr) override;
   /// The address.
   [[nodiscard]] std::optional<std::string> constantText() const override;
   [[nodiscard]] std::string_view className() const override { return "TWMailbox"; }

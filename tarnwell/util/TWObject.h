@@ -13,7 +13,7 @@
 
 namespace tarnwell {
 
-class TWBuild;
+class TWVersion;
 class TWValue;
 
 /// Names of properties with their values, absent ones included.
@@ -51,9 +51,8 @@ class TWXMLObject : public TWObject {
 
   [[nodiscard]] virtual Role role() const = 0;
   /// The XML for a server of that version (null: version unknown); the invalid element and `*error`
-  /// when the object cannot be written.
-  [[nodiscard]] virtual NKXMLElement toXML(const TWBuild* version,
-                                           TWError* error = nullptr) const = 0;
+  /// when the object cannot be written. May store defaults of missing properties in the object.
+  [[nodiscard]] virtual NKXMLElement toXML(const TWVersion* version, TWError* error = nullptr) = 0;
   /// The text that stands for the object where EWS wants a constant, such as an address for a
   /// mailbox. Absent for most classes.
   [[nodiscard]] virtual std::optional<std::string> constantText() const { return std::nullopt; }

@@ -17,7 +17,7 @@ using Kind = TWValue::Kind;
 
 /// Adds a member of a collection, or a single value, when it is one that becomes a child. False
 /// when not.
-bool addAsChild(NKXMLElement& parent, const TWValue& value, const TWBuild* version,
+bool addAsChild(NKXMLElement& parent, const TWValue& value, const TWVersion* version,
                 TWError* error) {
   if (const auto object = value.asObject()) {
     // A failed object gives the invalid element, which adds nothing.
@@ -67,7 +67,7 @@ NKXMLElement TWUtils::createAndAddElementToParent(NKXMLElement parent, std::stri
 }
 
 NKXMLElement TWUtils::updateElement(NKXMLElement element, const TWValue& value,
-                                    const TWBuild* version, TWError* error) {
+                                    const TWVersion* version, TWError* error) {
   if (value.isText()) {
     element.setStringValue(value.textView());
     return element;

@@ -15,7 +15,7 @@
 
 namespace tarnwell {
 
-class TWBuild;
+class TWVersion;
 
 /// What requests are built from: elements from values, element texts from values and back,
 /// addresses taken apart, collections cut into chunks. Stateless; safe from any thread.
@@ -41,7 +41,7 @@ class TWUtils {
   /// @param error    the first failure of a member that could not write itself; such a member adds
   /// nothing.
   static NKXMLElement updateElement(NKXMLElement element, const TWValue& value,
-                                    const TWBuild* version = nullptr, TWError* error = nullptr);
+                                    const TWVersion* version = nullptr, TWError* error = nullptr);
 
   /// The element text of a value: a text with forbidden characters replaced, a number in decimal (a
   /// boolean is 1 or 0), a date in ISO 8601, a zone's Windows name, and the constant text of a

@@ -25,7 +25,7 @@ class FakeXMLObject : public TWXMLObject {
   [[nodiscard]] std::string_view className() const override { return "FakeXMLObject"; }
   [[nodiscard]] std::string description() const override { return "[FakeXMLObject] " + name_; }
   [[nodiscard]] Role role() const override { return role_; }
-  [[nodiscard]] NKXMLElement toXML(const TWBuild* version, TWError* error) const override {
+  [[nodiscard]] NKXMLElement toXML(const TWVersion* version, TWError* error) override {
     lastVersion = version;
     if (failure) {
       setError(error, failure);
@@ -39,7 +39,7 @@ class FakeXMLObject : public TWXMLObject {
   TWError failure;
   std::optional<std::string> constant;
   TWProperties properties;
-  mutable const TWBuild* lastVersion = nullptr;
+  const TWVersion* lastVersion = nullptr;
 
  private:
   Role role_;

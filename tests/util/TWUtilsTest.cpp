@@ -85,7 +85,7 @@ TEST_F(TWUtilsTest, ObjectsThatWriteThemselvesBecomeChildren) {
 
 TEST_F(TWUtilsTest, ObjectsAreWrittenForTheGivenVersion) {
   const auto object = FakeXMLObject::make();
-  const auto* const version = reinterpret_cast<const TWBuild*>(&kInstant);
+  const auto* const version = reinterpret_cast<const TWVersion*>(&kInstant);
   TWUtils::updateElement(NKXMLElement::withName("a"), object, version);
   EXPECT_EQ(object->lastVersion, version);
   TWUtils::updateElement(NKXMLElement::withName("a"), TWValue::list({object}), nullptr);
