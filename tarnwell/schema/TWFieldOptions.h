@@ -21,17 +21,17 @@ class TWElementClass;
 ///
 /// The flags are false by default but for `isSearchable`. All other options are absent by default.
 struct TWFieldOptions {
-  std::optional<std::string> name;      ///< of the property, in snake case: "datetime_received"
-  std::optional<std::string> fieldURI;  ///< "item:Subject"; of attributes, the attribute's name
-  std::optional<std::string> fieldURIPostfix;  ///< derived by fields that have a URI: "Subject"
-  const TWElementClass* valueCls = nullptr;    ///< what a value must be an instance of
-  TWValue default_;                            ///< stands in for a value that is missing
-  std::optional<TWBuild> supportedFrom;        ///< first server build that knows the field
-  std::optional<TWBuild> deprecatedFrom;       ///< first server build that no longer knows it
-  std::optional<double> min, max;              ///< inclusive bounds of numbers
-  std::vector<std::string> enum_;        ///< names of an enumeration; the first has position 1
-  std::optional<std::size_t> maxLength;  ///< of texts, in UTF-16 code units
-  std::vector<TWChoice> choices;
+  std::optional<std::string> name = {};  ///< of the property, in snake case: "datetime_received"
+  std::optional<std::string> fieldURI = {};  ///< "item:Subject"; of attributes, their own name
+  std::optional<std::string> fieldURIPostfix = {};  ///< "Subject"; derived from the URI
+  const TWElementClass* valueCls = nullptr;         ///< what a value must be an instance of
+  TWValue default_ = {};                            ///< stands in for a value that is missing
+  std::optional<TWBuild> supportedFrom = {};        ///< first server build that knows the field
+  std::optional<TWBuild> deprecatedFrom = {};       ///< first server build that no longer knows it
+  std::optional<double> min = {}, max = {};         ///< inclusive bounds of numbers
+  std::vector<std::string> enum_ = {};        ///< names of an enumeration; the first has position 1
+  std::optional<std::size_t> maxLength = {};  ///< of texts, in UTF-16 code units
+  std::vector<TWChoice> choices = {};
   std::optional<bool> isRequired = false;           ///< must have a value when validated
   std::optional<bool> isRequiredAfterSave = false;  ///< ... once the element is on the server
   std::optional<bool> isReadOnly = false;           ///< set by the server, never written
