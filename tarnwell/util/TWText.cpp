@@ -80,4 +80,15 @@ std::int64_t leadingInteger(std::string_view text) {
   return number == Limits::min() ? Limits::max() : -number;
 }
 
+std::size_t utf16Length(std::string_view text) noexcept {
+  std::size_t length = 0;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    // Every character has one byte that does not continue another; four bytes make two units.
+    if ((byte & 0xC0U) != 0x80) ++length;
+    if (byte >= 0xF0) ++length;
+  }
+  return length;
+}
+
 }  // namespace tarnwell

@@ -47,4 +47,8 @@ namespace tarnwell {
 /// the ends of 64 signed bits.
 [[nodiscard]] std::int64_t leadingInteger(std::string_view text);
 
+/// The length of a UTF-8 text in UTF-16 code units, which is how EWS counts: characters outside the
+/// basic plane are two.
+[[nodiscard]] std::size_t utf16Length(std::string_view text) noexcept;
+
 }  // namespace tarnwell

@@ -1,0 +1,18 @@
+#include "tarnwell/schema/TWBase64Field.h"
+
+#include "tarnwell/util/detail/Base64.h"
+
+namespace tarnwell {
+
+TWValue TWBase64Field::fromChild(const NKXMLElement& child,
+                                 const std::shared_ptr<TWAccount>& /*account*/) const {
+  const auto text = child.stringValue();
+  return text ? TWValue(detail::decodeBase64(*text)) : options().default_;
+}
+
+TWValue TWBase64Field::toXML(const TWValue& value, const TWVersion* version, TWError* error) const {
+  if (!checkInstance(value, version, error)) return {};
+  return FieldKind::toXML(detail::encodeBase64(*value.asData()), version, error);
+}
+
+}  // namespace tarnwell

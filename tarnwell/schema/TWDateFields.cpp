@@ -1,0 +1,35 @@
+#include "tarnwell/schema/TWDateFields.h"
+
+#include "tarnwell/time/TWDateTime.h"
+#include "tarnwell/util/TWUtils.h"
+
+namespace tarnwell {
+
+TWValue TWDateField::fromChild(const NKXMLElement& child,
+                               const std::shared_ptr<TWAccount>& /*account*/) const {
+  const auto text = child.stringValue();
+  return text ? TWValue(TWDateTime::dateFromString(*text)) : options().default_;
+}
+
+TWValue TWDateTimeField::fromChild(const NKXMLElement& child,
+                                   const std::shared_ptr<TWAccount>& /*account*/) const {
+  const auto text = child.stringValue();
+  return text ? TWValue(TWDateTime::dateTimeFromString(*text)) : options().default_;
+}
+
+TWValue TWTimeZoneField::fromChild(const NKXMLElement& child,
+                                   const std::shared_ptr<TWAccount>& /*account*/) const {
+  if (!child) return options().default_;
+  auto zone = child.attributeForName("Id", responseXMLns());
+  if (!zone) zone = child.attributeForName("Name", responseXMLns());
+  return zone ? TWValue(TWTimeZone::fromMSTimeZone(*zone)) : TWValue();
+}
+
+TWValue TWTimeZoneField::toXML(const TWValue& value, const TWVersion* version,
+                               TWError* error) const {
+  if (!checkInstance(value, version, error)) return {};
+  const std::string zone = value.asTimeZone()->mszone();
+  return TWUtils::createElement(requestTag(), {{"Id", zone}, {"Name", zone}});
+}
+
+}  // namespace tarnwell
