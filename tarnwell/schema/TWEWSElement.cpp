@@ -1,7 +1,6 @@
 #include "tarnwell/schema/TWEWSElement.h"
 
 #include <algorithm>
-#include <array>
 #include <ostream>
 
 #include "tarnwell/schema/detail/FieldList.h"
@@ -14,19 +13,37 @@ namespace {
 
 constexpr int kDeepestNesting = 64;
 
-/// Counts how deep this thread is in elements within elements.
+/// One step down into nested elements, in a walk of one kind on one thread. Lives on the stack; the
+/// steps above it are linked from `innermost`.
 class Nesting {
  public:
-  Nesting() noexcept { ++depth_; }
+  explicit Nesting(const Nesting*& innermost, const TWEWSElement& element,
+                   const TWEWSElement* other = nullptr) noexcept
+      : innermost_(innermost),
+        outer_(innermost),
+        element_(&element),
+        other_(other),
+        depth_(outer_ == nullptr ? 1 : outer_->depth_ + 1) {
+    innermost_ = this;
+  }
   Nesting(const Nesting&) = delete;
   Nesting& operator=(const Nesting&) = delete;
-  ~Nesting() { --depth_; }
-  [[nodiscard]] static bool tooDeep() noexcept { return depth_ > kDeepestNesting; }
+  ~Nesting() { innermost_ = outer_; }
+
+  [[nodiscard]] bool tooDeep() const noexcept { return depth_ > kDeepestNesting; }
+  /// True when the walk is at this very element (or pair of elements) already, further up.
+  [[nodiscard]] bool isRepeated() const noexcept {
+    for (const auto* at = outer_; at != nullptr; at = at->outer_)
+      if (at->element_ == element_ && at->other_ == other_) return true;
+    return false;
+  }
 
  private:
-  static thread_local int depth_;
+  const Nesting*& innermost_;
+  const Nesting* outer_;
+  const TWEWSElement *element_, *other_;
+  int depth_;
 };
-thread_local int Nesting::depth_ = 0;
 
 /// True when the field has nothing to write.
 bool isSkipped(const TWField& field, const TWValue& value) {
@@ -43,7 +60,8 @@ const TWElementClass& TWEWSElement::elementClass() {
 }
 
 void TWEWSElement::initWithDict(const TWDictionary& dict) {
-  for (const auto& field : cls().list().fields()) set(field->name(), dict.get(field->name()));
+  for (const auto& field : cls().list().fields())
+    props_.setField(field->name(), dict.get(field->name()));
 }
 
 void TWEWSElement::initFromXML(const NKXMLElement& xml, const std::shared_ptr<TWAccount>& account) {
@@ -63,17 +81,19 @@ void TWEWSElement::readFields(const NKXMLElement& xml, const std::shared_ptr<TWA
       if (!children[at] && child.isElement(*name, fields[at]->childTag()->xmlns))
         children[at] = child;
   }
+  props_.reserve(std::min(xml.childCount(), fields.size()));
   for (std::size_t at = 0; at < fields.size(); ++at) {
     const TWField& field = *fields[at];
     if (!field.supportsVersion(version)) continue;
-    set(field.name(),
-        field.childTag() ? field.fromChild(children[at], account) : field.fromXML(xml, account));
+    props_.setField(field.name(), field.childTag() ? field.fromChild(children[at], account)
+                                                   : field.fromXML(xml, account));
   }
 }
 
 bool TWEWSElement::clean(const TWVersion* version, TWError* error) {
-  const Nesting nesting;
-  if (Nesting::tooDeep()) {
+  static thread_local const Nesting* innermost = nullptr;
+  const Nesting nesting(innermost, *this);
+  if (nesting.tooDeep()) {
     setError(error, {TWErrorCode::ErrorValueOutOfRange,
                      formatMessage("%@ is nested more than %d levels deep",
                                    {className(), kDeepestNesting})});
@@ -87,7 +107,7 @@ bool TWEWSElement::clean(const TWVersion* version, TWError* error) {
       setError(error, failure);
       return false;
     }
-    set(field->name(), std::move(value));
+    props_.setField(field->name(), std::move(value));
   }
   return true;
 }
@@ -95,14 +115,25 @@ bool TWEWSElement::clean(const TWVersion* version, TWError* error) {
 NKXMLElement TWEWSElement::toXML(const TWVersion* version, TWError* error) {
   if (!clean(version, error)) return {};
   const auto tag = cls().requestTag();
-  if (!tag) return {};
+  if (!tag) {
+    setError(error,
+             {TWErrorCode::ErrorValueOutOfRange,
+              formatMessage("%@ has no element that it could be written as", {className()})});
+    return {};
+  }
   auto element = TWUtils::createElement(*tag);
   const auto& list = cls().list();
   for (const auto* const field : list.attributeFields()) {
     const TWValue& value = get(field->name());
     if (isSkipped(*field, value)) continue;
-    if (const auto text = TWUtils::xmlFromValue(value))
-      element.addAttributeWithName(field->fieldURI(), *text);
+    const auto text = TWUtils::xmlFromValue(value);
+    if (!text) {
+      setError(error,
+               {TWErrorCode::ErrorType,
+                formatMessage("%@ value of %@ cannot be an attribute", {value, field->name()})});
+      return {};
+    }
+    element.addAttributeWithName(field->fieldURI(), *text);
   }
   for (const auto& field : list.fields()) {
     if (field->isAttribute() || !field->supportsVersion(version)) continue;
@@ -120,6 +151,9 @@ NKXMLElement TWEWSElement::toXML(const TWVersion* version, TWError* error) {
 }
 
 std::string TWEWSElement::description() const {
+  static thread_local const Nesting* innermost = nullptr;
+  const Nesting nesting(innermost, *this);
+  if (nesting.tooDeep() || nesting.isRepeated()) return formatMessage("[%@] ...", {className()});
   return formatMessage("[%@] %@", {className(), props_.asDictionary()});
 }
 
@@ -138,10 +172,20 @@ TWList TWEWSElement::identity() const {
 bool TWEWSElement::isEqual(const TWObject& other) const {
   if (this == &other) return true;
   const auto* const element = dynamic_cast<const TWEWSElement*>(&other);
-  return element != nullptr && element->cls().isKindOf(cls()) && element->identity() == identity();
+  if (element == nullptr || !element->cls().isKindOf(cls())) return false;
+  static thread_local const Nesting* innermost = nullptr;
+  const Nesting nesting(innermost, *this, element);
+  // A pair that is being compared already makes no difference to the outcome.
+  if (nesting.isRepeated()) return true;
+  return !nesting.tooDeep() && element->identity() == identity();
 }
 
-std::size_t TWEWSElement::hash() const { return TWValue(identity()).hash(); }
+std::size_t TWEWSElement::hash() const {
+  static thread_local const Nesting* innermost = nullptr;
+  const Nesting nesting(innermost, *this);
+  if (nesting.tooDeep() || nesting.isRepeated()) return 0;
+  return TWValue(identity()).hash();
+}
 
 std::ostream& operator<<(std::ostream& stream, const TWEWSElement& element) {
   return stream << element.description();

@@ -57,8 +57,9 @@ class TWEWSElement : public TWXMLObject {
   [[nodiscard]] TWTypedValue<T> get(std::string_view name) const {
     return typedValue<T>(get(name));
   }
-  /// Sets a property. An absent value changes nothing: clearing is an explicit `remove`. The name
-  /// is not checked; what is no field of the class is kept, but neither validated nor written.
+  /// Sets a property. An absent value changes nothing, nor does an empty name: clearing is an
+  /// explicit `remove`. The name is not checked; what is no field of the class is kept, but neither
+  /// validated nor written.
   void set(std::string_view name, TWValue value) { props_.set(name, std::move(value)); }
   void remove(std::string_view name) { props_.remove(name); }
   /// Names of the properties that are set.
@@ -74,11 +75,14 @@ class TWEWSElement : public TWXMLObject {
 
   /// Validates, then writes attributes and children in the order of the fields. Read-only fields,
   /// missing values and empty lists are left out.
+  ///
+  /// Errors: those of `clean`; ErrorType for an attribute whose value has no text;
+  /// ErrorValueOutOfRange for a class that has no request tag.
   [[nodiscard]] NKXMLElement toXML(const TWVersion* version, TWError* error = nullptr) override;
 
   [[nodiscard]] Role role() const override { return Role::element; }
   [[nodiscard]] std::string_view className() const override { return cls().name(); }
-  /// "[TWMailbox] {name = Ann; ...}".
+  /// "[TWMailbox] {name = Ann; ...}". An element within itself is printed as "[TWMailbox] ...".
   [[nodiscard]] std::string description() const override;
   /// True when the other one is of this element's class, or derived from it, and both have the same
   /// identity: the values of the fields, of which lists count by their presence in the class only.

@@ -39,6 +39,7 @@ bool TWElementClass::isKindOf(const TWElementClass& other) const noexcept {
 }
 
 std::optional<std::string> TWElementClass::requestTag() const {
+  if (!elementName_) return std::nullopt;
   if (nameSpace_ == kTypesNamespace) return formatMessage("t:%@", {elementName_});
   if (nameSpace_ == kMessagesNamespace) return formatMessage("m:%@", {elementName_});
   return std::nullopt;

@@ -70,7 +70,8 @@ class TWElementClass {
     return elementName_;
   }
   [[nodiscard]] std::string_view nameSpace() const noexcept { return nameSpace_; }
-  /// "t:Mailbox" or "m:CalendarView"; absent outside the types and messages namespaces.
+  /// "t:Mailbox" or "m:CalendarView"; absent outside the types and messages namespaces, and for a
+  /// class without an element name.
   [[nodiscard]] std::optional<std::string> requestTag() const;
   /// What the element is found by in answers; empty for a class without an element name.
   [[nodiscard]] std::string_view responseTag() const noexcept { return responseTag_; }

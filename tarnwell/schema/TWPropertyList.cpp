@@ -26,12 +26,20 @@ const TWValue& TWPropertyList::get(std::string_view name) const noexcept {
 }
 
 void TWPropertyList::set(std::string_view name, TWValue value) {
-  if (value.isAbsent()) return;
+  if (value.isAbsent() || name.empty() || replace(name, value)) return;
+  entries_.emplace_back(kept(name), std::move(value));
+}
+
+void TWPropertyList::setField(std::string_view fieldName, TWValue value) {
+  if (value.isAbsent() || fieldName.empty() || replace(fieldName, value)) return;
+  entries_.emplace_back(fieldName, std::move(value));
+}
+
+bool TWPropertyList::replace(std::string_view name, TWValue& value) {
   const auto found = std::ranges::find(entries_, name, &Entry::first);
-  if (found != entries_.end())
-    found->second = std::move(value);
-  else
-    entries_.emplace_back(kept(name), std::move(value));
+  if (found == entries_.end()) return false;
+  found->second = std::move(value);
+  return true;
 }
 
 void TWPropertyList::remove(std::string_view name) {

@@ -22,18 +22,18 @@ class TWPropertyList {
   [[nodiscard]] auto begin() const noexcept { return entries_.begin(); }
   [[nodiscard]] auto end() const noexcept { return entries_.end(); }
   [[nodiscard]] const TWValue& get(std::string_view name) const noexcept;
-  /// An absent value changes nothing.
+  /// An absent value changes nothing, nor does an empty name.
   void set(std::string_view name, TWValue value);
-  /// The same for a new name that lives as long as the process, as that of a field does.
-  void append(std::string_view fieldName, TWValue value) {
-    entries_.emplace_back(fieldName, std::move(value));
-  }
+  /// The same for a name that lives as long as the process, as that of a field does.
+  void setField(std::string_view fieldName, TWValue value);
   void reserve(std::size_t count) { entries_.reserve(count); }
   void remove(std::string_view name);
   [[nodiscard]] std::vector<std::string> allKeys() const;
   [[nodiscard]] TWDictionary asDictionary() const;
 
  private:
+  /// False when there is no entry of that name to take the value.
+  bool replace(std::string_view name, TWValue& value);
   std::vector<Entry> entries_;
 };
 
