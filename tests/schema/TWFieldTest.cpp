@@ -1,0 +1,279 @@
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tarnwell/schema/TWEWSElement.h"
+#include "tarnwell/schema/TWNumberFields.h"
+#include "tarnwell/schema/TWTextFields.h"
+
+#include "tests/schema/FieldTesting.h"
+#include "tests/support/XMLMatchers.h"
+
+namespace tarnwell {
+namespace {
+
+using test::cleaned;
+using test::elementWith;
+using test::EqualsXML;
+using test::failure;
+using test::IsFailure;
+using test::written;
+
+constexpr auto kWrongVersion = TWErrorCode::ErrorInvalidServerVersion;
+constexpr auto kWrongType = TWErrorCode::ErrorType;
+constexpr auto kWrongValue = TWErrorCode::ErrorValueOutOfRange;
+
+const TWVersion k2007(TWBuild(8, 0), "Exchange2007");
+const TWVersion k2010(TWBuild(14, 0), "Exchange2010");
+const TWVersion k2013(TWBuild(15, 0), "Exchange2013");
+
+TEST(TWField, StartsFromDefaultsThatAllFieldsShare) {
+  EXPECT_EQ(TWField::defaults().all().size(), 6U);
+  EXPECT_EQ(&TWField::defaults(), &TWCharField::defaults());
+  EXPECT_EQ(TWField::withProps({})->options().all(), TWField::defaults().all());
+}
+
+TEST(TWField, GivenOptionsWinOverTheDefaults) {
+  const auto field = TWField::withProps({.name = "size", .isSearchable = false});
+  EXPECT_FALSE(field->isSearchable());
+  EXPECT_FALSE(field->isRequired());
+  EXPECT_EQ(field->get("isSearchable"), TWValue(false));
+  EXPECT_EQ((*field)["name"], TWValue("size"));
+}
+
+TEST(TWField, OwnsItsOptions) {
+  const auto a = TWField::withProps({.name = "a"});
+  const auto b = TWField::withProps({.name = "b"});
+  EXPECT_TRUE(a->set("isReadOnly", true));
+  a->remove("isSearchable");
+  EXPECT_TRUE(a->isReadOnly());
+  EXPECT_TRUE(a->get("isSearchable").isAbsent());
+  EXPECT_FALSE(b->isReadOnly());
+  EXPECT_TRUE(b->isSearchable());
+  EXPECT_EQ(TWField::defaults().all().size(), 6U);
+}
+
+TEST(TWField, ReadsAndWritesNothingByItself) {
+  const auto field = TWField::withProps({.name = "size", .fieldURI = "item:Size", .default_ = 5});
+  EXPECT_FALSE(field->isList());
+  EXPECT_FALSE(field->isComplex());
+  EXPECT_TRUE(field->fromXML(elementWith("<t:Size>1</t:Size>"), nullptr).isAbsent());
+  EXPECT_TRUE(field->toXML(1, nullptr).isAbsent());
+  EXPECT_FALSE(field->fieldURIXML());
+  EXPECT_FALSE(field->childTag());
+}
+
+TEST(TWField, TakesItsValueClassFromTheOption) {
+  EXPECT_EQ(TWField::withProps({})->valueClass().kind(), TWValueClass::Kind::none);
+  const auto* const elements = &TWEWSElement::elementClass();
+  EXPECT_EQ(TWField::withProps({.valueCls = elements})->valueClass().elementClass(), elements);
+}
+
+TEST(TWField, PlainFieldsAreAllEqual) {
+  const auto a = TWField::withProps({.name = "a"});
+  const auto b = TWField::withProps({.name = "b"});
+  EXPECT_EQ(a->hash(), 0U);
+  EXPECT_EQ(*a, *b);
+}
+
+TEST(TWField, EqualsAFieldOfADerivedClassButNotTheOtherWayRound) {
+  const auto text = TWTextField::withProps({.fieldURI = "item:Subject"});
+  const auto chars = TWCharField::withProps({.fieldURI = "item:Subject"});
+  EXPECT_TRUE(text->isEqual(*chars));
+  EXPECT_FALSE(chars->isEqual(*text));
+}
+
+TEST(TWField, DescribesItsOptionsWithoutLineBreaks) {
+  const auto field = TWField::withProps({});
+  for (const auto* flag :
+       {"isRequiredAfterSave", "isReadOnly", "isReadOnlyAfterSend", "isAttribute"})
+    field->remove(flag);
+  EXPECT_EQ(field->propsDescription(),
+            "------Properties for [TWField]-------\n"
+            "\t[isRequired]: 0\t[isSearchable]: 1"
+            "----------------------------------");
+  EXPECT_EQ(field->description(), "TWField\n" + field->propsDescription());
+  std::ostringstream stream;
+  stream << *field;
+  EXPECT_EQ(stream.str(), field->description());
+  EXPECT_THAT(TWCharField::withProps({})->description(),
+              testing::StartsWith("TWCharField\n------Properties for [TWCharField]-------\n"));
+}
+
+TEST(TWField, EveryVersionIsSupportedWithoutGates) {
+  const auto field = TWField::withProps({});
+  EXPECT_TRUE(field->supportsVersion(nullptr));
+  EXPECT_TRUE(field->supportsVersion(&k2007));
+}
+
+TEST(TWField, SupportBeginsWithABuildAndEndsBeforeOne) {
+  const auto from = TWField::withProps({.supportedFrom = TWBuild(14, 0)});
+  EXPECT_TRUE(from->supportsVersion(nullptr));
+  EXPECT_FALSE(from->supportsVersion(&k2007));
+  EXPECT_TRUE(from->supportsVersion(&k2010));
+  const auto until = TWField::withProps({.deprecatedFrom = TWBuild(14, 0)});
+  EXPECT_TRUE(until->supportsVersion(nullptr));
+  EXPECT_TRUE(until->supportsVersion(&k2007));
+  EXPECT_FALSE(until->supportsVersion(&k2010));
+  const auto between =
+      TWField::withProps({.supportedFrom = TWBuild(14, 0), .deprecatedFrom = TWBuild(15, 0)});
+  EXPECT_FALSE(between->supportsVersion(&k2007));
+  EXPECT_TRUE(between->supportsVersion(&k2010));
+  EXPECT_FALSE(between->supportsVersion(&k2013));
+}
+
+TEST(TWField, GatesGoByTheBuildWhateverTheVersionIsCalled) {
+  const TWVersion misnamed(TWBuild(8, 0), "Exchange2016");
+  EXPECT_FALSE(TWField::withProps({.supportedFrom = TWBuild(14, 0)})->supportsVersion(&misnamed));
+}
+
+TEST(TWField, AVersionWithoutBuildPassesTheFirstGateAndFailsTheSecond) {
+  const TWVersion nameOnly(std::nullopt, "Exchange2010");
+  EXPECT_TRUE(TWField::withProps({.supportedFrom = TWBuild(14, 0)})->supportsVersion(&nameOnly));
+  EXPECT_FALSE(TWField::withProps({.deprecatedFrom = TWBuild(15, 0)})->supportsVersion(&nameOnly));
+}
+
+TEST(TWField, RefusesAVersionThatLacksItEvenWithoutAValue) {
+  const auto field = TWCharField::withProps(
+      {.name = "text_body", .supportedFrom = TWBuild(14, 0), .isRequired = true});
+  const auto message =
+      "Field text_body does not support EWS builds prior to TWBuild: (14, 0, 0, 0) (server has "
+      "[TWVersion] Exchange2007 (TWBuild: (8, 0, 0, 0)))";
+  EXPECT_THAT(failure(*field, "text", &k2007), IsFailure(kWrongVersion, message));
+  EXPECT_THAT(failure(*field, TWValue(), &k2007), IsFailure(kWrongVersion, message));
+  EXPECT_EQ(cleaned(*field, "text", &k2010), TWValue("text"));
+  EXPECT_EQ(cleaned(*field, "text"), TWValue("text"));
+}
+
+TEST(TWField, RefusesAVersionAfterItsEndWithTheSameMessage) {
+  const auto field = TWCharField::withProps({.name = "old", .deprecatedFrom = TWBuild(14, 0)});
+  EXPECT_THAT(
+      failure(*field, "text", &k2010),
+      IsFailure(kWrongVersion,
+                "Field old does not support EWS builds prior to (null) (server has [TWVersion] "
+                "Exchange2010 (TWBuild: (14, 0, 0, 0)))"));
+}
+
+TEST(TWField, AMissingValueGivesTheDefaultIfAny) {
+  EXPECT_TRUE(cleaned(*TWIntegerField::withProps({.name = "n"}), {}).isAbsent());
+  EXPECT_EQ(cleaned(*TWIntegerField::withProps({.name = "n", .default_ = 7}), {}), TWValue(7));
+  for (const TWValue& value : {TWValue(0), TWValue(false)})
+    EXPECT_EQ(
+        cleaned(*TWIntegerField::withProps({.name = "n", .default_ = value, .isRequired = true}),
+                {}),
+        value);
+}
+
+TEST(TWField, AMissingValueThatIsRequiredFailsWithoutADefault) {
+  EXPECT_THAT(failure(*TWField::withProps({.name = "subject", .isRequired = true}), {}),
+              IsFailure(kWrongValue, "subject is a required field with no default"));
+}
+
+TEST(TWField, ADefaultIsNotTestedForItsKind) {
+  EXPECT_EQ(cleaned(*TWBooleanField::withProps({.name = "n", .default_ = "text"}), {}),
+            TWValue("text"));
+}
+
+TEST(TWField, AValueOfTheWrongKindIsReportedWithTheNameOfTheField) {
+  EXPECT_THAT(failure(*TWIntegerField::withProps({.name = "size"}), "x"),
+              IsFailure(kWrongType, "x value is not of type TWIntegerField for size"));
+  EXPECT_THAT(failure(*TWField::withProps({.name = "size"}), 1),
+              IsFailure(kWrongType, "1 value is not of type TWField for size"));
+}
+
+TEST(TWField, AListNeedsAnIterable) {
+  const auto field = TWTextFieldList::withProps({.name = "keywords"});
+  EXPECT_THAT(failure(*field, "x"), IsFailure(kWrongValue, "keywords needs an iterable"));
+  EXPECT_THAT(failure(*field, 5), IsFailure(kWrongValue, "keywords needs an iterable"));
+}
+
+TEST(TWField, TheFirstEntryOfTheWrongKindFailsAList) {
+  const auto field = TWTextFieldList::withProps({.name = "keywords"});
+  EXPECT_THAT(failure(*field, TWValue::list({"a", 2, 3})),
+              IsFailure(kWrongType, "2 value is not of type TWTextFieldList for keywords"));
+  EXPECT_THAT(failure(*field, TWValue::list({TWValue()})),
+              IsFailure(kWrongType, "(null) value is not of type TWTextFieldList for keywords"));
+}
+
+TEST(TWField, AValidListComesBackAsItIs) {
+  const auto field = TWTextFieldList::withProps({.name = "keywords"});
+  const auto list = TWValue::list({"b", "a"});
+  EXPECT_EQ(cleaned(*field, list).asList(), list.asList());
+  EXPECT_EQ(cleaned(*field, TWList()), TWValue(TWList()));
+  // Walking a dictionary gives its keys.
+  const TWValue dictionary = TWDictionary{{"a", 1}};
+  EXPECT_EQ(cleaned(*field, dictionary), dictionary);
+}
+
+TEST(TWField, FailuresNeedNoOutParameter) {
+  EXPECT_TRUE(TWField::withProps({.isRequired = true})->clean({}, nullptr).isAbsent());
+  EXPECT_TRUE(TWCharField::withProps({})->clean(5, nullptr).isAbsent());
+}
+
+TEST(TWFieldURIField, NamesItsElementByThePartAfterTheColon) {
+  const auto postfix = [](const char* uri) {
+    return TWFieldURIField::withProps({.fieldURI = uri})->get("fieldURIPostfix");
+  };
+  EXPECT_EQ(postfix("item:Subject"), TWValue("Subject"));
+  EXPECT_EQ(postfix("a:b:c"), TWValue("b"));
+  EXPECT_EQ(postfix("Id"), TWValue("Id"));
+  EXPECT_EQ(postfix("item:"), TWValue(""));
+}
+
+TEST(TWFieldURIField, HasNoElementWithoutAURI) {
+  const auto field = TWFieldURIField::withProps({.name = "n"});
+  EXPECT_TRUE(field->get("fieldURIPostfix").isAbsent());
+  EXPECT_EQ(field->responseTag(), "");
+  // A field that has a URI by its options only was not made with one.
+  EXPECT_TRUE(field->set("fieldURI", "item:Subject"));
+  EXPECT_TRUE(field->get("fieldURIPostfix").isAbsent());
+  EXPECT_TRUE(TWTextField::withProps({.name = "n", .default_ = "d"})
+                  ->fromXML(elementWith("text"), nullptr) == TWValue("d"));
+}
+
+TEST(TWFieldURIField, WritesItsNameForShapesAndRestrictions) {
+  const auto field = TWFieldURIField::withProps({.fieldURI = "folder:DisplayName"});
+  EXPECT_EQ(field->requestTag(), "t:DisplayName");
+  EXPECT_EQ(field->responseTag(), "DisplayName");
+  EXPECT_EQ(field->responseXMLns(), "http://schemas.microsoft.com/exchange/services/2006/types");
+  EXPECT_THAT(field->fieldURIXML().XMLString(),
+              EqualsXML("<t:FieldURI FieldURI=\"folder:DisplayName\"/>"));
+}
+
+TEST(TWFieldURIField, FieldsOfOneURIAreEqual) {
+  const auto a = TWFieldURIField::withProps({.name = "a", .fieldURI = "item:Subject"});
+  const auto b = TWFieldURIField::withProps({.name = "b", .fieldURI = "item:Subject"});
+  const auto c = TWFieldURIField::withProps({.name = "a", .fieldURI = "item:Size"});
+  EXPECT_EQ(*a, *b);
+  EXPECT_EQ(a->hash(), b->hash());
+  EXPECT_FALSE(*a == *c);
+  EXPECT_FALSE(*a == *TWField::withProps({.name = "a", .fieldURI = "item:Subject"}));
+}
+
+TEST(TWFieldURIField, ReadsNothingByItself) {
+  const auto field = TWFieldURIField::withProps({.fieldURI = "item:Size", .default_ = 5});
+  EXPECT_TRUE(test::readFrom(*field, "<t:Size>1</t:Size>").isAbsent());
+  EXPECT_FALSE(field->isList());
+  EXPECT_FALSE(field->isComplex());
+}
+
+TEST(TWFieldURIField, WritesAnElementWithTheValueAsItsContent) {
+  const auto field = TWFieldURIField::withProps({.fieldURI = "item:Subject"});
+  EXPECT_THAT(written(*field, "a < b & c"), EqualsXML("<t:Subject>a &lt; b &amp; c</t:Subject>"));
+  EXPECT_THAT(written(*field, 12), EqualsXML("<t:Subject>12</t:Subject>"));
+  EXPECT_THAT(written(*field, TWValue::list({"a", "b"})),
+              EqualsXML("<t:Subject><t:String>a</t:String><t:String>b</t:String></t:Subject>"));
+  // A text is written unfiltered.
+  EXPECT_EQ(field
+                ->toXML("a\x01"
+                        "b",
+                        nullptr)
+                .asXML()
+                .stringValue(),
+            "a\x01"
+            "b");
+}
+
+}  // namespace
+}  // namespace tarnwell
