@@ -67,10 +67,12 @@ TEST(TWEnumField, AnUnknownNameFailsBeforeAnythingElseIsLookedAt) {
 TEST(TWEnumField, APositionMustBeWithinTheNames) {
   const auto field = TWEnumField::withProps(kWeekdays);
   EXPECT_EQ(cleaned(*field, 2), TWValue(2));
-  EXPECT_THAT(failure(*field, 3), IsFailure(kWrongValue, "value 3 on field day must be less than 2"));
+  EXPECT_THAT(failure(*field, 3),
+              IsFailure(kWrongValue, "value 3 on field day must be less than 2"));
   EXPECT_THAT(failure(*field, 0),
               IsFailure(kWrongValue, "value 0 on field day must be greater than 1"));
-  EXPECT_THAT(failure(*field, TWInstant()).message(), testing::HasSubstr("not of type TWEnumField"));
+  EXPECT_THAT(failure(*field, TWInstant()).message(),
+              testing::HasSubstr("not of type TWEnumField"));
 }
 
 TEST(TWEnumField, WritesTheNameAtThePosition) {
@@ -81,7 +83,8 @@ TEST(TWEnumField, WritesTheNameAtThePosition) {
 
 TEST(TWEnumField, WhatIsNoPositionCannotBeWritten) {
   const auto field = TWEnumField::withProps(kWeekdays);
-  for (const auto& value : {TWValue(0), TWValue(99), TWValue(-1), TWValue(1.5), TWValue("Monday")}) {
+  for (const auto& value :
+       {TWValue(0), TWValue(99), TWValue(-1), TWValue(1.5), TWValue("Monday")}) {
     TWError error;
     EXPECT_TRUE(field->toXML(value, nullptr, &error).isAbsent());
     EXPECT_THAT(error, IsFailure(kWrongValue, "List value " + value.description() +
@@ -141,8 +144,8 @@ TEST(TWEnumListField, UnknownNamesComeBeforeRepeatedOnesAndThoseBeforeTheVersion
               testing::StartsWith("List value x"));
   EXPECT_THAT(failure(*field, TWValue::list({"Monday", "Monday"}), &old).message(),
               testing::HasSubstr("must be unique"));
-  EXPECT_TRUE(failure(*field, TWValue::list({"Monday"}), &old)
-                  .is(TWErrorCode::ErrorInvalidServerVersion));
+  EXPECT_TRUE(
+      failure(*field, TWValue::list({"Monday"}), &old).is(TWErrorCode::ErrorInvalidServerVersion));
 }
 
 TEST(TWEnumListField, WhatIsNoListFailsAsAnyListDoes) {
@@ -192,7 +195,8 @@ TEST(TWEnumAsIntField, IsValidatedAsAnEnumeration) {
   const auto field = TWEnumAsIntField::withProps(kWeekdays);
   EXPECT_EQ(cleaned(*field, "Monday"), TWValue(2));
   EXPECT_THAT(failure(*field, "Friday").message(), testing::StartsWith("List value Friday"));
-  EXPECT_THAT(failure(*field, 3), IsFailure(kWrongValue, "value 3 on field day must be less than 2"));
+  EXPECT_THAT(failure(*field, 3),
+              IsFailure(kWrongValue, "value 3 on field day must be less than 2"));
 }
 
 }  // namespace

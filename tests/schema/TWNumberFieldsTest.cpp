@@ -93,29 +93,28 @@ TEST(TWIntegerField, TakesAnyNumberAndNothingElse) {
     EXPECT_EQ(cleaned(*field, value), value);
   EXPECT_THAT(failure(*field, "5"),
               IsFailure(kWrongType, "5 value is not of type TWIntegerField for size"));
-  EXPECT_THAT(failure(*field, TWInstant()),
-              IsFailure(kWrongType,
-                        "1970-01-01T00:00:00Z value is not of type TWIntegerField for size"));
+  EXPECT_THAT(
+      failure(*field, TWInstant()),
+      IsFailure(kWrongType, "1970-01-01T00:00:00Z value is not of type TWIntegerField for size"));
 }
 
 TEST(TWIntegerField, BoundsAreInclusive) {
-  const auto field = TWIntegerField::withProps(
-      {.name = "reminder_minutes_before_start", .min = 0, .max = 10});
+  const auto field =
+      TWIntegerField::withProps({.name = "reminder_minutes_before_start", .min = 0, .max = 10});
   EXPECT_EQ(cleaned(*field, 0), TWValue(0));
   EXPECT_EQ(cleaned(*field, 10), TWValue(10));
-  EXPECT_THAT(
-      failure(*field, -1),
-      IsFailure(kWrongValue,
-                "value -1 on field reminder_minutes_before_start must be greater than 0"));
-  EXPECT_THAT(
-      failure(*field, 10.5),
-      IsFailure(kWrongValue,
-                "value 10.5 on field reminder_minutes_before_start must be less than 10"));
+  EXPECT_THAT(failure(*field, -1),
+              IsFailure(kWrongValue,
+                        "value -1 on field reminder_minutes_before_start must be greater than 0"));
+  EXPECT_THAT(failure(*field, 10.5),
+              IsFailure(kWrongValue,
+                        "value 10.5 on field reminder_minutes_before_start must be less than 10"));
 }
 
 TEST(TWIntegerField, TheLowerBoundIsTestedFirst) {
   const auto field = TWIntegerField::withProps({.name = "n", .min = 5, .max = 1});
-  EXPECT_THAT(failure(*field, 3), IsFailure(kWrongValue, "value 3 on field n must be greater than 5"));
+  EXPECT_THAT(failure(*field, 3),
+              IsFailure(kWrongValue, "value 3 on field n must be greater than 5"));
 }
 
 TEST(TWIntegerField, AMissingValueIsNotComparedWithTheBounds) {

@@ -87,5 +87,12 @@ TEST(TWText, LeadingIntegerSaturatesAt64Bits) {
   EXPECT_EQ(leadingInteger("-99999999999999999999999"), Limits::min());
 }
 
+TEST(TWText, LengthCountsUTF16CodeUnits) {
+  EXPECT_EQ(utf16Length(""), 0U);
+  EXPECT_EQ(utf16Length("abc"), 3U);
+  EXPECT_EQ(utf16Length("\xC3\xA4\xE2\x82\xAC"), 2U);
+  EXPECT_EQ(utf16Length("\xF0\x9F\x98\x80x"), 3U);
+}
+
 }  // namespace
 }  // namespace tarnwell
