@@ -53,13 +53,10 @@ class Person : public detail::ElementKind<Person, TWEWSElement> {
                                            .supportedFrom = TWBuild(15, 0),
                                            .isAttribute = true}),
                    TWCharField::withProps({.name = "name", .fieldURI = "person:Name"}),
-                   TWIntegerField::withProps({.name = "age",
-                                              .fieldURI = "person:Age",
-                                              .default_ = 18,
-                                              .min = 0}),
-                   TWCharField::withProps({.name = "created",
-                                           .fieldURI = "person:Created",
-                                           .isReadOnly = true}),
+                   TWIntegerField::withProps(
+                       {.name = "age", .fieldURI = "person:Age", .default_ = 18, .min = 0}),
+                   TWCharField::withProps(
+                       {.name = "created", .fieldURI = "person:Created", .isReadOnly = true}),
                    TWTextFieldList::withProps({.name = "tags", .fieldURI = "person:Tags"}),
                    TWCharField::withProps({.name = "nick",
                                            .fieldURI = "person:Nick",
@@ -101,13 +98,12 @@ class Employee : public detail::ElementKind<Employee, Person> {
 class Guest : public detail::ElementKind<Guest, Person> {
  public:
   static const TWElementClass& elementClass() {
-    static const auto& kClass =
-        *new TWElementClass({.name = "Guest",
-                             .base = &Person::elementClass(),
-                             .elementName = "Guest",
-                             .responseTag = "Visitor",
-                             .responseXMLns = "urn:visitors",
-                             .make = &detail::makeElement<Guest>});
+    static const auto& kClass = *new TWElementClass({.name = "Guest",
+                                                     .base = &Person::elementClass(),
+                                                     .elementName = "Guest",
+                                                     .responseTag = "Visitor",
+                                                     .responseXMLns = "urn:visitors",
+                                                     .make = &detail::makeElement<Guest>});
     return kClass;
   }
 };
@@ -116,12 +112,11 @@ class Guest : public detail::ElementKind<Guest, Person> {
 class Stranger : public detail::ElementKind<Stranger, Person> {
  public:
   static const TWElementClass& elementClass() {
-    static const auto& kClass =
-        *new TWElementClass({.name = "Stranger",
-                             .base = &Person::elementClass(),
-                             .elementName = "Stranger",
-                             .nameSpace = "urn:strangers",
-                             .make = &detail::makeElement<Stranger>});
+    static const auto& kClass = *new TWElementClass({.name = "Stranger",
+                                                     .base = &Person::elementClass(),
+                                                     .elementName = "Stranger",
+                                                     .nameSpace = "urn:strangers",
+                                                     .make = &detail::makeElement<Stranger>});
     return kClass;
   }
 };
