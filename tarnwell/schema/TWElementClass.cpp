@@ -1,6 +1,8 @@
 #include "tarnwell/schema/TWElementClass.h"
 
 #include <algorithm>
+#include <iterator>
+#include <mutex>
 
 #include "tarnwell/schema/TWEWSElement.h"
 #include "tarnwell/schema/detail/FieldList.h"
@@ -8,6 +10,20 @@
 #include "tarnwell/util/TWFormat.h"
 
 namespace tarnwell {
+namespace {
+
+/// All element classes, in the order in which they were made.
+struct Registry {
+  std::mutex mutex;
+  std::vector<const TWElementClass*> classes;
+};
+
+Registry& registry() {
+  static auto& registry = *new Registry;
+  return registry;
+}
+
+}  // namespace
 
 TWElementClass::TWElementClass(const Declaration& declaration)
     : name_(declaration.name),
@@ -28,9 +44,21 @@ TWElementClass::TWElementClass(const Declaration& declaration)
   fieldList_ = ownFields_ == nullptr && base_ != nullptr
                    ? base_->fieldList_
                    : std::make_shared<detail::SharedFieldList>([this] { return declaredFields(); });
+  const std::scoped_lock lock(registry().mutex);
+  registry().classes.push_back(this);
 }
 
-TWElementClass::~TWElementClass() = default;
+TWElementClass::~TWElementClass() {
+  const std::scoped_lock lock(registry().mutex);
+  std::erase(registry().classes, this);
+}
+
+const TWElementClass* TWElementClass::named(std::string_view name) {
+  const std::scoped_lock lock(registry().mutex);
+  const auto& classes = registry().classes;
+  const auto found = std::ranges::find(classes, name, &TWElementClass::name);
+  return found == classes.end() ? nullptr : *found;
+}
 
 bool TWElementClass::isKindOf(const TWElementClass& other) const noexcept {
   for (const auto* at = this; at != nullptr; at = at->base_)

@@ -59,6 +59,10 @@ class TWElementClass {
   TWElementClass& operator=(const TWElementClass&) = delete;
   virtual ~TWElementClass();
 
+  /// The class of that name among those that are in use so far; null when there is none. Of several
+  /// classes with one name it is the first. For names that come from outside, such as an archive's.
+  [[nodiscard]] static const TWElementClass* named(std::string_view name);
+
   [[nodiscard]] std::string_view name() const noexcept { return name_; }
   /// Null for the class at the top.
   [[nodiscard]] const TWElementClass* base() const noexcept { return base_; }

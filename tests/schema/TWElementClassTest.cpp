@@ -104,6 +104,19 @@ TEST(TWElementClass, KnowsTheClassesAboveIt) {
   EXPECT_FALSE(Guest::elementClass().isKindOf(Employee::elementClass()));
 }
 
+TEST(TWElementClass, IsFoundByItsName) {
+  const auto& person = Person::elementClass();
+  EXPECT_EQ(TWElementClass::named("Person"), &person);
+  EXPECT_EQ(TWElementClass::named("person"), nullptr);
+  EXPECT_EQ(TWElementClass::named(""), nullptr);
+  {
+    const TWElementClass first({.name = "Passing"});
+    const TWElementClass second({.name = "Passing"});
+    EXPECT_EQ(TWElementClass::named("Passing"), &first);
+  }
+  EXPECT_EQ(TWElementClass::named("Passing"), nullptr);
+}
+
 TEST(TWElementClass, FieldsOfAClassFollowThoseOfItsBase) {
   const std::vector<std::string> person = {"id",      "kind", "badge", "name",   "age",
                                            "created", "tags", "nick",  "street", "friend"};

@@ -1,9 +1,16 @@
+#include <algorithm>
+#include <memory>
 #include <sstream>
+#include <string_view>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tarnwell/schema/TWBase64Field.h"
+#include "tarnwell/schema/TWDateFields.h"
 #include "tarnwell/schema/TWEWSElement.h"
+#include "tarnwell/schema/TWEnumFields.h"
 #include "tarnwell/schema/TWNumberFields.h"
 #include "tarnwell/schema/TWTextFields.h"
 
@@ -273,6 +280,115 @@ TEST(TWFieldURIField, WritesAnElementWithTheValueAsItsContent) {
                 .stringValue(),
             "a\x01"
             "b");
+}
+
+/// A kind of field under the kind that it is derived from.
+struct Kind {
+  std::string_view base;
+  std::shared_ptr<const TWField> field;
+  TWValueClass::Kind values;
+  bool isList = false;
+  bool isComplex = false;
+};
+
+std::vector<Kind> scalarKinds() {
+  using Class = TWValueClass::Kind;
+  const TWFieldOptions options{.name = "p", .fieldURI = "item:P", .enum_ = {"Low", "High"}};
+  return {
+      {"TWField", TWFieldURIField::withProps(options), Class::none},
+      {"TWFieldURIField", TWBooleanField::withProps(options), Class::number},
+      {"TWFieldURIField", TWIntegerField::withProps(options), Class::number},
+      {"TWIntegerField", TWDecimalField::withProps(options), Class::number},
+      {"TWIntegerField", TWEnumField::withProps(options), Class::number},
+      {"TWEnumField", TWEnumListField::withProps(options), Class::number, true},
+      {"TWEnumField", TWEnumAsIntField::withProps(options), Class::number},
+      {"TWFieldURIField", TWBase64Field::withProps(options), Class::data, false, true},
+      {"TWFieldURIField", TWDateField::withProps(options), Class::date},
+      {"TWFieldURIField", TWDateTimeField::withProps(options), Class::date},
+      {"TWFieldURIField", TWTimeZoneField::withProps(options), Class::timeZone},
+      {"TWFieldURIField", TWTextField::withProps(options), Class::text, false, true},
+      {"TWTextField", TWTextFieldList::withProps(options), Class::text, true, true},
+      {"TWTextField", TWURIField::withProps(options), Class::text, false, true},
+      {"TWTextField", TWCharField::withProps(options), Class::text},
+      {"TWCharField", TWIdField::withProps(options), Class::text},
+      {"TWCharField", TWCharListField::withProps(options), Class::text},
+      {"TWCharField", TWEmailField::withProps(options), Class::text},
+      {"TWCharField", TWCultureField::withProps(options), Class::text},
+  };
+}
+
+TEST(ScalarFields, SayWhatTheyTakeAndWhetherASearchReturnsThem) {
+  for (const auto& kind : scalarKinds()) {
+    EXPECT_EQ(kind.field->valueClass().kind(), kind.values) << kind.field->className();
+    EXPECT_EQ(kind.field->isList(), kind.isList) << kind.field->className();
+    EXPECT_EQ(kind.field->isComplex(), kind.isComplex) << kind.field->className();
+  }
+}
+
+TEST(ScalarFields, StandInATreeOfClasses) {
+  const auto kinds = scalarKinds();
+  const auto baseOf = [&](std::string_view name) {
+    const auto found = std::ranges::find_if(
+        kinds, [&](const Kind& kind) { return kind.field->className() == name; });
+    return found == kinds.end() ? std::string_view() : found->base;
+  };
+  const auto isA = [&](std::string_view name, std::string_view other) {
+    while (!name.empty() && name != other) name = baseOf(name);
+    return !name.empty();
+  };
+  // Fields of one URI are equal to those of derived kinds, and to no others.
+  for (const auto& a : kinds)
+    for (const auto& b : kinds)
+      EXPECT_EQ(a.field->isEqual(*b.field), isA(b.field->className(), a.field->className()))
+          << a.field->className() << ", " << b.field->className();
+}
+
+TEST(ScalarFields, ReadAnyTextWithoutFailing) {
+  for (const auto* const text : {"",
+                                 " ",
+                                 "0",
+                                 "-",
+                                 "+",
+                                 "1",
+                                 "-1",
+                                 "true",
+                                 "Low",
+                                 "High Low",
+                                 "QUJD",
+                                 "Q===",
+                                 "1e999",
+                                 "-99999999999999999999",
+                                 ".",
+                                 "2020-07-15",
+                                 "2020-13-45T99:99:99Z",
+                                 "\xF0\x9F\x98\x80",
+                                 "<t:Id>Nowhere</t:Id>",
+                                 "<t:Id/>",
+                                 "<t:String/>",
+                                 "<t:String>a</t:String>",
+                                 "<t:P><t:P/></t:P>",
+                                 "<!-- c -->",
+                                 "<![CDATA[<]]>",
+                                 "&#x85;"})
+    for (const auto& [base, field, values, isList, isComplex] : scalarKinds()) {
+      const auto element = elementWith("<t:P>" + std::string(text) + "</t:P>");
+      const auto value = field->fromXML(element, nullptr);
+      EXPECT_TRUE(value.isAbsent() || value.isIterable() || field->valueClass().hasInstance(value))
+          << field->className() << " of " << text << ": " << value;
+    }
+}
+
+TEST(ScalarFields, AnyValueIsWrittenOrFails) {
+  for (const auto& value :
+       {TWValue(true), TWValue(0), TWValue(-1), TWValue(99), TWValue(1e300), TWValue(""),
+        TWValue("Low"), TWValue(TWData{1}), TWValue(TWInstant()), TWValue(TWTimeZone()),
+        TWValue(TWList()), TWValue::list({1, "a"}), TWValue(TWDictionary{{"a", 1}})})
+    for (const auto& kind : scalarKinds()) {
+      TWError error;
+      const auto xml = kind.field->toXML(value, nullptr, &error);
+      EXPECT_EQ(xml.isAbsent(), static_cast<bool>(error))
+          << kind.field->className() << " of " << value;
+    }
 }
 
 }  // namespace
