@@ -31,6 +31,7 @@ TWElementClass::TWElementClass(const Declaration& declaration)
       elementName_(declaration.elementName),
       nameSpace_(kTypesNamespace),
       ownFields_(declaration.fields),
+      replacesFields_(declaration.replacesFields),
       make_(declaration.make),
       insertAfterField_(declaration.insertAfterField) {
   if (base_ != nullptr) {
@@ -76,7 +77,7 @@ std::optional<std::string> TWElementClass::requestTag() const {
 const detail::FieldList& TWElementClass::list() const { return fieldList_->current(); }
 
 TWFields TWElementClass::declaredFields() const {
-  auto fields = base_ == nullptr ? TWFields() : base_->declaredFields();
+  auto fields = base_ == nullptr || replacesFields_ ? TWFields() : base_->declaredFields();
   if (ownFields_ != nullptr) std::ranges::move(ownFields_(), std::back_inserter(fields));
   return fields;
 }

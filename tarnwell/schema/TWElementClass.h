@@ -48,6 +48,8 @@ class TWElementClass {
     std::optional<std::string_view> responseXMLns = {};
     /// The class's own fields; null: it shares the list of its base.
     TWFields (*fields)() = nullptr;
+    /// True when its own fields stand in place of those of the base, not after them.
+    bool replacesFields = false;
     /// Makes an empty element of the class; null for classes that have no elements of their own.
     std::shared_ptr<TWEWSElement> (*make)(const TWElementClass&) = nullptr;
     /// The field after which registered fields are put. Absent: that of the base.
@@ -118,6 +120,7 @@ class TWElementClass {
   std::optional<std::string_view> elementName_;
   std::string_view nameSpace_, responseTag_, responseXMLns_;
   TWFields (*ownFields_)();
+  bool replacesFields_;
   std::shared_ptr<TWEWSElement> (*make_)(const TWElementClass&);
   std::optional<std::string_view> insertAfterField_;
   std::shared_ptr<detail::SharedFieldList> fieldList_;
