@@ -6,6 +6,9 @@
 #include <limits>
 #include <system_error>
 
+#include <unicode/locid.h>
+#include <unicode/unistr.h>
+
 namespace tarnwell {
 namespace {
 
@@ -18,6 +21,14 @@ std::string stringByTrimming(std::string_view text) { return std::string(trimmed
 std::string lowercased(std::string_view text) {
   std::string out(text);
   for (char& c : out) c = lowercased(c);
+  return out;
+}
+
+std::string lowercasedUnicode(std::string_view text) {
+  std::string out;
+  icu::UnicodeString::fromUTF8(icu::StringPiece(text))
+      .toLower(icu::Locale::getRoot())
+      .toUTF8String(out);
   return out;
 }
 

@@ -31,6 +31,10 @@ namespace tarnwell {
                     [](char x, char y) { return lowercased(x) == lowercased(y); });
 }
 
+/// The text in lower case, letters of every script included, by the rules of no language. For what
+/// people write, such as mail addresses.
+[[nodiscard]] std::string lowercasedUnicode(std::string_view text);
+
 /// The shortest decimal text that reads back as the same number: "3", "0.1", "1000000000000000".
 /// Numbers from 1e21 up and below 1e-7 have an exponent; what is no number is "NaN", "INF", "-INF".
 /// The process's locale plays no part.

@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 
-#include <unicode/locid.h>
-#include <unicode/unistr.h>
-
 #include "tarnwell/time/TWDateTime.h"
 #include "tarnwell/util/TWObject.h"
 #include "tarnwell/util/TWText.h"
@@ -188,10 +185,7 @@ TWDictionary TWUtils::parseUrl(std::string_view url) {
 std::optional<std::string> TWUtils::getDomain(std::string_view email) {
   const auto at = email.find('@');
   if (at == std::string_view::npos) return std::nullopt;
-  std::string domain;
-  icu::UnicodeString::fromUTF8(icu::StringPiece(email.substr(at + 1)))
-      .toLower(icu::Locale::getRoot())
-      .toUTF8String(domain);
+  auto domain = lowercasedUnicode(email.substr(at + 1));
   if (domain == "outlook.com") return "outlook.office365.com";
   return domain;
 }
