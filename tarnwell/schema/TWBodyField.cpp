@@ -1,0 +1,42 @@
+#include "tarnwell/schema/TWBodyField.h"
+
+#include "tarnwell/items/TWBody.h"
+#include "tarnwell/util/TWFormat.h"
+#include "tarnwell/util/TWUtils.h"
+
+namespace tarnwell {
+namespace {
+
+/// The text that a value gives for a body; the value itself when it has none to give.
+TWValue textOf(const TWValue& value) {
+  if (value.isNumber()) return value.description();
+  if (const auto element = value.asXML()) return element.stringValue();
+  return value;
+}
+
+}  // namespace
+
+TWValue TWBodyField::clean(const TWValue& value, const TWVersion* version, TWError* error) const {
+  return FieldKind::clean(textOf(value), version, error);
+}
+
+TWValue TWBodyField::fromChild(const NKXMLElement& child,
+                               const std::shared_ptr<TWAccount>& /*account*/) const {
+  const auto text = child.stringValue();
+  const auto type = child.attributeForName("BodyType").stringValue();
+  if (text && type == TWHTMLBody::bodyType()) return TWHTMLBody(*text);
+  // The text is not escaped, deliberately. What results is HTML, and is saved as such.
+  if (text && type == TWBody::bodyType())
+    return TWHTMLBody(formatMessage("<pre>%@</pre>", {*text}));
+  return options().default_;
+}
+
+TWValue TWBodyField::toXML(const TWValue& value, const TWVersion* version, TWError* error) const {
+  const bool isHTML = value.bodyType() == TWBodyType::html;
+  return TWUtils::updateElement(
+      TWUtils::createElement(requestTag(),
+                             {{"BodyType", isHTML ? TWHTMLBody::bodyType() : TWBody::bodyType()}}),
+      value, version, error);
+}
+
+}  // namespace tarnwell
