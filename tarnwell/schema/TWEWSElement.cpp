@@ -198,10 +198,4 @@ TWProperties TWEWSElement::declaredProperties() const {
   return properties;
 }
 
-const TWElementClass& TWRegisterMixIn::elementClass() {
-  static const auto& kClass =
-      *new TWElementClass({.name = "TWRegisterMixIn", .base = &TWEWSElement::elementClass()});
-  return kClass;
-}
-
 }  // namespace tarnwell
