@@ -1,4 +1,5 @@
-// A property of one's own: declared, added to a kind of item, written, read back and named in a search.
+// A property of one's own: declared, added to a kind of item, written, read back, and named in the
+// order of a search.
 #include <iostream>
 #include <memory>
 #include <string>
@@ -91,7 +92,7 @@ int main() {
   }
   std::cout << property->get<std::string>("value").value_or("(none)") << "\n\n";
 
-  // Searched: the name it was registered under stands for it in paths and orders.
+  // Searched by: the name it was registered under stands for it in paths and orders.
   const auto order = TWFieldOrder::fromString("-project_id", NotesFolder(), false, &error);
   const auto orderXML = order ? order->toXML(nullptr, &error) : NKXMLElement();
   if (!orderXML) {

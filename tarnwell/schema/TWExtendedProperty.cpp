@@ -54,8 +54,8 @@ bool contains(const std::vector<std::string>& names, const std::optional<std::st
 
 TWValue listOf(const std::vector<std::string>& names) { return TWList(names.begin(), names.end()); }
 
-/// Where an addressing is wrong, as the message that says so; absent when it is valid. The rules are
-/// tested in a fixed order, and the first that is broken is told.
+/// Where an addressing is wrong, as the message that says so; absent when it is valid. The rules
+/// are tested in a fixed order, and the first that is broken is told.
 std::optional<std::string> mistakeOf(const TWExtendedPropertyClass& cls) {
   const bool hasDistinguishedSet = cls.distinguishedPropertySetId().has_value();
   const bool hasSet = cls.propertySetId().has_value();

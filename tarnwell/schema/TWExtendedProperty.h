@@ -33,8 +33,8 @@ class TWExtendedProperty;
 ///     });
 class TWExtendedPropertyClass final : public TWElementClass {
  public:
-  /// Either a property set (a distinguished one or a GUID) with a name or an id, or a tag alone. What
-  /// is set to an empty text, or to 0, is set.
+  /// Either a property set (a distinguished one or a GUID) with a name or an id, or a tag alone.
+  /// What is set to an empty text, or to 0, is set.
   struct Addressing {
     std::string name;                                            ///< of the class, as printed
     std::optional<std::string> distinguishedPropertySetId = {};  ///< one of `distinguishedSets`

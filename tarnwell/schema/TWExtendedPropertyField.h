@@ -13,8 +13,8 @@ namespace tarnwell {
 
 class TWExtendedPropertyClass;
 
-/// A field that carries an extended property (`t:ExtendedProperty`); its "valueCls" is the property's
-/// class. Fields of this kind are what `registerAttr` makes.
+/// A field that carries an extended property (`t:ExtendedProperty`); its "valueCls" is the
+/// property's class. Fields of this kind are what `registerAttr` makes.
 class TWExtendedPropertyField : public detail::FieldKind<TWExtendedPropertyField, TWField> {
  public:
   static constexpr std::string_view kClassName = "TWExtendedPropertyField";

@@ -20,8 +20,8 @@ class TWVersion;
 /// A field path and the direction in which to sort by it (`t:FieldOrder`). Compared by identity.
 class TWFieldOrder final : public TWXMLObject {
  public:
-  /// A "-" at the start makes the order descending ("-subject"). Every "-" at either end is left out
-  /// of the path, so "subject-" is the ascending order by "subject".
+  /// A "-" at the start makes the order descending ("-subject"). Every "-" at either end is left
+  /// out of the path, deliberately, so "subject-" is the ascending order by "subject".
   ///
   /// Null with an error when the path cannot be resolved; see `TWFieldPath::fromString`.
   [[nodiscard]] static std::shared_ptr<TWFieldOrder> fromString(const TWValue& text,

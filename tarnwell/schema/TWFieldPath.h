@@ -19,8 +19,8 @@ namespace tarnwell {
 class TWEWSElement;
 class TWVersion;
 
-/// Names one value of an item: a field, of an indexed field one entry by its label, of an entry with
-/// several parts one of them ("subject", "phone_numbers__MobilePhone",
+/// Names one value of an item: a field, of an indexed field one entry by its label, of an entry
+/// with several parts one of them ("subject", "phone_numbers__MobilePhone",
 /// "physical_addresses__Home__city").
 ///
 /// Paths do not change. They are compared by identity: two paths made from the same text are not

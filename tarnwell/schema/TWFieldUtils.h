@@ -41,8 +41,8 @@ class TWFieldUtils {
   /// @param strict  a path to an indexed field must name a label and, when an entry has several
   /// parts, one of them.
   ///
-  /// Errors: those of `splitFieldPath`; ErrorValueOutOfRange for a name, label or subfield that does
-  /// not exist there, is missing, or may not be given.
+  /// Errors: those of `splitFieldPath`; ErrorValueOutOfRange for a name, label or subfield that
+  /// does not exist there, is missing, or may not be given.
   [[nodiscard]] static std::optional<TWResolvedPaths> resolveFieldPath(
       const TWValue& path, const TWFieldSource& folder, std::same_as<bool> auto strict,
       TWError* error = nullptr) {

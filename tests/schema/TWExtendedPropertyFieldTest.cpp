@@ -53,6 +53,8 @@ TEST(TWExtendedPropertyField, IsASingleSimpleFieldWithoutChildOfItsOwn) {
   EXPECT_FALSE(field->isList());
   EXPECT_FALSE(field->isComplex());
   EXPECT_EQ(field->childTag(), std::nullopt);
+  const TWField& base = *field;
+  EXPECT_EQ(dynamic_cast<const TWFieldURIField*>(&base), nullptr);
   EXPECT_EQ(field->propertyClass(), &projectId());
   EXPECT_EQ(fieldOf(TWEWSElement::elementClass())->propertyClass(), nullptr);
 }

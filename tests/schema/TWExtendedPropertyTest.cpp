@@ -97,12 +97,12 @@ TEST(TWExtendedProperty, TheReadyKindsAreInstancesOfTheirOwnClasses) {
 
 TEST(TWExtendedPropertyClass, AnswersWhatItWasDeclaredWith) {
   const auto& cls = TWExtendedPropertyClass::declare({
-      .name = "ProjectId",
+      .name = "ProjectNumber",
       .propertySetId = "00020329-0000-0000-C000-000000000046",
       .propertyId = 0,
       .propertyType = "Long",
   });
-  EXPECT_EQ(cls.name(), "ProjectId");
+  EXPECT_EQ(cls.name(), "ProjectNumber");
   EXPECT_EQ(cls.distinguishedPropertySetId(), std::nullopt);
   EXPECT_EQ(cls.propertySetId(), "00020329-0000-0000-C000-000000000046");
   EXPECT_TRUE(cls.propertyTag().isAbsent());
@@ -110,6 +110,7 @@ TEST(TWExtendedPropertyClass, AnswersWhatItWasDeclaredWith) {
   EXPECT_EQ(cls.propertyId(), 0);
   EXPECT_EQ(cls.propertyType(), "Long");
   EXPECT_EQ(cls.elementName(), "ExtendedProperty");
+  EXPECT_EQ(TWElementClass::named("ProjectNumber"), &cls);
 }
 
 TEST(TWExtendedPropertyClass, TheReadyKindsAreAddressedAsTheyAreKnown) {
