@@ -12,7 +12,7 @@ TWValue TWBase64Field::fromChild(const NKXMLElement& child,
 
 TWValue TWBase64Field::toXML(const TWValue& value, const TWVersion* version, TWError* error) const {
   if (!checkInstance(value, version, error)) return {};
-  return FieldKind::toXML(detail::encodeBase64(*value.asData()), version, error);
+  return elementWith(detail::encodeBase64(*value.asData()), version, error);
 }
 
 }  // namespace tarnwell

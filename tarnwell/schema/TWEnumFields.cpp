@@ -8,6 +8,7 @@
 
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/util/TWFormat.h"
+#include "tarnwell/util/TWText.h"
 
 namespace tarnwell {
 namespace {
@@ -86,7 +87,7 @@ TWValue TWEnumField::fromChild(const NKXMLElement& child,
 
 TWValue TWEnumField::toXML(const TWValue& value, const TWVersion* version, TWError* error) const {
   const auto enumName = nameAt(value, error);
-  return enumName ? FieldKind::toXML(*enumName, version, error) : TWValue();
+  return enumName ? elementWith(*enumName, version, error) : TWValue();
 }
 
 TWValue TWEnumListField::fromChild(const NKXMLElement& child,
@@ -120,17 +121,18 @@ TWValue TWEnumListField::toXML(const TWValue& value, const TWVersion* version,
     if (!names.empty()) names += ' ';
     names += *enumName;
   }
-  return TWFieldURIField::toXML(names, version, error);
+  return elementWith(names, version, error);
 }
 
 TWValue TWEnumAsIntField::fromChild(const NKXMLElement& child,
-                                    const std::shared_ptr<TWAccount>& account) const {
-  return TWIntegerField::fromChild(child, account);
+                                    const std::shared_ptr<TWAccount>& /*account*/) const {
+  const auto text = child.stringValue();
+  return text ? TWValue(leadingInteger(*text)) : options().default_;
 }
 
 TWValue TWEnumAsIntField::toXML(const TWValue& value, const TWVersion* version,
                                 TWError* error) const {
-  return TWFieldURIField::toXML(value, version, error);
+  return elementWith(value, version, error);
 }
 
 }  // namespace tarnwell

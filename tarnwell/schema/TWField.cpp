@@ -139,9 +139,14 @@ std::optional<TWTag> TWFieldURIField::childTag() const {
 
 TWValue TWFieldURIField::toXML(const TWValue& value, const TWVersion* version,
                                TWError* error) const {
+  return elementWith(value, version, error);
+}
+
+TWValue TWFieldURIField::elementWith(const TWValue& content, const TWVersion* version,
+                                     TWError* error) const {
   TWError failure;
   auto element =
-      TWUtils::updateElement(TWUtils::createElement(requestTag()), value, version, &failure);
+      TWUtils::updateElement(TWUtils::createElement(requestTag()), content, version, &failure);
   if (!failure) return element;
   setError(error, failure);
   return {};

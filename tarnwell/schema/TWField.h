@@ -174,6 +174,12 @@ class TWFieldURIField : public detail::FieldKind<TWFieldURIField, TWField> {
   [[nodiscard]] TWValue toXML(const TWValue& value, const TWVersion* version,
                               TWError* error = nullptr) const override;
   [[nodiscard]] std::size_t hash() const override;
+
+ protected:
+  /// An element named by `requestTag` with that content, for kinds whose value is not what is
+  /// written. Absent with the error of a content that cannot be written.
+  [[nodiscard]] TWValue elementWith(const TWValue& content, const TWVersion* version,
+                                    TWError* error) const;
 };
 
 }  // namespace tarnwell
