@@ -191,6 +191,15 @@ TEST(TWElementClass, AWalkSeesTheListAsItWasWhenItBegan) {
   EXPECT_THAT(namesOf(fields), ElementsAre("a", "b"));
 }
 
+TEST(TWElementClass, ElementsMadeBeforeAFieldWasAddedHaveItToo) {
+  const auto& cls = freshClass();
+  const auto element = cls.withDict({{"a", "1"}});
+  cls.addField(TWIntegerField::withProps({.name = "late", .fieldURI = "x:Late", .default_ = 5}), 0);
+  EXPECT_TRUE(element->clean(nullptr));
+  EXPECT_EQ(element->get("late"), TWValue(5));
+  EXPECT_EQ(element->get("a"), TWValue("1"));
+}
+
 TEST(TWElementClass, ManyThreadsMayUseAListForTheFirstTime) {
   constexpr std::size_t kThreads = 32;
   const auto& cls = freshClass();
