@@ -117,6 +117,21 @@ TEST(TWElementClass, IsFoundByItsName) {
   EXPECT_EQ(TWElementClass::named("Passing"), nullptr);
 }
 
+TEST(TWElementClass, FieldsCanStandInPlaceOfThoseOfTheBase) {
+  const auto& base = freshClass();
+  const TWElementClass other(
+      {.name = "Other",
+       .base = &base,
+       .fields = [] { return TWFields{TWCharField::withProps({.name = "b", .fieldURI = "x:C"})}; },
+       .replacesFields = true});
+  EXPECT_THAT(other.fieldNames(), ElementsAre("b"));
+  EXPECT_EQ(other.getFieldByFieldName("b")->fieldURI(), "x:C");
+  EXPECT_TRUE(other.isKindOf(base));
+  EXPECT_EQ(other.elementName(), "Fresh");
+  const TWElementClass below({.name = "Below", .base = &other});
+  EXPECT_THAT(below.fieldNames(), ElementsAre("b"));
+}
+
 TEST(TWElementClass, FieldsOfAClassFollowThoseOfItsBase) {
   const std::vector<std::string> person = {"id",      "kind", "badge", "name",   "age",
                                            "created", "tags", "nick",  "street", "friend"};

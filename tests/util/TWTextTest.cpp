@@ -25,6 +25,13 @@ TEST(TWText, NamesCompareWithoutCase) {
 
 TEST(TWText, LowerCasesOnlyAsciiLetters) { EXPECT_EQ(lowercased("A-Z\xC3\x84z"), "a-z\xC3\x84z"); }
 
+TEST(TWText, LowerCasesWhatPeopleWriteInEveryScript) {
+  EXPECT_EQ(lowercasedUnicode("J\u00DCRGEN@\u0395\u039B.gr"), "j\u00FCrgen@\u03B5\u03BB.gr");
+  // Not by the rules of a language, such as Turkish, where it would lose its dot.
+  EXPECT_EQ(lowercasedUnicode("INFO"), "info");
+  EXPECT_EQ(lowercasedUnicode(""), "");
+}
+
 TEST(TWText, WholeNumbersPrintWithoutFractionOrExponent) {
   EXPECT_EQ(decimalText(3.0), "3");
   EXPECT_EQ(decimalText(-0.0), "0");
