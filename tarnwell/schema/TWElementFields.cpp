@@ -9,15 +9,6 @@
 #include "tarnwell/schema/detail/ValueClassOption.h"
 
 namespace tarnwell {
-namespace {
-
-/// The XML of an element itself; absent for a value that is none.
-TWValue ownXML(const TWValue& value, const TWVersion* version, TWError* error) {
-  const auto object = value.asObject();
-  return object ? TWValue(object->toXML(version, error)) : TWValue();
-}
-
-}  // namespace
 
 std::optional<TWTag> TWEWSElementField::childTag() const {
   if (isList() || options().fieldURI) return FieldKind::childTag();
@@ -41,6 +32,13 @@ TWValue TWEWSElementField::toXML(const TWValue& value, const TWVersion* version,
                                  TWError* error) const {
   if (options().fieldURI) return FieldKind::toXML(value, version, error);
   return ownXML(value, version, error);
+}
+
+TWValue TWEWSElementField::ownXML(const TWValue& value, const TWVersion* version,
+                                  TWError* error) const {
+  if (const auto object = value.asObject()) return object->toXML(version, error);
+  if (!value.isAbsent()) (void)checkInstance(value, version, error);
+  return {};
 }
 
 TWValue TWRecurrenceField::toXML(const TWValue& value, const TWVersion* version,

@@ -24,9 +24,14 @@ class TWEWSElementField : public detail::FieldKind<TWEWSElementField, TWFieldURI
   [[nodiscard]] TWValue fromChild(const NKXMLElement& child,
                                   const std::shared_ptr<TWAccount>& account) const override;
   /// An element named by `requestTag` around the value's XML; without a field URI that XML itself.
-  /// Errors of the value are passed up.
+  /// Errors of the value are passed up; ErrorType for a value alone that is no element.
   [[nodiscard]] TWValue toXML(const TWValue& value, const TWVersion* version,
                               TWError* error = nullptr) const override;
+
+ protected:
+  /// The value's XML itself.
+  [[nodiscard]] TWValue ownXML(const TWValue& value, const TWVersion* version,
+                               TWError* error) const;
 };
 
 /// A list of elements in an element of the field's own.

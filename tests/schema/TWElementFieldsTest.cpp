@@ -172,6 +172,16 @@ TEST(TWEWSElementField, WithoutAFieldURIWritesTheValueAlone) {
               EqualsXML(R"(<t:ItemId Id="i"/>)"));
 }
 
+TEST(TWEWSElementField, AValueAloneThatIsNoElementCannotBeWritten) {
+  const auto field =
+      TWEWSElementField::withProps({.name = "mailbox", .valueCls = &TWMailbox::elementClass()});
+  EXPECT_EQ(written(*field, "ann@example.com"),
+            "error: ann@example.com value is not of type TWEWSElementField for mailbox");
+  TWError error;
+  EXPECT_TRUE(field->toXML({}, nullptr, &error).isAbsent());
+  EXPECT_FALSE(error);
+}
+
 TEST(TWEWSElementListField, ReadsTheElementsInOrderAndSkipsOthers) {
   const auto field = TWEWSElementListField::withProps(recipients());
   const auto list = readFrom(*field, kTwoMailboxes).asList();
