@@ -19,7 +19,7 @@ std::string_view kept(std::string_view name) {
 }  // namespace
 
 const TWValue& TWPropertyList::get(std::string_view name) const noexcept {
-  static const auto& kAbsent = *new TWValue;
+  static const TWValue kAbsent;
   for (const auto& [key, value] : entries_)
     if (key == name) return value;
   return kAbsent;

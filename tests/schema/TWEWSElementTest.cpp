@@ -22,7 +22,6 @@ using test::Person;
 using test::Stranger;
 using test::Street;
 using testing::ElementsAre;
-using testing::UnorderedElementsAre;
 
 constexpr auto kWrongType = TWErrorCode::ErrorType;
 constexpr auto kWrongValue = TWErrorCode::ErrorValueOutOfRange;

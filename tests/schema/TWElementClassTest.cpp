@@ -222,6 +222,7 @@ TEST(TWElementClass, ManyThreadsMayUseAListForTheFirstTime) {
   std::array<std::shared_ptr<const TWField>, kThreads> seen;
   {
     std::vector<std::jthread> threads;
+    threads.reserve(kThreads);
     for (auto& field : seen)
       threads.emplace_back([&] {
         start.arrive_and_wait();
