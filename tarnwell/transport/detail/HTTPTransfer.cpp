@@ -131,6 +131,8 @@ const char* effectiveURL(CURL* easy) {
 /// The transfer library writes the user name and the password of a request into the URLs that
 /// redirects lead to; they are taken out before anybody sees them.
 std::string withoutLogin(const char* address) {
+  // Taking a URL apart costs as much as the rest of what is done here for a small answer.
+  if (std::strchr(address, '@') == nullptr) return address;
   const URL url(curl_url());
   char* part = nullptr;
   if (!url || curl_url_set(url.get(), CURLUPART_URL, address, 0) != CURLUE_OK ||
@@ -158,6 +160,13 @@ std::string resolve(const std::string& base, const std::string& location) {
   return part;
 }
 
+/// Whether all fields are among those that every SOAP request has.
+bool holdsNoSecret(const TWHeaders& headers) {
+  return std::ranges::all_of(headers, [](const auto& field) {
+    return field.first == "Content-Type" || field.first == "Accept-Encoding";
+  });
+}
+
 bool usesTLS(std::string_view url) { return equalIgnoringCase(url.substr(0, 6), "https:"); }
 
 /// The milliseconds until then, rounded up so that waking up early does not spin.
@@ -165,10 +174,8 @@ milliseconds until(steady_clock::time_point then, steady_clock::time_point now) 
   return std::chrono::ceil<milliseconds>(then - now);
 }
 
-}  // namespace
-
-TWError refusal(const std::string& url, const std::string& method, const TWHeaders& headers,
-                const std::optional<HTTPLogin>& login) {
+TWError refusalOfFields(const std::string& method, const TWHeaders& headers,
+                        const std::optional<HTTPLogin>& login) {
   // Nothing of the offending text goes into the message: it may be a token.
   if (!isToken(method)) return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "Bad HTTP method");
   for (const auto& [name, value] : headers) {
@@ -185,6 +192,10 @@ TWError refusal(const std::string& url, const std::string& method, const TWHeade
       return httpError(CURLE_BAD_FUNCTION_ARGUMENT, "The password holds a NUL");
     }
   }
+  return {};
+}
+
+TWError refusalOfURL(const std::string& url) {
   if (!staysOnItsLine(url)) return httpError(CURLE_URL_MALFORMAT, "Bad URL");
   const URL parsed(curl_url());
   if (!parsed) return httpError(CURLE_OUT_OF_MEMORY, curl_easy_strerror(CURLE_OUT_OF_MEMORY));
@@ -208,6 +219,14 @@ TWError refusal(const std::string& url, const std::string& method, const TWHeade
   return {};
 }
 
+}  // namespace
+
+TWError refusal(const std::string& url, const std::string& method, const TWHeaders& headers,
+                const std::optional<HTTPLogin>& login) {
+  TWError error = refusalOfFields(method, headers, login);
+  return error ? error : refusalOfURL(url);
+}
+
 /// The handles, and what the callbacks of the transfer library work on.
 struct HTTPTransfer::Engine {
   explicit Engine(HTTPTransferOptions given) : options(std::move(given)) {
@@ -224,6 +243,7 @@ struct HTTPTransfer::Engine {
   CURLcode prepare(const HTTPRequest& wanted);
   void chooseMethod(OptionSetter& set, const HTTPRequest& wanted) const;
   CURLcode setHeaders(OptionSetter& set, const HTTPRequest& wanted);
+  bool writeHeaders(const HTTPRequest& wanted);
   CURLcode run(const HTTPRequest& wanted);
   [[nodiscard]] bool isCancelled();
 
@@ -249,6 +269,11 @@ struct HTTPTransfer::Engine {
   Easy easy;
   Multi multi;
   std::array<char, CURL_ERROR_SIZE> message{};
+  std::string goodURL;  // of the last request; most requests of a transfer go to the same one
+  // Most requests have the same fields, too. Those that may hold a secret are not kept.
+  Lines headers;
+  TWHeaders headersOf;
+  bool unpacks = false;  // what these headers ask for
   // Remembered: a connection that is logged in by NTLM sends none any more.
   TWAuthType scheme = TWAuthType::none;
 
@@ -260,10 +285,8 @@ struct HTTPTransfer::Engine {
   // Of the request in flight.
   const HTTPRequest* request = nullptr;
   HTTPResult* result = nullptr;
-  Lines headers;
   bool sent = false;
   bool headComplete = false;
-  bool unpacks = false;
   bool bodyBegun = false;
   std::unique_ptr<Unpacker> unpacker;
   long redirectsAtHead = 0;
@@ -379,7 +402,16 @@ void HTTPTransfer::Engine::chooseMethod(OptionSetter& set, const HTTPRequest& wa
 }
 
 CURLcode HTTPTransfer::Engine::setHeaders(OptionSetter& set, const HTTPRequest& wanted) {
+  if (!headers || wanted.headers != headersOf) {
+    if (!writeHeaders(wanted)) return CURLE_OUT_OF_MEMORY;
+  }
+  set(CURLOPT_HTTPHEADER, headers.get());
+  return set.result();
+}
+
+bool HTTPTransfer::Engine::writeHeaders(const HTTPRequest& wanted) {
   headers.reset();
+  headersOf.clear();
   unpacks = false;
   // A name without a value takes back what the transfer library would add by itself.
   std::vector<std::string_view> unwanted{"Accept", "Expect", "User-Agent", "Content-Type"};
@@ -398,13 +430,13 @@ CURLcode HTTPTransfer::Engine::setHeaders(OptionSetter& set, const HTTPRequest& 
     line += content;
     const bool appended = append(headers, line);
     OPENSSL_cleanse(line.data(), line.size());
-    if (!appended) return CURLE_OUT_OF_MEMORY;
+    if (!appended) return false;
   }
   for (const std::string_view name : unwanted) {
-    if (!append(headers, std::string(name) + ":")) return CURLE_OUT_OF_MEMORY;
+    if (!append(headers, std::string(name) + ":")) return false;
   }
-  set(CURLOPT_HTTPHEADER, headers.get());
-  return set.result();
+  if (holdsNoSecret(wanted.headers)) headersOf = wanted.headers;
+  return true;
 }
 
 bool HTTPTransfer::Engine::isCancelled() {
@@ -645,11 +677,13 @@ void HTTPTransfer::cancel() noexcept {
 HTTPResult HTTPTransfer::perform(const HTTPRequest& request) {
   HTTPResult result;
   result.url = request.url;
-  result.error = refusal(request.url, request.method, request.headers, request.login);
+  Engine& engine = *engine_;
+  result.error = refusalOfFields(request.method, request.headers, request.login);
+  if (!result.error && request.url != engine.goodURL) result.error = refusalOfURL(request.url);
   if (result.error) return result;
+  engine.goodURL = request.url;
 
   const PipeSignalGuard guard;
-  Engine& engine = *engine_;
   engine.message[0] = '\0';
   engine.request = &request;
   engine.result = &result;
@@ -694,7 +728,7 @@ HTTPResult HTTPTransfer::perform(const HTTPRequest& request) {
   }
   engine.request = nullptr;
   engine.result = nullptr;
-  engine.headers.reset();
+  if (engine.headersOf.empty()) engine.headers.reset();
 
   if (code == CURLE_ABORTED_BY_CALLBACK) {
     result.error = httpError(code, "The request was cancelled");

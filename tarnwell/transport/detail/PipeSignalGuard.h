@@ -12,8 +12,9 @@ class PipeSignalGuard {
   PipeSignalGuard() noexcept {
     sigemptyset(&pipe_);
     sigaddset(&pipe_, SIGPIPE);
-    wasPending_ = isPending();
-    if (!wasPending_) pthread_sigmask(SIG_BLOCK, &pipe_, &before_);
+    pthread_sigmask(SIG_BLOCK, &pipe_, &before_);
+    // Only a signal that was blocked can have been pending.
+    wasPending_ = sigismember(&before_, SIGPIPE) == 1 && isPending();
   }
   PipeSignalGuard(const PipeSignalGuard&) = delete;
   PipeSignalGuard& operator=(const PipeSignalGuard&) = delete;
