@@ -6,108 +6,87 @@
 #include <string_view>
 
 #include <benchmark/benchmark.h>
-#include <curl/curl.h>
 
 #include "tarnwell/transport/TWConnection.h"
-#include "tarnwell/util/TWLogger.h"
 
-#include "tests/support/ScriptedServer.h"
+#include "benchmarks/Loopback.h"
 
 namespace {
 
-using tarnwell::test::RawConnection;
-using tarnwell::test::RawServer;
+using namespace tarnwell;
+using benchmarks::answering;
 
 constexpr int kRequests = 1000;
 
-std::string soap(std::size_t payload) {
+/// A document of about that size, of the elements that servers send.
+std::string soap(std::size_t size) {
+  std::string text =
+      "<s:Envelope xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\" "
+      "xmlns:t=\"http://schemas.microsoft.com/exchange/services/2006/types\"><s:Body>";
+  while (text.size() < size)
+    text +=
+        "<t:Message><t:ItemId Id=\"AAMkAGQ3NzA2Y2QxLTk4YjUtNDEyYy1hZjI1LTk3ZGY5NWQ1\" "
+        "ChangeKey=\"CQAAABYAAADKBbi\"/><t:Subject>The minutes of Tuesday</t:Subject>"
+        "<t:IsRead>true</t:IsRead></t:Message>";
+  return text + "</s:Body></s:Envelope>";
+}
+
+/// As little markup as there can be: what an attachment looks like.
+std::string longText(std::size_t size) {
   return "<s:Envelope xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\"><s:Body><m>" +
-         std::string(payload, 'x') + "</m></s:Body></s:Envelope>";
+         std::string(size, 'x') + "</m></s:Body></s:Envelope>";
 }
 
-/// Answers every request with the same document.
-RawServer::Handler answering(const std::string& body) {
-  return [answer = "HTTP/1.1 200 OK\r\nContent-Type: text/xml; charset=utf-8\r\nContent-Length: " +
-                   std::to_string(body.size()) + "\r\n\r\n" + body](RawConnection& peer) {
-    while (peer.readRequest()) {
-      if (!peer.write(answer)) return;
-    }
-  };
-}
-
-class Silence final : public tarnwell::TWLoggerDelegate {
- public:
-  void debug(const std::string&) override {}
-  void release(const std::string&) override {}
-};
-
-void postThroughConnection(benchmark::State& state) {
-  tarnwell::TWLogger::logger().setDelegate(std::make_shared<Silence>());
-  const std::string body = soap(static_cast<std::size_t>(state.range(0)));
-  RawServer server(answering(body));
-  const auto connection = tarnwell::TWConnection::withCredentials(nullptr, true);
+void postThroughConnection(benchmark::State& state, const std::string& body) {
+  TWLogger::logger().setDelegate(std::make_shared<benchmarks::Silence>());
+  test::RawServer server(answering(body));
+  const auto connection = TWConnection::withCredentials(nullptr, true);
   const std::string url = server.url("/EWS/Exchange.asmx");
   for (auto _ : state) {
     for (int i = 0; i < kRequests; ++i) {
-      const tarnwell::TWResponse record =
-          connection->post(url, std::nullopt, std::string_view(body));
+      const TWResponse record = connection->post(url, std::nullopt, std::string_view(body));
       if (!record.response || record.response->statusCode != 200) state.SkipWithError("no answer");
     }
   }
   state.SetItemsProcessed(state.iterations() * kRequests);
 }
 
-std::size_t take(char* data, std::size_t size, std::size_t count, void* text) {
-  static_cast<std::string*>(text)->append(data, size * count);
-  return size * count;
-}
-
 /// @param parses  whether the answer is parsed, too, which the connection always does.
-void postThroughLibcurl(benchmark::State& state, bool parses) {
-  const std::string body = soap(static_cast<std::size_t>(state.range(0)));
-  RawServer server(answering(body));
-  const std::unique_ptr<CURL, void (*)(CURL*)> owner(curl_easy_init(), curl_easy_cleanup);
-  CURL* const easy = owner.get();
-  curl_slist* headers = nullptr;
-  for (const char* line : {"Content-Type: text/xml; charset=utf-8", "Accept:", "Expect:"}) {
-    headers = curl_slist_append(headers, line);
-  }
-  const std::string url = server.url("/EWS/Exchange.asmx");
-  std::string answer;
-  curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
-  curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-  curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(easy, CURLOPT_PROXY, "");
-  curl_easy_setopt(easy, CURLOPT_COOKIEFILE, "");
-  curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
-  curl_easy_setopt(easy, CURLOPT_POST, 1L);
-  curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE, static_cast<long>(body.size()));
-  curl_easy_setopt(easy, CURLOPT_POSTFIELDS, body.c_str());
-  curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers);
-  curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "compress, gzip");
-  curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, take);
-  curl_easy_setopt(easy, CURLOPT_WRITEDATA, &answer);
+void postThroughLibcurl(benchmark::State& state, const std::string& body, bool parses) {
+  test::RawServer server(answering(body));
+  benchmarks::BareClient client(server.url("/EWS/Exchange.asmx"), body);
   for (auto _ : state) {
     for (int i = 0; i < kRequests; ++i) {
-      answer.clear();
-      if (curl_easy_perform(easy) != CURLE_OK) state.SkipWithError("no answer");
+      if (!client.post()) state.SkipWithError("no answer");
       if (parses) {
-        const auto document = tarnwell::NKXMLDocument::withXMLString(answer);
+        const auto document = NKXMLDocument::withXMLString(client.answer());
         benchmark::DoNotOptimize(document);
       }
     }
   }
-  curl_slist_free_all(headers);
   state.SetItemsProcessed(state.iterations() * kRequests);
 }
 
-void connection(benchmark::State& state) { postThroughConnection(state); }
-void libcurl(benchmark::State& state) { postThroughLibcurl(state, false); }
-void libcurlAndParsing(benchmark::State& state) { postThroughLibcurl(state, true); }
+std::string bodyOf(const benchmark::State& state) {
+  return soap(static_cast<std::size_t>(state.range(0)));
+}
+
+void connection(benchmark::State& state) { postThroughConnection(state, bodyOf(state)); }
+void libcurl(benchmark::State& state) { postThroughLibcurl(state, bodyOf(state), false); }
+void libcurlAndParsing(benchmark::State& state) { postThroughLibcurl(state, bodyOf(state), true); }
+
+void connectionLongText(benchmark::State& state) {
+  postThroughConnection(state, longText(100'000));
+}
+void libcurlAndParsingLongText(benchmark::State& state) {
+  postThroughLibcurl(state, longText(100'000), true);
+}
 
 // A small answer, and one as large as a page of a folder.
 BENCHMARK(libcurl)->Arg(500)->Arg(100000)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(libcurlAndParsing)->Arg(500)->Arg(100000)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(connection)->Arg(500)->Arg(100000)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(libcurlAndParsingLongText)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(connectionLongText)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
