@@ -169,7 +169,7 @@ TEST_F(ServicesEndToEnd, AWrongSecretLeavesTheVersionThatWasGuessed) {
   EXPECT_EQ(stranger->version(), TWVersion(std::nullopt, "Exchange2016"));
 }
 
-TEST_F(ServicesEndToEnd, AServerThatStopsAndComesBackIsFoundAgain) {
+TEST_F(ServicesEndToEnd, AServerThatHasStoppedIsAFailureOfTheTransfer) {
   host.server.stop();
   TWError error;
   EXPECT_FALSE(resolveNames().call({"bob"}, {}, false, {}, {}, &error));
