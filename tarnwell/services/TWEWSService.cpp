@@ -39,13 +39,15 @@ bool isIn(const TWErrorCodes& codes, const TWError& error) {
 }
 
 /// All API versions with the one in use first, so that the others are tried only when it is
-/// refused.
-std::vector<std::string> candidates(const std::optional<TWVersion>& inUse) {
-  auto names = TWVersion::apiVersions();
-  if (inUse && inUse->apiVersion()) {
-    std::erase(names, *inUse->apiVersion());
-    names.insert(names.begin(), *inUse->apiVersion());
-  }
+/// refused. Its name is looked at, not copied.
+std::vector<std::string_view> candidates(const std::optional<TWVersion>& inUse) {
+  const auto& all = TWVersion::apiVersions();
+  std::vector<std::string_view> names;
+  names.reserve(all.size() + 1);
+  const bool known = inUse && inUse->apiVersion();
+  if (known) names.emplace_back(*inUse->apiVersion());
+  for (const auto& name : all)
+    if (!known || name != names.front()) names.emplace_back(name);
   return names;
 }
 
@@ -117,7 +119,7 @@ std::optional<TWList> TWEWSService::run(const NKXMLElement& payload, Exchange ex
   return elements;
 }
 
-TWResponse TWEWSService::send(const NKXMLElement& payload, const std::string& apiVersion,
+TWResponse TWEWSService::send(const NKXMLElement& payload, std::string_view apiVersion,
                               Exchange exchange) {
   const auto account = context_->envelopeContext();
   const auto envelope = TWTransport::wrap(payload, apiVersion, account ? &*account : nullptr);
@@ -159,11 +161,11 @@ std::optional<TWEWSService::Messages> TWEWSService::post(NKXMLElement payload, E
 }
 
 void TWEWSService::updateApiVersion(const std::optional<TWVersion>& inUse,
-                                    const std::string& apiVersion, const NKXMLElement& envelope) {
+                                    std::string_view apiVersion, const NKXMLElement& envelope) {
   if (inUse && inUse->apiVersion() == apiVersion && inUse->build()) return;
   auto version = TWVersion::versionFromResponse(envelope, apiVersion);
   // An answer that does not say which version it is in was an answer to this one all the same.
-  if (!version.apiVersion()) version = TWVersion(version.build(), apiVersion);
+  if (!version.apiVersion()) version = TWVersion(version.build(), std::string(apiVersion));
   context_->setVersion(version);
   const auto name = context_->logName();
   TWLogger::logger().rlog("[%@] Setting API version: %@", {name, version.apiVersion()});

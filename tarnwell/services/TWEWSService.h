@@ -148,8 +148,8 @@ class TWEWSService {
   };
   std::optional<TWList> run(const NKXMLElement& payload, Exchange exchange, TWError* error);
   std::optional<Messages> post(NKXMLElement payload, Exchange exchange, TWError* error);
-  TWResponse send(const NKXMLElement& payload, const std::string& apiVersion, Exchange exchange);
-  void updateApiVersion(const std::optional<TWVersion>& inUse, const std::string& apiVersion,
+  TWResponse send(const NKXMLElement& payload, std::string_view apiVersion, Exchange exchange);
+  void updateApiVersion(const std::optional<TWVersion>& inUse, std::string_view apiVersion,
                         const NKXMLElement& envelope);
 
   const TWServiceClass& class_;

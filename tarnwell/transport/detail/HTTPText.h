@@ -17,7 +17,8 @@ namespace tarnwell::detail {
 
 /// False for what would end a header line and begin another one, or end a C string.
 [[nodiscard]] constexpr bool staysOnItsLine(std::string_view text) noexcept {
-  return text.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
+  return std::none_of(text.begin(), text.end(),
+                      [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
 }
 
 }  // namespace tarnwell::detail
