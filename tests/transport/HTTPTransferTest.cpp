@@ -48,6 +48,47 @@ TEST(HTTPTransfer, SendsNothingThatWasNotAskedFor) {
             "GET /x?y=1 HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port()) + "\r\n\r\n");
 }
 
+TEST(HTTPTransfer, HeadersAreThoseOfTheRequestWhateverWasSentBefore) {
+  const TWHeaders usual{{"Content-Type", "text/xml"}, {"Accept-Encoding", "gzip"}};
+  const TWHeaders secret{{"Authorization", "Bearer x"}, {"Content-Type", "text/xml"}};
+  ScriptedServer server;
+  HTTPTransfer kept;
+  for (const TWHeaders& headers :
+       {usual, usual, secret, usual, TWHeaders(), secret, TWHeaders{{"Content-Type", "a/b"}}}) {
+    HTTPRequest request = requestFor(server.url("/"));
+    request.headers = headers;
+    (void)kept.perform(request);
+    (void)HTTPTransfer().perform(request);
+    const auto requests = server.requests();
+    EXPECT_EQ(requests.at(requests.size() - 2).head, requests.back().head);
+    for (const auto& [name, value] : headers) EXPECT_EQ(requests.back().header(name), value);
+  }
+}
+
+TEST(HTTPTransfer, PackedBodiesAreUnpackedForThoseWhoAskedWhateverWasAskedBefore) {
+  ScriptedServer server([](const ScriptedRequest&) {
+    return ScriptedAnswer{200, {{"Content-Encoding", "gzip"}}, "not packed", false, false};
+  });
+  HTTPTransfer transfer;
+  for (const bool asks : {true, false, true, true, false}) {
+    HTTPRequest request = requestFor(server.url("/"));
+    if (asks) request.headers = {{"Accept-Encoding", "gzip"}};
+    const HTTPResult result = transfer.perform(request);
+    EXPECT_EQ(static_cast<bool>(result.error), asks);
+    EXPECT_EQ(bodyOf(result), asks ? "" : "not packed");
+  }
+}
+
+TEST(HTTPTransfer, ABadURLIsRefusedAfterAGoodOne) {
+  ScriptedServer server;
+  HTTPTransfer transfer;
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_THAT(transfer.perform(requestFor(server.url("/"))).error, IsNoError());
+    EXPECT_THAT(transfer.perform(requestFor("no url")).error, IsHTTPError(TWHTTPErrorMalformedURL));
+  }
+  EXPECT_EQ(server.requestCount(), 2U);
+}
+
 TEST(HTTPTransfer, KeepsItsConnection) {
   ScriptedServer server;
   HTTPTransfer transfer;
