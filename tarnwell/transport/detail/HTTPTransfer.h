@@ -40,9 +40,9 @@ struct HTTPRequest {
   std::string url;
   std::string method = "GET";
   /// Sent as they are, and besides them nothing but what HTTP itself needs. With an
-  /// "Accept-Encoding" among them a body in gzip or zlib form is unpacked; one in any other encoding,
-  /// a damaged one and one that is not whole are errors. "Content-Length" and "Transfer-Encoding" are left out:
-  /// the body tells.
+  /// "Accept-Encoding" among them a body in gzip or zlib form is unpacked; one in any other
+  /// encoding, a damaged one and one that is not whole are errors. "Content-Length" and
+  /// "Transfer-Encoding" are left out: the body tells.
   TWHeaders headers;
   /// Must outlive the call. Absent and empty differ for methods other than POST. HEAD sends none.
   std::optional<std::span<const std::uint8_t>> body;

@@ -21,8 +21,8 @@ class Unpacker {
   /// Hands out what the next piece holds, as far as it can be unpacked by now. False when the piece
   /// is damaged, and as soon as the taker answers false.
   [[nodiscard]] bool unpack(std::span<const std::uint8_t> piece, const Taker& take);
-  /// Whether all that was begun has come to its end, checksums included. True before the first byte:
-  /// answers to HEAD name an encoding, too.
+  /// Whether all that was begun has come to its end, checksums included. True before the first
+  /// byte: answers to HEAD name an encoding, too.
   [[nodiscard]] bool isComplete() const noexcept { return complete_; }
 
  private:
