@@ -5,6 +5,7 @@
 #include <set>
 
 #include "tarnwell/Core/XML/NKXMLDocument.h"
+#include "tarnwell/Core/XML/detail/LiteralText.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWText.h"
@@ -141,7 +142,7 @@ std::string TWAutodiscover::getAutodiscoverPayload(std::string_view email) {
   const auto request = TWUtils::createAndAddElementToParent(root, "Request", {});
   TWUtils::createAndAddElementToParent(request, "EMailAddress", email);
   TWUtils::createAndAddElementToParent(request, "AcceptableResponseSchema", kAnswerNamespace);
-  return R"(<?xml version="1.0" encoding="utf-8"?>)" + root.XMLString();
+  return R"(<?xml version="1.0" encoding="utf-8"?>)" + detail::literalXMLString(root);
 }
 
 std::optional<TWResponse> TWAutodiscover::getAutodiscoverResponse(TWProtocol& protocol,

@@ -80,6 +80,9 @@ class TWBaseProtocol : public TWConnectionSource,
     return std::nullopt;
   }
   [[nodiscard]] std::optional<std::string> logName() const override;
+  [[nodiscard]] std::optional<std::string> accountDescription() const override {
+    return std::nullopt;
+  }
 
  protected:
   TWBaseProtocol(std::string_view serviceEndpoint, std::shared_ptr<TWCredentials> credentials,

@@ -26,6 +26,8 @@ class TWServiceContext {
   [[nodiscard]] virtual std::optional<TWEnvelopeContext> envelopeContext() const = 0;
   /// Who asks, for log lines and messages: the user name of a protocol, the address of an account.
   [[nodiscard]] virtual std::optional<std::string> logName() const = 0;
+  /// The account in messages about it; absent for a protocol.
+  [[nodiscard]] virtual std::optional<std::string> accountDescription() const = 0;
 };
 
 }  // namespace tarnwell

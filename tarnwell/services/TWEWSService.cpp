@@ -73,6 +73,17 @@ NKXMLElement envelopeOf(const TWResponse& response) {
   return root;
 }
 
+/// What a service without a protocol is bound to: requests find no connection.
+class NoContext : public TWServiceContext {
+ public:
+  std::shared_ptr<TWBaseProtocol> serviceProtocol() override { return nullptr; }
+  std::optional<TWVersion> version() const override { return std::nullopt; }
+  void setVersion(TWVersion /*version*/) override {}
+  std::optional<TWEnvelopeContext> envelopeContext() const override { return std::nullopt; }
+  std::optional<std::string> logName() const override { return std::nullopt; }
+  std::optional<std::string> accountDescription() const override { return std::nullopt; }
+};
+
 }  // namespace
 
 std::string TWServiceClass::rootName() const { return formatMessage("m:%@", {serviceName}); }
@@ -93,7 +104,8 @@ const TWErrorCodes& TWServiceClass::baseErrorsToCatch() {
 
 TWEWSService::TWEWSService(const TWServiceClass& serviceClass,
                            std::shared_ptr<TWServiceContext> context)
-    : class_(serviceClass), context_(std::move(context)) {}
+    : class_(serviceClass),
+      context_(context ? std::move(context) : std::make_shared<NoContext>()) {}
 
 std::optional<TWBuild> TWEWSService::build() const {
   const auto version = context_->version();
@@ -156,7 +168,7 @@ std::optional<TWEWSService::Messages> TWEWSService::post(NKXMLElement payload, E
   for (const auto& apiVersion : apiVersions) tried.emplace_back(apiVersion);
   setError(error, {TWErrorCode::ErrorInvalidSchemaVersionForMailboxVersion,
                    formatMessage("Tried versions: %@ but were invalid for account: %@",
-                                 {tried, context_->logName()})});
+                                 {tried, context_->accountDescription()})});
   return std::nullopt;
 }
 
@@ -266,6 +278,9 @@ std::optional<TWList> TWEWSService::getElementsInResponse(const Messages& messag
     if (entry.isAbsent()) return std::nullopt;
     if (const auto container = entry.asXML())
       std::ranges::move(getElementsInContainer(container), std::back_inserter(results));
+    else if (class_.resultsAreObjects && !entry.asError())
+      results.emplace_back(
+          missingContainer(class_.elementContainerName.value_or(std::string_view()), message));
     else
       results.push_back(std::move(entry));
   }

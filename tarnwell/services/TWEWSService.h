@@ -37,12 +37,39 @@ struct TWServiceClass {
   TWErrorCodes warningsToCatchInResponse = {TWErrorCode::ErrorBatchProcessingStopped};
   /// Warnings whose message is read like a success.
   TWErrorCodes warningsToIgnoreInResponse = {};
+  /// The service makes objects of its results, so that a success that has none is error 2
+  /// (ErrorTransport) in its place instead of true.
+  bool resultsAreObjects = false;
 
   /// "m:GetItem".
   [[nodiscard]] std::string rootName() const;
   /// What services catch unless they say otherwise; a service with codes of its own adds or
   /// replaces.
   [[nodiscard]] static const TWErrorCodes& baseErrorsToCatch();
+};
+
+/// What is fixed for an operation, asked of its class: `TWResolveNames::serviceName()`. The class
+/// has a static `descriptor()`.
+template <class Service>
+class TWServiceStatics {
+ public:
+  [[nodiscard]] static std::string_view serviceName() { return Service::descriptor().serviceName; }
+  [[nodiscard]] static std::string rootName() { return Service::descriptor().rootName(); }
+  [[nodiscard]] static std::optional<std::string_view> elementContainerName() {
+    return Service::descriptor().elementContainerName;
+  }
+  [[nodiscard]] static std::string_view elementContainerXMLns() {
+    return Service::descriptor().elementContainerXMLns;
+  }
+  [[nodiscard]] static const TWErrorCodes& errorsToCatchInResponse() {
+    return Service::descriptor().errorsToCatchInResponse;
+  }
+  [[nodiscard]] static const TWErrorCodes& warningsToCatchInResponse() {
+    return Service::descriptor().warningsToCatchInResponse;
+  }
+  [[nodiscard]] static const TWErrorCodes& warningsToIgnoreInResponse() {
+    return Service::descriptor().warningsToIgnoreInResponse;
+  }
 };
 
 /// Base of every EWS operation: wraps the payload in an envelope, posts it, finds the API version
@@ -129,7 +156,8 @@ class TWEWSService {
                                             TWError* error = nullptr) const;
 
  protected:
-  /// A service that lives as long as `serviceClass`, which is a constant, and holds its context.
+  /// `serviceClass` is a constant, which outlives the service; the context is held. Without one
+  /// (null) every call fails as on a closed protocol.
   TWEWSService(const TWServiceClass& serviceClass, std::shared_ptr<TWServiceContext> context);
 
   [[nodiscard]] TWServiceContext& context() const noexcept { return *context_; }

@@ -10,14 +10,16 @@ namespace tarnwell {
 
 /// GetServerTimeZones: the time zones that the server knows. For applications; the library does not
 /// call it.
-class TWGetServerTimeZones : public TWEWSService {
+class TWGetServerTimeZones : public TWEWSService, public TWServiceStatics<TWGetServerTimeZones> {
  public:
-  explicit TWGetServerTimeZones(std::shared_ptr<TWServiceContext> protocol);
+  /// No account is bound to it, so nobody is impersonated.
+  explicit TWGetServerTimeZones(std::shared_ptr<TWBaseProtocol> protocol);
   [[nodiscard]] static std::shared_ptr<TWGetServerTimeZones> withProtocol(
-      std::shared_ptr<TWServiceContext> protocol);
+      std::shared_ptr<TWBaseProtocol> protocol);
+  [[nodiscard]] static const TWServiceClass& descriptor();
 
   /// A list of two-element lists: the id ("W. Europe Standard Time") and the display name of each
-  /// zone.
+  /// zone; an error that was caught in place of a message's zones.
   /// @param returnFullTimeZoneData  ask for the rules of the zones too; they are not read.
   /// Errors: 264 (ErrorMissingArgument) on a server before Exchange 2010; then nothing is sent.
   [[nodiscard]] std::optional<TWList> call(bool returnFullTimeZoneData, TWError* error = nullptr);

@@ -4,13 +4,29 @@
 
 #include "tarnwell/items/TWMailbox.h"
 #include "tarnwell/protocol/TWBuilds.h"
+#include "tarnwell/protocol/TWProtocol.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
 namespace {
 
-const TWServiceClass& resolveNames() {
+/// The id element of a folder, for this request alone: an element of the caller's may stand in
+/// another tree.
+NKXMLElement idElement(const TWValue& folder, const TWBuild* version, TWError* error) {
+  TWError failure;
+  const auto object = folder.asObject();
+  auto element = object ? object->toXML(version, &failure) : folder.asXML().copy();
+  if (!failure && element.attributeForName("Id").stringValue().value_or(std::string()).empty())
+    failure = {TWErrorCode::ErrorValueOutOfRange, "Folder must have an ID"};
+  if (!failure) return element;
+  setError(error, failure);
+  return {};
+}
+
+}  // namespace
+
+const TWServiceClass& TWResolveNames::descriptor() {
   static const auto* const kClass = new TWServiceClass{
       .serviceName = "ResolveNames",
       .elementContainerName = "ResolutionSet",
@@ -19,17 +35,16 @@ const TWServiceClass& resolveNames() {
       // success.
       .errorsToCatchInResponse = {TWErrorCode::ErrorNameResolutionNoResults},
       .warningsToIgnoreInResponse = {TWErrorCode::ErrorNameResolutionMultipleResults},
+      .resultsAreObjects = true,
   };
   return *kClass;
 }
 
-}  // namespace
-
-TWResolveNames::TWResolveNames(std::shared_ptr<TWServiceContext> protocol)
-    : TWEWSService(resolveNames(), std::move(protocol)) {}
+TWResolveNames::TWResolveNames(std::shared_ptr<TWBaseProtocol> protocol)
+    : TWEWSService(descriptor(), std::move(protocol)) {}
 
 std::shared_ptr<TWResolveNames> TWResolveNames::withProtocol(
-    std::shared_ptr<TWServiceContext> protocol) {
+    std::shared_ptr<TWBaseProtocol> protocol) {
   return std::make_shared<TWResolveNames>(std::move(protocol));
 }
 
@@ -47,9 +62,15 @@ NKXMLElement TWResolveNames::getPayload(const std::vector<std::string>& names,
   TWDictionary attributes{{"ReturnFullContactData", returnFullContactData ? "true" : "false"}};
   attributes.setSafeObject(searchScope, "SearchScope");
   attributes.setSafeObject(contactDataShape, "ContactDataShape");
-  auto payload = TWUtils::createElement(serviceClass().rootName(), attributes);
-  if (!parentFolders.empty())
-    TWUtils::createAndAddElementToParent(payload, "m:ParentFolderIds", parentFolders);
+  auto payload = TWUtils::createElement(rootName(), attributes);
+  TWList folderIds;
+  for (const auto& folder : parentFolders) {
+    const auto id = idElement(folder, server ? &*server : nullptr, error);
+    if (!id) return {};
+    folderIds.emplace_back(id);
+  }
+  if (!folderIds.empty())
+    TWUtils::createAndAddElementToParent(payload, "m:ParentFolderIds", folderIds);
   for (const auto& name : names)
     TWUtils::createAndAddElementToParent(payload, "m:UnresolvedEntry", name);
   return payload;

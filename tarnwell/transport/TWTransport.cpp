@@ -3,6 +3,7 @@
 #include <array>
 #include <utility>
 
+#include "tarnwell/Core/XML/detail/LiteralText.h"
 #include "tarnwell/protocol/TWCredentials.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWConnection.h"
@@ -56,7 +57,7 @@ std::string TWTransport::wrap(const NKXMLElement& payload, std::string_view vers
       {{"xmlns:s", kSoapNamespace}, {"xmlns:t", kTypesNamespace}, {"xmlns:m", kMessagesNamespace}});
   envelope.addChild(header(version, account));
   TWUtils::createAndAddElementToParent(envelope, "s:Body", payload);
-  return envelope.XMLString();
+  return detail::literalXMLString(envelope);
 }
 
 TWAuthType TWTransport::authTypeFromResponse(const TWResponse& response, TWError* error) {

@@ -46,6 +46,11 @@ TEST(TWAutodiscover, TheRequestNamesTheAddressAndTheSchemaOfTheAnswer) {
           "</AcceptableResponseSchema></Request></Autodiscover>"));
 }
 
+TEST(TWAutodiscover, TheRequestKeepsEveryBackslash) {
+  EXPECT_THAT(TWAutodiscover::getAutodiscoverPayload("CORP\\Nina@example.com"),
+              testing::HasSubstr("<EMailAddress>CORP\\Nina@example.com</EMailAddress>"));
+}
+
 TEST(TWAutodiscover, ReadsTheEndpointAndTheAddress) {
   const auto params = TWAutodiscover::parseAutodiscoverResponse(
       answerWith(kEmail + protocol("EXCH", "https://in/")));

@@ -9,6 +9,7 @@
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWUtils.h"
 
+#include "tests/services/ServiceFixture.h"
 #include "tests/support/EWSAnswers.h"
 #include "tests/support/RecordingLog.h"
 #include "tests/support/ScriptedServer.h"
@@ -17,92 +18,17 @@
 namespace tarnwell {
 namespace {
 
+using test::Account;
+using test::k2016;
+using test::kDeleteItem;
+using test::kFindFolder;
+using test::kGetItem;
 using test::ScriptedAnswer;
 using test::ScriptedRequest;
 using test::ScriptedServer;
+using test::Service;
+using test::TWEWSServiceTest;
 using testing::HasSubstr;
-
-/// Operations as the library declares them: one that reads items, one without results, one that
-/// pages.
-const TWServiceClass kGetItem{.serviceName = "GetItem",
-                              .elementContainerName = "Items",
-                              .elementContainerXMLns = kMessagesNamespace};
-const TWServiceClass kDeleteItem{.serviceName = "DeleteItem"};
-const TWServiceClass kFindFolder{.serviceName = "FindFolder",
-                                 .elementContainerName = "Folders",
-                                 .elementContainerXMLns = kTypesNamespace};
-
-class Service : public TWEWSService {
- public:
-  Service(const TWServiceClass& declared, std::shared_ptr<TWServiceContext> context)
-      : TWEWSService(declared, std::move(context)) {}
-};
-
-/// An account, as far as a service sees one.
-class Account : public TWServiceContext {
- public:
-  explicit Account(std::shared_ptr<TWBaseProtocol> protocol) : protocol_(std::move(protocol)) {}
-  std::shared_ptr<TWBaseProtocol> serviceProtocol() override { return protocol_; }
-  std::optional<TWVersion> version() const override { return version_; }
-  void setVersion(TWVersion version) override { version_ = std::move(version); }
-  std::optional<TWEnvelopeContext> envelopeContext() const override {
-    return TWEnvelopeContext{"boss@example.com", "UTC"};
-  }
-  std::optional<std::string> logName() const override { return "boss@example.com"; }
-
- private:
-  std::shared_ptr<TWBaseProtocol> protocol_;
-  std::optional<TWVersion> version_;
-};
-
-constexpr std::string_view k2016 = R"(MajorVersion="15" MinorVersion="1" Version="Exchange2016")";
-
-class TWEWSServiceTest : public testing::Test {
- protected:
-  /// The answer to a call of the operation, with everything that can be said about it.
-  std::optional<TWList> call(const TWServiceClass& declared, TWError* error = nullptr) {
-    return Service(declared, protocol())
-        .getElements(TWUtils::createElement(declared.rootName()), error);
-  }
-  std::optional<TWList> callAnswered(const TWServiceClass& declared, ScriptedAnswer answer,
-                                     TWError* error = nullptr) {
-    server.enqueue(std::move(answer));
-    return call(declared, error);
-  }
-  TWError errorOf(ScriptedAnswer answer, const TWServiceClass& declared = kGetItem) {
-    TWError error;
-    EXPECT_FALSE(callAnswered(declared, std::move(answer), &error));
-    EXPECT_TRUE(error);
-    return error;
-  }
-  /// An answer with one response message.
-  static ScriptedAnswer message(std::string_view responseClass, std::string_view code,
-                                std::string_view content = "",
-                                std::string_view operation = "GetItem") {
-    return ScriptedAnswer::xml(test::envelope(
-        test::response(operation, test::responseMessage(operation, responseClass, code, content)),
-        k2016));
-  }
-  static ScriptedAnswer body(std::string_view content, int status = 200) {
-    return ScriptedAnswer::xml(test::envelope(content), status);
-  }
-  static ScriptedAnswer refused() {
-    return ScriptedAnswer::xml(test::faultEnvelope("ErrorInvalidServerVersion", "no"), 500);
-  }
-  std::shared_ptr<TWProtocol> protocol() {
-    if (!protocol_)
-      protocol_ = TWProtocol::withServiceEndpoint(
-          server.url("/EWS/Exchange.asmx"),
-          TWCredentials::credentialsWithUsernamePassword("ann", "pw"),
-          TWVersion(TWBuild(15, 1), "Exchange2016"));
-    return protocol_;
-  }
-
-  ScriptedServer server;
-
- private:
-  std::shared_ptr<TWProtocol> protocol_;
-};
 
 TEST_F(TWEWSServiceTest, TheBaseCatchesTheseCodes) {
   std::set<std::int64_t> codes;
@@ -190,15 +116,20 @@ TEST_F(TWEWSServiceTest, NoErrorOfAnotherClassIsTrueWhateverTheContainer) {
 TEST_F(TWEWSServiceTest, EveryCaughtCodeTakesThePlaceOfItsResult) {
   for (const auto code : TWServiceClass::baseErrorsToCatch()) {
     const auto name = *TWErrors::stringFromCode(static_cast<std::int64_t>(code));
-    const auto results = callAnswered(kGetItem, message("Error", name));
+    TWError error;
+    const auto results = callAnswered(kGetItem, message("Error", name), &error);
     ASSERT_TRUE(results) << name;
+    EXPECT_FALSE(error) << error;
     EXPECT_TRUE(results->at(0).asError().is(code)) << name;
   }
 }
 
 TEST_F(TWEWSServiceTest, AWarningIsCaughtReadOrJudgedAsAnError) {
-  const auto stopped = callAnswered(kGetItem, message("Warning", "ErrorBatchProcessingStopped"));
+  TWError none;
+  const auto stopped =
+      callAnswered(kGetItem, message("Warning", "ErrorBatchProcessingStopped"), &none);
   ASSERT_TRUE(stopped);
+  EXPECT_FALSE(none);
   EXPECT_TRUE(stopped->at(0).asError().is(TWErrorCode::ErrorBatchProcessingStopped));
   const auto caught = callAnswered(kGetItem, message("Warning", "ErrorItemNotFound"));
   ASSERT_TRUE(caught);
@@ -254,12 +185,15 @@ TEST_F(TWEWSServiceTest, AMessageWithoutACodeSaysSo) {
 }
 
 TEST_F(TWEWSServiceTest, WhatTheServerSaysBesidesIsNotInTheMessage) {
-  const auto error =
-      errorOf(message("Error", "ErrorAccessDenied",
-                      "<m:MessageText>Not you</m:MessageText><m:MessageXml><t:FieldURI "
-                      "FieldURI=\"item:Subject\"/></m:MessageXml>"));
-  EXPECT_EQ(error.message(), "Error: ErrorAccessDenied");
-  EXPECT_EQ(error.userInfo().allKeys(), std::vector<std::string>{"d"});
+  for (const char* field :
+       {"FieldURI FieldURI=\"item:Subject\"", "IndexedFieldURI FieldIndex=\"1\"",
+        "ExtendedFieldURI PropertyTag=\"1\"", "ExceptionFieldURI"}) {
+    const auto error = errorOf(message("Error", "ErrorAccessDenied",
+                                       "<m:MessageText>Not you</m:MessageText><m:MessageXml><t:" +
+                                           std::string(field) + "/></m:MessageXml>"));
+    EXPECT_EQ(error.message(), "Error: ErrorAccessDenied");
+    EXPECT_EQ(error.userInfo().allKeys(), std::vector<std::string>{"d"});
+  }
 }
 
 TEST_F(TWEWSServiceTest, PrefixesDoNotMatterAndNamespacesDo) {
@@ -276,6 +210,30 @@ TEST_F(TWEWSServiceTest, PrefixesDoNotMatterAndNamespacesDo) {
   EXPECT_EQ(*results, TWList{true});
   EXPECT_EQ(errorOf(ScriptedAnswer::xml("<Envelope><Body/></Envelope>")),
             TWError(TWErrorCode::ErrorTransport, "No body element in SOAP response"));
+}
+
+TEST_F(TWEWSServiceTest, NothingIsReadInAnotherNamespace) {
+  for (const char* content :
+       {"<t:ResponseCode>NoError</t:ResponseCode>",
+        "<t:MessageText>Oops</t:MessageText><t:MessageXml><t:X/></t:MessageXml>"})
+    EXPECT_EQ(errorOf(body(test::response(
+                  "GetItem", "<m:GetItemResponseMessage ResponseClass=\"Success\">" +
+                                 std::string(content) + "</m:GetItemResponseMessage>"))),
+              TWError(TWErrorCode::ErrorTransport,
+                      "Empty responseCode in responseMessage (MessageText: (null), XML: (null))"));
+  for (const char* content : {"<t:GetItemResponse><m:ResponseMessages/></t:GetItemResponse>",
+                              "<t:Fault><faultcode>ErrorServerBusy</faultcode></t:Fault>"}) {
+    const auto error = errorOf(body(content));
+    EXPECT_TRUE(error.is(TWErrorCode::ErrorSOAP));
+    EXPECT_THAT(error.message(), testing::StartsWith("Unknown SOAP response: <s:Body"));
+  }
+  const auto results = callAnswered(
+      kGetItem,
+      body(test::response("GetItem", "<t:GetItemResponseMessage ResponseClass=\"Error\"/>" +
+                                         test::responseMessage("GetItem", "Success", "NoError",
+                                                               "<m:Items><t:A/></m:Items>"))));
+  ASSERT_TRUE(results);
+  EXPECT_EQ(results->size(), 1U);
 }
 
 TEST_F(TWEWSServiceTest, TheResponseOfAnotherOperationIsUnknown) {
@@ -320,6 +278,15 @@ TEST_F(TWEWSServiceTest, AnyOtherFaultTellsItsParts) {
                           "code: ErrorFuture msg: (null) (<detail"));
 }
 
+TEST_F(TWEWSServiceTest, ADetailMayNameACodeWithoutAMessage) {
+  const auto error =
+      errorOf(fault("<detail><e:ResponseCode "
+                    "xmlns:e=\"http://schemas.microsoft.com/exchange/services/2006/errors\">"
+                    "ErrorServerBusy</e:ResponseCode></detail>"));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorServerBusy));
+  EXPECT_TRUE(error.userInfo()["d"].isAbsent());
+}
+
 TEST_F(TWEWSServiceTest, ADetailInAnotherNamespaceIsNotRead) {
   EXPECT_TRUE(errorOf(fault("<detail><ResponseCode>ErrorServerBusy</ResponseCode></detail>"))
                   .is(TWErrorCode::ErrorSOAP));
@@ -331,6 +298,11 @@ TEST_F(TWEWSServiceTest, AnUnauthorizedAnswerWithoutSOAPIsAccessDenied) {
   const TWError denied(TWErrorCode::ErrorAccessDenied, "Access denied");
   EXPECT_EQ(errorOf(ScriptedAnswer::xml("", 401)), denied);
   EXPECT_EQ(errorOf(ScriptedAnswer::xml("<html><body>No</body></html>", 401)), denied);
+}
+
+TEST_F(TWEWSServiceTest, AnUnauthorizedAnswerWithAFaultIsThatFault) {
+  EXPECT_EQ(errorOf(ScriptedAnswer::xml(test::faultEnvelope("ErrorAccountDisabled", "gone"), 401)),
+            TWError(TWErrorCode::ErrorAccountDisabled, "gone"));
 }
 
 TEST_F(TWEWSServiceTest, WhatIsNoXMLIsABadResponse) {
@@ -361,108 +333,15 @@ TEST_F(TWEWSServiceTest, ARefusedRedirectIsCodeOneWithItsTarget) {
   EXPECT_TRUE(Service(kGetItem, base).getElements(TWUtils::createElement("m:GetItem")));
 }
 
-// The API version.
+// Logging, connections, threads.
 
-TEST_F(TWEWSServiceTest, TriesTheNextVersionWhenOneIsRefusedAndRemembersIt) {
-  protocol()->setVersion(TWVersion(std::nullopt, "Exchange2013"));
-  server.enqueue(refused());
-  server.enqueue(ScriptedAnswer::xml(test::envelope(
-      test::response("GetItem",
-                     test::responseMessage("GetItem", "Success", "NoError", "<m:Items/>")),
-      R"(MajorVersion="8" MinorVersion="0" MajorBuildNumber="685" MinorBuildNumber="24")")));
+TEST_F(TWEWSServiceTest, AnAccountsServiceLogsItsFailuresUnderTheUser) {
+  server.enqueue(message("Error", "ErrorAccessDenied"));
   const test::RecordingLog log;
-  EXPECT_TRUE(call(kGetItem));
-  ASSERT_EQ(server.requests().size(), 2U);
-  EXPECT_THAT(server.requests()[0].body, HasSubstr("Version=\"Exchange2013\""));
-  EXPECT_THAT(server.requests()[1].body,
-              test::EqualsXML(test::requestEnvelope("Exchange2007", "<m:GetItem/>")));
-  EXPECT_EQ(protocol()->version(), TWVersion(TWBuild(8, 0, 685, 24), "Exchange2007"));
-  EXPECT_THAT(log.lines(),
-              testing::IsSupersetOf({"[ann] Setting API version: Exchange2007",
-                                     "[ann] Setting Build: TWBuild: (8, 0, 685, 24)"}));
-}
-
-TEST_F(TWEWSServiceTest, TheOtherVersionCodeIsARefusalToo) {
-  server.enqueue(ScriptedAnswer::xml(
-      test::faultEnvelope("ErrorInvalidSchemaVersionForMailboxVersion", "no"), 500));
-  server.enqueue(message("Success", "NoError", "<m:Items/>"));
-  EXPECT_TRUE(call(kGetItem));
-  EXPECT_EQ(server.requests().size(), 2U);
-}
-
-TEST_F(TWEWSServiceTest, GivesUpWhenEveryVersionIsRefused) {
-  ScriptedServer refusing([](const ScriptedRequest&) { return refused(); });
-  const auto refusedProtocol = TWProtocol::withServiceEndpoint(
-      refusing.url("/"), TWCredentials::credentialsWithUsernamePassword("ann", "pw"),
-      TWVersion(std::nullopt, "Exchange2010_SP2"));
-  TWError error;
-  EXPECT_FALSE(
-      Service(kGetItem, refusedProtocol).getElements(TWUtils::createElement("m:GetItem"), &error));
-  EXPECT_EQ(
-      error,
-      TWError(
-          TWErrorCode::ErrorInvalidSchemaVersionForMailboxVersion,
-          "Tried versions: (Exchange2010_SP2, Exchange2007, Exchange2007_SP1, Exchange2007_SP1, "
-          "Exchange2007_SP1, Exchange2010, Exchange2010_SP1, Exchange2013, Exchange2013_SP1, "
-          "Exchange2015, Exchange2015_SP1, Exchange2016) but were invalid for account: ann"));
-  EXPECT_EQ(refusing.requestCount(), 12U);
-  EXPECT_EQ(refusedProtocol->version(), TWVersion(std::nullopt, "Exchange2010_SP2"));
-}
-
-TEST_F(TWEWSServiceTest, WithoutAVersionTheListIsTriedInItsOrder) {
-  const auto plain = TWProtocol::withServiceEndpoint(server.url("/"), nullptr, TWVersion());
-  server.enqueue(message("Success", "NoError", "<m:Items/>"));
-  EXPECT_TRUE(Service(kGetItem, plain).getElements(TWUtils::createElement("m:GetItem")));
-  EXPECT_THAT(server.requests()[0].body, HasSubstr("Version=\"Exchange2007\""));
-}
-
-TEST_F(TWEWSServiceTest, ARefusalInsideAMessageIsNoReasonToTryAnotherVersion) {
-  EXPECT_TRUE(errorOf(message("Error", "ErrorInvalidServerVersion"))
-                  .is(TWErrorCode::ErrorInvalidServerVersion));
-  EXPECT_EQ(server.requests().size(), 1U);
-}
-
-TEST_F(TWEWSServiceTest, AnyOtherFaultEndsTheCallAndLeavesTheVersion) {
-  protocol()->setVersion(TWVersion(std::nullopt, "Exchange2016"));
-  EXPECT_TRUE(errorOf(ScriptedAnswer::xml(test::faultEnvelope("ErrorServerBusy", "x"), 500))
-                  .is(TWErrorCode::ErrorServerBusy));
-  EXPECT_EQ(server.requests().size(), 1U);
-  EXPECT_EQ(protocol()->version(), TWVersion(std::nullopt, "Exchange2016"));
-}
-
-TEST_F(TWEWSServiceTest, TheFaultNamedErrorResponseMessageStillTellsTheVersion) {
-  protocol()->setVersion(TWVersion(std::nullopt, "Exchange2016"));
-  EXPECT_TRUE(errorOf(ScriptedAnswer::xml(test::faultEnvelope("ErrorResponseMessage", "x"), 500))
-                  .is(TWErrorCode::ErrorResponseMessage));
-  EXPECT_EQ(protocol()->version(), TWVersion(TWBuild(), "Exchange2016"));
-}
-
-TEST_F(TWEWSServiceTest, AVersionWithABuildIsKept) {
-  const test::RecordingLog log;
-  EXPECT_TRUE(callAnswered(kGetItem, ScriptedAnswer::xml(test::envelope(
-                                         test::response("GetItem", ""), R"(MajorVersion="8")"))));
-  EXPECT_EQ(protocol()->version(), TWVersion(TWBuild(15, 1), "Exchange2016"));
-  EXPECT_THAT(log.lines(), testing::Not(testing::Contains(HasSubstr("Setting"))));
-}
-
-TEST_F(TWEWSServiceTest, AnAnswerWithoutVersionInformationKeepsTheNameTried) {
-  protocol()->setVersion(TWVersion(std::nullopt, "Exchange2013"));
-  EXPECT_TRUE(callAnswered(kGetItem, body(test::response("GetItem", ""))));
-  EXPECT_EQ(protocol()->version(), TWVersion(TWBuild(), "Exchange2013"));
-}
-
-TEST_F(TWEWSServiceTest, AnAccountsServiceUsesAndKeepsTheAccountsVersion) {
-  const auto account = std::make_shared<Account>(protocol());
-  account->setVersion(TWVersion(std::nullopt, "Exchange2010_SP1"));
-  server.enqueue(ScriptedAnswer::xml(
-      test::envelope(test::response("GetItem", ""), R"(MajorVersion="14" MinorVersion="1")")));
-  const test::RecordingLog log;
-  EXPECT_TRUE(Service(kGetItem, account).getElements(TWUtils::createElement("m:GetItem")));
-  EXPECT_THAT(server.requests()[0].body, HasSubstr("Version=\"Exchange2010_SP1\""));
-  EXPECT_EQ(account->version(), TWVersion(TWBuild(14, 1), "Exchange2010_SP1"));
-  EXPECT_EQ(protocol()->version(), TWVersion(TWBuild(15, 1), "Exchange2016"));
-  EXPECT_THAT(log.lines(),
-              testing::Contains("[boss@example.com] Setting API version: Exchange2010_SP1"));
+  EXPECT_FALSE(Service(kGetItem, std::make_shared<Account>(protocol()))
+                   .getElements(TWUtils::createElement("m:GetItem")));
+  EXPECT_EQ(log.lines().back(),
+            "[ann] Get elements failed with error: org.tarnwell.ews 10: Error: ErrorAccessDenied");
 }
 
 TEST_F(TWEWSServiceTest, LogsItsStepsInOrder) {
@@ -493,6 +372,67 @@ TEST_F(TWEWSServiceTest, TheAlternateConnectionIsTheDownloader) {
   EXPECT_TRUE(service.getElements(TWUtils::createElement("m:GetItem"), false, true));
   EXPECT_TRUE(service.getElements(TWUtils::createElement("m:GetItem"), false));
   EXPECT_NE(server.requests()[0].connection, server.requests()[1].connection);
+}
+
+TEST_F(TWEWSServiceTest, TheMessagesMayBeHadUnjudgedOverEitherConnection) {
+  Service service(kGetItem, protocol());
+  for (const bool alternate : {false, true}) {
+    server.enqueue(message("Error", "ErrorAccessDenied"));
+    const auto messages =
+        service.getResponseXML(TWUtils::createElement("m:GetItem"), false, alternate);
+    ASSERT_TRUE(messages);
+    ASSERT_EQ(messages->size(), 1U);
+    EXPECT_EQ(messages->at(0).localName(), "GetItemResponseMessage");
+  }
+  EXPECT_NE(server.requests()[0].connection, server.requests()[1].connection);
+}
+
+/// Has its answer ready.
+class ReadyExchange : public TWStreamExchange {
+ public:
+  explicit ReadyExchange(std::string_view answer) : answer_(answer.begin(), answer.end()) {}
+  std::optional<TWData> await() override { return answer_; }
+  void cancel() override {}
+  void setAllowInsecureCertificate(bool /*allow*/) override {}
+
+ private:
+  TWData answer_;
+};
+
+TEST_F(TWEWSServiceTest, StreamingRequestsGoOverAnExchangeOfTheirOwn) {
+  std::vector<std::string> streamed;
+  TWConnectionOptions options;
+  options.makeStream = [&streamed](std::shared_ptr<TWCredentials>, TWHTTPRequest request,
+                                   const TWConnectionOptions&) {
+    streamed.emplace_back(request.body->begin(), request.body->end());
+    return std::make_shared<ReadyExchange>(
+        message("Success", "NoError", "<m:Items><t:Streamed/></m:Items>").body);
+  };
+  const auto streaming =
+      TWProtocol::withServiceEndpoint(server.url("/"), nullptr, TWVersion(TWBuild(15, 1)), options);
+  Service service(kGetItem, streaming);
+  const auto results = service.getElements(TWUtils::createElement("m:GetItem"), true);
+  ASSERT_TRUE(results);
+  ASSERT_EQ(results->size(), 1U);
+  EXPECT_EQ(results->at(0).asXML().localName(), "Streamed");
+  EXPECT_TRUE(service.getResponseXML(TWUtils::createElement("m:GetItem"), true, true));
+  ASSERT_EQ(streamed.size(), 2U);
+  EXPECT_THAT(streamed[0], test::EqualsXML(test::requestEnvelope("Exchange2016", "<m:GetItem/>")));
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWEWSServiceTest, WithoutAProtocolOrOnAClosedOneACallFails) {
+  protocol()->close();
+  for (const std::shared_ptr<TWServiceContext>& context :
+       {std::shared_ptr<TWServiceContext>(), std::shared_ptr<TWServiceContext>(protocol()),
+        std::shared_ptr<TWServiceContext>(std::make_shared<Account>(nullptr))}) {
+    for (const bool alternate : {false, true}) {
+      TWError error;
+      EXPECT_FALSE(Service(kGetItem, context)
+                       .getElements(TWUtils::createElement("m:GetItem"), false, alternate, &error));
+      EXPECT_EQ(error, TWError(TWErrorCode::ErrorSOAP, "Bad SOAP Response: (null)"));
+    }
+  }
 }
 
 TEST_F(TWEWSServiceTest, ThreadsMayRenegotiateAtTheSameTime) {
@@ -581,6 +521,47 @@ TEST_F(TWPagedServiceResponseTest, AMissingOffsetCountsAsOne) {
   EXPECT_FALSE(paged.nextPage(&error));
   EXPECT_EQ(error, mismatch);
   EXPECT_EQ(server.requestCount(), 1U);
+}
+
+TEST_F(TWPagedServiceResponseTest, AMissingOffsetIsRightAfterOneItem) {
+  server.enqueue(page(R"(IncludesLastItemInRange="false")", "<t:Folder/>"));
+  server.enqueue(page(R"(IncludesLastItemInRange="true")", "<t:Folder/>"));
+  auto paged = pages();
+  EXPECT_TRUE(paged.nextPage());
+  EXPECT_TRUE(paged.nextPage());
+  EXPECT_THAT(server.requests().at(1).body, HasSubstr("Offset=\"1\""));
+}
+
+TEST_F(TWPagedServiceResponseTest, APageThatDoesNotSayThatItIsTheLastIsNot) {
+  server.enqueue(page(R"(IndexedPagingOffset="1")", "<t:Folder/>"));
+  auto paged = pages();
+  EXPECT_TRUE(paged.nextPage());
+  EXPECT_EQ(paged.nextOffset(), 1);
+}
+
+TEST_F(TWPagedServiceResponseTest, StartsAtTheBeginningWhateverOffsetIsGiven) {
+  server.enqueue(page(R"(IncludesLastItemInRange="true")", "<t:Folder/>"));
+  auto paged = TWPagedServiceResponse::pagedCall(
+      std::make_shared<Service>(kFindFolder, protocol()),
+      [](const TWDictionary& args, TWError*) {
+        return TWUtils::createElement("m:FindFolder", {{"Offset", args["offset"]}});
+      },
+      0, TWDictionary{{"offset", 7}});
+  EXPECT_TRUE(paged.nextPage());
+  EXPECT_THAT(server.requests().at(0).body, HasSubstr("Offset=\"0\""));
+}
+
+TEST_F(TWPagedServiceResponseTest, FailuresNeedNoErrorPointer) {
+  for (const auto& answer : {message("Error", "ErrorItemNotFound", "", "FindFolder"),
+                             body(test::response("FindFolder", "")), ScriptedAnswer::xml("hello"),
+                             page("IndexedPagingOffset=\"0\"", "")}) {
+    server.enqueue(answer);
+    EXPECT_FALSE(pages().nextPage());
+  }
+  server.enqueue(page(R"(IndexedPagingOffset="5")", "<t:Folder/>"));
+  auto paged = pages();
+  EXPECT_TRUE(paged.nextPage());
+  EXPECT_FALSE(paged.nextPage());
 }
 
 TEST_F(TWPagedServiceResponseTest, AnEmptyViewIsOneEmptyPage) {

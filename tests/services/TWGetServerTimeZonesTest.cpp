@@ -20,12 +20,17 @@ class TWGetServerTimeZonesTest : public testing::Test {
     return TWGetServerTimeZones::withProtocol(TWProtocol::withServiceEndpoint(
         server.url("/"), nullptr, TWVersion(build, "Exchange2010")));
   }
+  static std::string message(std::string_view definitions,
+                             std::string_view responseClass = "Success") {
+    return test::responseMessage(
+        "GetServerTimeZones", responseClass, "NoError",
+        "<m:TimeZoneDefinitions>" + std::string(definitions) + "</m:TimeZoneDefinitions>");
+  }
+  static ScriptedAnswer answerOf(std::string_view messages) {
+    return ScriptedAnswer::xml(test::envelope(test::response("GetServerTimeZones", messages)));
+  }
   static ScriptedAnswer answer(std::string_view definitions) {
-    return ScriptedAnswer::xml(test::envelope(test::response(
-        "GetServerTimeZones",
-        test::responseMessage(
-            "GetServerTimeZones", "Success", "NoError",
-            "<m:TimeZoneDefinitions>" + std::string(definitions) + "</m:TimeZoneDefinitions>"))));
+    return answerOf(message(definitions));
   }
   ScriptedServer server;
 };
@@ -37,6 +42,9 @@ TEST_F(TWGetServerTimeZonesTest, DeclaresItsNames) {
   EXPECT_EQ(declared.elementContainerXMLns,
             "http://schemas.microsoft.com/exchange/services/2006/messages");
   EXPECT_EQ(declared.errorsToCatchInResponse, TWServiceClass::baseErrorsToCatch());
+  EXPECT_EQ(declared.warningsToCatchInResponse,
+            TWErrorCodes{TWErrorCode::ErrorBatchProcessingStopped});
+  EXPECT_TRUE(declared.warningsToIgnoreInResponse.empty());
 }
 
 TEST_F(TWGetServerTimeZonesTest, AServerBefore2010IsNotAsked) {
@@ -70,6 +78,26 @@ TEST_F(TWGetServerTimeZonesTest, GivesPairsOfIdAndNameAndSkipsTheRest) {
   const auto zones = service(TWBuild(14, 0))->call(false);
   ASSERT_TRUE(zones);
   EXPECT_EQ(*zones, (TWList{TWValue::list({"UTC", "Coordinated"}), TWValue::list({"W", "West"})}));
+}
+
+TEST_F(TWGetServerTimeZonesTest, PairsOfAllMessagesStandInOneListWithErrorsInPlace) {
+  server.enqueue(answerOf(message(R"(<t:TimeZoneDefinition Id="A" Name="a"/>)") +
+                          message("", "Warning") +
+                          message(R"(<t:TimeZoneDefinition Id="B" Name="b"/>)")));
+  const auto zones = service(TWBuild(14, 0))->call(false);
+  ASSERT_TRUE(zones);
+  ASSERT_EQ(zones->size(), 3U);
+  EXPECT_EQ(zones->at(0), TWValue::list({"A", "a"}));
+  EXPECT_TRUE(zones->at(1).asError().is(TWErrorCode::ErrorTransport));
+  EXPECT_THAT(zones->at(1).asError().message(),
+              testing::StartsWith("No TimeZoneDefinitions elements in ResponseMessage"));
+  EXPECT_EQ(zones->at(2), TWValue::list({"B", "b"}));
+}
+
+TEST_F(TWGetServerTimeZonesTest, WithoutAProtocolACallFailsAsOnAClosedOne) {
+  TWError error;
+  EXPECT_FALSE(TWGetServerTimeZones::withProtocol(nullptr)->call(false, &error));
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorSOAP, "Bad SOAP Response: (null)"));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "tests/support/EWSAnswers.h"
 #include "tests/support/ScriptedServer.h"
+#include "tests/support/TestObjects.h"
 #include "tests/support/XMLMatchers.h"
 
 namespace tarnwell {
@@ -58,6 +59,17 @@ TEST_F(TWResolveNamesTest, DeclaresItsNamesAndCodes) {
             TWErrorCodes{TWErrorCode::ErrorNameResolutionMultipleResults});
 }
 
+TEST_F(TWResolveNamesTest, TheClassTellsTheSameAsAService) {
+  const auto& declared = service()->serviceClass();
+  EXPECT_EQ(TWResolveNames::serviceName(), declared.serviceName);
+  EXPECT_EQ(TWResolveNames::rootName(), "m:ResolveNames");
+  EXPECT_EQ(TWResolveNames::elementContainerName(), declared.elementContainerName);
+  EXPECT_EQ(TWResolveNames::elementContainerXMLns(), declared.elementContainerXMLns);
+  EXPECT_EQ(TWResolveNames::errorsToCatchInResponse(), declared.errorsToCatchInResponse);
+  EXPECT_EQ(TWResolveNames::warningsToCatchInResponse(), declared.warningsToCatchInResponse);
+  EXPECT_EQ(TWResolveNames::warningsToIgnoreInResponse(), declared.warningsToIgnoreInResponse);
+}
+
 TEST_F(TWResolveNamesTest, AsksForEachNameInOrder) {
   server.enqueue(test::resolveNamesAnswer(k2016));
   EXPECT_TRUE(service()->call({"a&b", "\xC3\xA9", "c"}));
@@ -82,6 +94,64 @@ TEST_F(TWResolveNamesTest, PassesScopeShapeAndFoldersOn) {
           "ContactDataShape=\"AllProperties\">"
           "<m:ParentFolderIds><t:DistinguishedFolderId Id=\"contacts\"/></m:ParentFolderIds>"
           "<m:UnresolvedEntry>x</m:UnresolvedEntry></m:ResolveNames>")));
+}
+
+TEST_F(TWResolveNamesTest, OptionsSayTheSameAsArguments) {
+  server.enqueue(test::resolveNamesAnswer(k2016));
+  server.enqueue(test::resolveNamesAnswer(k2016));
+  const TWList folders{TWUtils::createElement("t:FolderId", {{"Id", "A"}})};
+  EXPECT_TRUE(service()->call({"x"}, folders, true, "ActiveDirectory", "Default"));
+  EXPECT_TRUE(service()->call({"x"}, {.parentFolders = folders,
+                                      .returnFullContactData = true,
+                                      .searchScope = "ActiveDirectory",
+                                      .contactDataShape = "Default"}));
+  EXPECT_EQ(server.requests().at(0).body, server.requests().at(1).body);
+}
+
+TEST_F(TWResolveNamesTest, FoldersMayBeUsedAgainAndMayStandInAnotherTree) {
+  const auto answer = NKXMLElement::withXMLString(
+      "<t:Folder xmlns:t=\"http://schemas.microsoft.com/exchange/services/2006/types\">"
+      "<t:FolderId Id=\"B\" ChangeKey=\"C\"/></t:Folder>");
+  const TWList folders{TWUtils::createElement("t:FolderId", {{"Id", "A"}}),
+                       answer.firstChild().asElement()};
+  for (int call = 0; call < 2; ++call) {
+    server.enqueue(test::resolveNamesAnswer(k2016));
+    EXPECT_TRUE(service()->call({"x"}, folders));
+    EXPECT_THAT(server.requests().back().body,
+                EqualsXML(test::requestEnvelope(
+                    "Exchange2016",
+                    "<m:ResolveNames ReturnFullContactData=\"false\"><m:ParentFolderIds>"
+                    "<t:FolderId Id=\"A\"/><t:FolderId "
+                    "xmlns:t=\"http://schemas.microsoft.com/exchange/services/2006/types\" "
+                    "Id=\"B\" ChangeKey=\"C\"/>"
+                    "</m:ParentFolderIds><m:UnresolvedEntry>x</m:UnresolvedEntry>"
+                    "</m:ResolveNames>")));
+  }
+  EXPECT_EQ(answer.childCount(), 1U);
+}
+
+TEST_F(TWResolveNamesTest, AFolderThatCannotBeNamedIsNotLeftOutInSilence) {
+  const TWError noId(TWErrorCode::ErrorValueOutOfRange, "Folder must have an ID");
+  const auto fake = test::FakeXMLObject::make();
+  for (const TWValue& folder : {TWValue("inbox"), TWValue(1), TWValue::list({"id", "key"}),
+                                TWValue(fake), TWValue(TWUtils::createElement("t:FolderId")),
+                                TWValue(TWUtils::createElement("t:FolderId", {{"Id", ""}}))}) {
+    TWError error;
+    EXPECT_FALSE(service()->call({"x"}, {folder}, false, {}, {}, &error)) << folder;
+    EXPECT_EQ(error, noId) << folder;
+  }
+  fake->failure = TWError(TWErrorCode::ErrorItemSave, "not valid");
+  TWError error;
+  EXPECT_FALSE(service()->call({"x"}, {TWValue(fake)}, false, {}, {}, &error));
+  EXPECT_EQ(error, fake->failure);
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWResolveNamesTest, ANameWithABackslashArrivesWhole) {
+  server.enqueue(test::resolveNamesAnswer(k2016));
+  EXPECT_TRUE(service()->call({"CORP\\Nina"}));
+  EXPECT_THAT(server.requests().at(0).body,
+              testing::HasSubstr("<m:UnresolvedEntry>CORP\\Nina</m:UnresolvedEntry>"));
 }
 
 TEST_F(TWResolveNamesTest, AContactDataShapeNeedsExchange2010SP2) {
@@ -133,6 +203,46 @@ TEST_F(TWResolveNamesTest, ANameThatNobodyHasGivesAnEmptyList) {
   ASSERT_TRUE(mailboxes);
   EXPECT_TRUE(mailboxes->empty());
   EXPECT_FALSE(error);
+}
+
+TEST_F(TWResolveNamesTest, NamesFoundStandBesideNamesThatNobodyHas) {
+  server.enqueue(ScriptedAnswer::xml(test::envelope(
+      test::response(
+          "ResolveNames",
+          test::responseMessage("ResolveNames", "Error", "ErrorNameResolutionNoResults") +
+              test::responseMessage(
+                  "ResolveNames", "Success", "NoError",
+                  "<m:ResolutionSet>" + resolution("A", "a@x") + "</m:ResolutionSet>")),
+      k2016)));
+  const auto mailboxes = service()->call({"nobody", "a"});
+  ASSERT_TRUE(mailboxes);
+  ASSERT_EQ(mailboxes->size(), 1U);
+  EXPECT_EQ(mailboxes->at(0)->get("email_address"), TWValue("a@x"));
+}
+
+TEST_F(TWResolveNamesTest, OnlyMailboxesInTheirNamespaceAreRead) {
+  server.enqueue(test::resolveNamesAnswer(
+      k2016,
+      "<t:Resolution><m:Mailbox><t:EmailAddress>a@x</t:EmailAddress></m:Mailbox></t:Resolution>"));
+  const auto mailboxes = service()->call({"a"});
+  ASSERT_TRUE(mailboxes);
+  EXPECT_TRUE(mailboxes->empty());
+}
+
+TEST_F(TWResolveNamesTest, ASuccessThatHoldsNoResultsEndsTheCall) {
+  server.enqueue(message("Warning", "NoError",
+                         "<m:ResolutionSet>" + resolution("A", "a@x") + "</m:ResolutionSet>"));
+  TWError error;
+  EXPECT_FALSE(service()->call({"x"}, {}, false, {}, {}, &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorTransport));
+  EXPECT_THAT(error.message(), testing::StartsWith("No ResolutionSet elements in ResponseMessage "
+                                                   "<m:ResolveNamesResponseMessage"));
+}
+
+TEST_F(TWResolveNamesTest, WithoutAProtocolACallFailsAsOnAClosedOne) {
+  TWError error;
+  EXPECT_FALSE(TWResolveNames::withProtocol(nullptr)->call({"x"}, {}, false, {}, {}, &error));
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorSOAP, "Bad SOAP Response: (null)"));
 }
 
 TEST_F(TWResolveNamesTest, AnyOtherErrorEndsTheCall) {

@@ -104,6 +104,15 @@ TEST(TWTransport, TheEnvelopeIsOneTextWithoutDeclarationIndentationOrShortTags) 
   EXPECT_EQ(text.find('\n'), std::string::npos);
 }
 
+TEST(TWTransport, TheEnvelopeKeepsEveryBackslash) {
+  const TWEnvelopeContext account{"CORP\\N@example.com", "UTC"};
+  auto payload = TWUtils::createElement("m:X", {{"Path", "C:\\New"}});
+  TWUtils::createAndAddElementToParent(payload, "t:Y", "\\N\\\\NN");
+  const auto text = TWTransport::wrap(payload, "Exchange2013", &account);
+  for (const char* kept : {">CORP\\N@example.com<", "Path=\"C:\\New\"", ">\\N\\\\NN<"})
+    EXPECT_THAT(text, testing::HasSubstr(kept));
+}
+
 TEST(TWTransport, PrefixesAreDeclaredOnlyOnTheRoot) {
   auto payload = TWUtils::createElement("m:GetItem");
   TWUtils::createAndAddElementToParent(payload, "t:ItemId", {});

@@ -9,6 +9,8 @@
 #include <libxml/xmlsave.h>
 
 #include "tarnwell/Core/XML/NKXMLNode.h"
+#include "tarnwell/Core/XML/detail/LiteralText.h"
+#include "tarnwell/Core/XML/detail/XMLAccess.h"
 #include "tarnwell/Core/XML/detail/XMLErrors.h"
 #include "tarnwell/util/TWText.h"
 
@@ -65,7 +67,7 @@ void removeBackslashN(std::string& text) {
 
 }  // namespace
 
-std::string writeXML(xmlNode* node, std::uint32_t options) {
+std::string writeXML(xmlNode* node, std::uint32_t options, BackslashN backslashN) {
   // libxml2's flag of the same number as our compact bit means the opposite: write both tags.
   // A document type of XHTML would otherwise bring rules and elements of its own.
   int flags = XML_SAVE_AS_XML | XML_SAVE_NO_XHTML;
@@ -88,8 +90,12 @@ std::string writeXML(xmlNode* node, std::uint32_t options) {
     text.resize(before + inner.size());
     text.erase(0, before);
   }
-  removeBackslashN(text);
+  if (backslashN == BackslashN::drop) removeBackslashN(text);
   return text;
+}
+
+std::string literalXMLString(const NKXMLNode& node) {
+  return node ? writeXML(XMLAccess::node(node), NKXMLNoOptions, BackslashN::keep) : std::string();
 }
 
 }  // namespace tarnwell::detail
