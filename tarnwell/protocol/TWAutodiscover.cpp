@@ -148,20 +148,22 @@ std::string TWAutodiscover::getAutodiscoverPayload(std::string_view email) {
 std::optional<TWResponse> TWAutodiscover::getAutodiscoverResponse(TWProtocol& protocol,
                                                                   std::string_view email,
                                                                   TWError* error) {
-  const auto fail = [error](TWError failure) {
-    setError(error, std::move(failure));
-    return std::nullopt;
-  };
   const auto body = getAutodiscoverPayload(email);
   auto response =
       TWTransport::post(&protocol, protocol.serviceEndpoint(), TWTransport::defaultHeaders(),
                         TWData(body.begin(), body.end()));
-  if (response.error.is(TWErrorCode::ErrorRedirect)) return fail(response.error);
+  const auto failure = errorOfResponse(response);
+  if (!failure) return response;
+  setError(error, failure);
+  return std::nullopt;
+}
+
+TWError TWAutodiscover::errorOfResponse(const TWResponse& response) {
+  if (response.error.is(TWErrorCode::ErrorRedirect)) return response.error;
   if (response.error.is(TWErrorCode::ErrorTransport) ||
       response.error.is(TWErrorCode::ErrorUnauthorized))
-    return fail({TWErrorCode::ErrorAutodiscoverFailed, TWDictionary{{"e", response.error}}});
-  if (!response.xmlDoc) return fail(failed("Response did not contain xml"));
-  return response;
+    return {TWErrorCode::ErrorAutodiscoverFailed, TWDictionary{{"e", response.error}}};
+  return response.xmlDoc ? TWError() : failed("Response did not contain xml");
 }
 
 std::optional<TWAutodiscoverParams> TWAutodiscover::parseAutodiscoverResponse(std::string_view xml,

@@ -67,8 +67,8 @@ class TWAutodiscover {
   ///
   /// Errors: 1 (ErrorRedirect) with the target under "url"; 5 (ErrorAutodiscoverFailed) for an
   /// answer that is no answer or none at all, with an error under "e" or the server's "code" and
-  /// "msg", or for an endpoint that the options forbid; 6 (ErrorRedirectAddress) with the new address under "email"; 7
-  /// (ErrorAutodiscoverAccountType).
+  /// "msg", or for an endpoint that the options forbid; 6 (ErrorRedirectAddress) with the new
+  /// address under "email"; 7 (ErrorAutodiscoverAccountType).
   [[nodiscard]] static std::optional<TWAutodiscoverObject> autodiscoverHostname(
       std::string_view host, std::string_view email,
       const std::shared_ptr<TWCredentials>& credentials, bool hasSSL, TWError* error = nullptr,
@@ -80,6 +80,10 @@ class TWAutodiscover {
   [[nodiscard]] static std::optional<TWResponse> getAutodiscoverResponse(TWProtocol& protocol,
                                                                          std::string_view email,
                                                                          TWError* error = nullptr);
+  /// What keeps such a record from being read: 1 (ErrorRedirect) as it is; 5
+  /// (ErrorAutodiscoverFailed) around 2 and 4, under "e", and for a record without a document. "No
+  /// error" for any other.
+  [[nodiscard]] static TWError errorOfResponse(const TWResponse& response);
   /// Reads an answer.
   [[nodiscard]] static std::optional<TWAutodiscoverParams> parseAutodiscoverResponse(
       std::string_view xml, TWError* error = nullptr);

@@ -68,6 +68,25 @@ TEST(TWAutodiscover, PrefersTheExternalProtocolAndTheLastOfAType) {
   EXPECT_EQ(urlOf(protocol("EXCH", "https://1/") + protocol("EXCH", "https://2/")), "https://2/");
 }
 
+TEST(TWAutodiscover, ARecordIsJudgedByItsErrorBeforeItsDocument) {
+  TWResponse record;
+  const TWError noXML(TWErrorCode::ErrorAutodiscoverFailed, "Response did not contain xml");
+  EXPECT_EQ(TWAutodiscover::errorOfResponse(record), noXML);
+  record.error = TWError(TWHTTPErrorDomain, TWHTTPErrorTimedOut, "late");
+  EXPECT_EQ(TWAutodiscover::errorOfResponse(record), noXML);
+  constexpr std::string_view kText = "<a/>";
+  record.setData({kText.begin(), kText.end()});
+  EXPECT_FALSE(TWAutodiscover::errorOfResponse(record));
+  for (const auto code : {TWErrorCode::ErrorTransport, TWErrorCode::ErrorUnauthorized}) {
+    record.error = TWError(code, "why");
+    const auto error = TWAutodiscover::errorOfResponse(record);
+    EXPECT_TRUE(error.is(TWErrorCode::ErrorAutodiscoverFailed));
+    EXPECT_EQ(error.userInfo(), (TWDictionary{{"e", record.error}}));
+  }
+  record.error = TWError(TWErrorCode::ErrorRedirect, TWDictionary{{"url", "http://x/"}});
+  EXPECT_EQ(TWAutodiscover::errorOfResponse(record), record.error);
+}
+
 TEST(TWAutodiscover, TextThatIsNoXMLCannotBeParsed) {
   EXPECT_EQ(parseError("junk"), TWError(TWErrorCode::ErrorAutodiscoverFailed,
                                         "Could not parse xml response in autodiscover"));

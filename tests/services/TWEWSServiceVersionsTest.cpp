@@ -73,8 +73,9 @@ TEST_F(TWEWSServiceTest, TheOtherVersionCodeIsARefusalToo) {
       test::faultEnvelope("ErrorInvalidSchemaVersionForMailboxVersion", "no"), 500));
   server.enqueue(message("Success", "NoError", "<m:Items/>"));
   TWError error;
-  EXPECT_TRUE(call(kGetItem, &error));
-  EXPECT_FALSE(error);
+  EXPECT_TRUE(
+      Service(kGetItem, protocol()).getResponseXML(TWUtils::createElement("m:GetItem"), &error));
+  EXPECT_FALSE(error) << "the refused version is no failure";
   EXPECT_EQ(server.requests().size(), 2U);
 }
 
