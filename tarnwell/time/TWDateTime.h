@@ -47,7 +47,9 @@ class TWDateTime {
 
   /// IANA zone name to Windows zone name, 460 entries. The same object at each call.
   [[nodiscard]] static const ZoneMap& NSToMSTimezoneMap();
-  /// Windows zone name to one IANA zone name. The same object at each call.
+  /// Windows zone name to one IANA zone name. The zones of a Windows name are gone through in
+  /// alphabetical order and its principal one ("001" in CLDR) last, and the last counts. The same
+  /// object at each call.
   [[nodiscard]] static const ZoneMap& MSToNSTimezoneMap();
 
   /// Takes the downloaded table from IANA to Windows names: absent when the download failed, empty

@@ -90,18 +90,30 @@ std::optional<std::string> nameByOffsets(const OffsetAt& offsetAt, sys_seconds n
   return most > 0 ? std::optional<std::string>(best) : std::nullopt;
 }
 
+// A name that the system's files tell may be out of date: a copied zone file beside an old name, or
+// another zone's file mounted where a link leads. Half a year later summer time is told apart.
+std::optional<std::string> checked(std::optional<std::string> name, const ZoneSources& sources) {
+  if (!name || !sources.offsetAt) return name;
+  const auto zone = TWTimeZone::fromTimeZone(*name);
+  for (const auto at : {sources.now, sources.now + std::chrono::hours(183 * 24)})
+    if (zone->offsetAt(at) != sources.offsetAt(at)) return std::nullopt;
+  return name;
+}
+
 std::optional<std::string> nameOfTZ(const ZoneSources& sources) {
   std::string_view tz = *sources.tz;
   if (tz.starts_with(':')) tz.remove_prefix(1);
   if (tz.empty()) return std::string(kUTC);
   if (isKnown(tz)) return std::string(tz);
   // A relative path is one into the database.
-  return nameOfPath(tz.starts_with('/') ? fs::path(tz) : "/usr/share/zoneinfo" / fs::path(tz));
+  return checked(
+      nameOfPath(tz.starts_with('/') ? fs::path(tz) : "/usr/share/zoneinfo" / fs::path(tz)),
+      sources);
 }
 
 std::optional<std::string> nameOfSystem(const ZoneSources& sources) {
-  if (auto name = nameOfPath(sources.localtime)) return name;
-  return nameInFile(sources.timezone);
+  if (auto name = checked(nameOfPath(sources.localtime), sources)) return name;
+  return checked(nameInFile(sources.timezone), sources);
 }
 
 }  // namespace

@@ -31,7 +31,8 @@ struct ZoneSources {
 /// database. For anything else, be it a rule ("CET-1CEST"), a file without a name or nonsense, the
 /// zone is the one that comes nearest to what the C library makes of it: it has the offset of `now`
 /// and, of the hours of a year from `now`, as many as can be had. When no zone has that offset, and
-/// for an empty TZ, it is "Etc/UTC". Without TZ the system's setting is read in the same way.
+/// for an empty TZ, it is "Etc/UTC". Without TZ the system's setting is read in the same way. The
+/// name of a file counts only while the C library's offsets are those of that zone.
 [[nodiscard]] std::string resolveZoneName(const ZoneSources& sources);
 
 }  // namespace tarnwell::detail

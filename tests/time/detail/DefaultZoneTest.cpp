@@ -190,6 +190,40 @@ TEST_F(DefaultZone, HasTheOffsetsOfACopyWithoutAName) {
   EXPECT_EQ(zone->offsetAt(kNow), hours(9));
 }
 
+seconds offsetOf(const std::string& zone) { return test::zoneNamed(zone).offsetAt(kNow); }
+
+TEST_F(DefaultZone, HasTheOffsetsOfACopyBesideTheNameOfAnotherZone) {
+  fs::remove(path("etc/localtime"));
+  write("etc/localtime");
+  write("etc/timezone", "Etc/UTC\n");
+  EXPECT_EQ(offsetOf(resolveZoneName(sourcesLike("Europe/Berlin", {}))), hours(2));
+  EXPECT_EQ(resolveZoneName(sourcesLike("Etc/UTC", {})), "Etc/UTC");
+}
+
+TEST_F(DefaultZone, HasTheOffsetsOfTheFileThatStandsInForTheOneLinkedTo) {
+  write("share/zoneinfo/Etc/UTC");
+  link("etc/localtime", "../share/zoneinfo/Etc/UTC");
+  for (const auto& tz : {std::optional<std::string>(),
+                         std::optional<std::string>(":" + path("etc/localtime").native()),
+                         std::optional<std::string>(path("etc/localtime").native())})
+    EXPECT_EQ(offsetOf(resolveZoneName(sourcesLike("Europe/Berlin", tz))), hours(2));
+  // The other name may still be right.
+  write("etc/timezone", "Europe/Berlin\n");
+  EXPECT_EQ(resolveZoneName(sourcesLike("Europe/Berlin", {})), "Europe/Berlin");
+}
+
+TEST_F(DefaultZone, IsThatOfTheCLibraryWhenTheZoneFileIsGone) {
+  fs::remove(path("etc/localtime"));
+  write("etc/timezone", "Europe/Berlin\n");
+  EXPECT_EQ(resolveZoneName(sourcesLike("Etc/UTC", {})), "Etc/UTC");
+}
+
+TEST_F(DefaultZone, IsNoZoneThatHasOnlyThePresentOffset) {
+  link("etc/localtime", "../share/zoneinfo/Europe/Berlin");
+  const auto zone = resolveZoneName(sourcesLike("Africa/Johannesburg", {}));
+  EXPECT_EQ(test::zoneNamed(zone).offsetAt(kNow + hours(183 * 24)), hours(2)) << zone;
+}
+
 TEST_F(DefaultZone, IsUtcWhenNothingTellsIt) {
   fs::remove(path("etc/localtime"));
   EXPECT_EQ(resolveZoneName(sources()), "Etc/UTC");
