@@ -1,5 +1,6 @@
 #include "tarnwell/util/TWText.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -13,6 +14,19 @@ namespace tarnwell {
 namespace {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+/// Of a decimal number without a sign: whether its first digit that counts is behind the point,
+/// once the exponent has moved it.
+bool isBelowOne(std::string_view number) {
+  const auto end = std::min(number.find_first_of("eE"), number.size());
+  const auto mantissa = number.substr(0, end);
+  const auto point = std::min(mantissa.find('.'), mantissa.size());
+  const auto first = mantissa.find_first_of("123456789");
+  const double place =
+      first < point ? static_cast<double>(point - first - 1) : -static_cast<double>(first - point);
+  const auto exponent = number.substr(std::min(end + 1, number.size()));
+  return place + static_cast<double>(leadingInteger(exponent)) < 0;
+}
 
 }  // namespace
 
@@ -53,12 +67,8 @@ std::optional<double> parseDecimal(std::string_view text) {
   const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), number);
   if (read.ptr != digits.data() + digits.size()) return std::nullopt;
   if (read.ec == std::errc::result_out_of_range) {
-    // from_chars does not tell too large from too small; the sign of the exponent does.
-    const auto exponent = digits.find_first_of("eE");
-    const bool tiny = exponent != std::string_view::npos
-                          ? digits.substr(exponent + 1).starts_with('-')
-                          : digits.starts_with("0") || digits[0] == '.';
-    number = tiny ? 0 : std::numeric_limits<double>::infinity();
+    // from_chars does not tell too large from too small.
+    number = isBelowOne(digits) ? 0 : std::numeric_limits<double>::infinity();
   } else if (read.ec != std::errc()) {
     return std::nullopt;
   }

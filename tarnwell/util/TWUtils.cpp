@@ -37,6 +37,12 @@ std::size_t forbiddenLength(std::string_view text) {
   return text.starts_with("\xEF\xBF\xBE") || text.starts_with("\xEF\xBF\xBF") ? 3 : 0;
 }
 
+/// True for blanks, control characters and the marks that stand in no URL.
+bool isNoneOfAURL(char c) {
+  constexpr std::string_view kMarks = "\"<>\\^`{|}";
+  return (c >= 0 && c <= ' ') || c == 0x7F || kMarks.find(c) != std::string_view::npos;
+}
+
 /// True for what may stand before the first ":" of a URL.
 bool isScheme(std::string_view text) {
   const auto isLetter = [](char c) { return lowercased(c) >= 'a' && lowercased(c) <= 'z'; };
@@ -157,9 +163,7 @@ TWValue TWUtils::chunkify(const TWValue& collection, std::size_t length) {
 
 TWDictionary TWUtils::parseUrl(std::string_view url) {
   TWDictionary parts{{"ssl", false}};
-  // Blanks and control characters stand in no URL.
-  if (std::ranges::any_of(url, [](char c) { return (c >= 0 && c <= ' ') || c == 0x7F; }))
-    return parts;
+  if (std::ranges::any_of(url, isNoneOfAURL)) return parts;
   std::string_view rest = url.substr(0, url.find_first_of("?#"));
   const auto colon = rest.find(':');
   if (colon != std::string_view::npos && isScheme(rest.substr(0, colon))) {
@@ -174,8 +178,16 @@ TWDictionary TWUtils::parseUrl(std::string_view url) {
     if (const auto at = authority.rfind('@'); at != std::string_view::npos)
       authority.remove_prefix(at + 1);
     // An IPv6 address keeps its brackets, so that it can be put back into a URL.
-    const auto port = authority.find(':', authority.starts_with('[') ? authority.find(']') : 0);
+    const bool isIPv6 = authority.starts_with('[');
+    const auto port = authority.find(':', isIPv6 ? authority.find(']') : 0);
     const std::string_view host = authority.substr(0, port);
+    const auto bracket = host.find_first_of("[]", isIPv6 ? 1 : 0);
+    const bool isHost = isIPv6 ? bracket == host.size() - 1 && host.ends_with(']')
+                               : bracket == std::string_view::npos;
+    const bool isPort = port == std::string_view::npos ||
+                        std::ranges::all_of(authority.substr(port + 1),
+                                            [](char c) { return c >= '0' && c <= '9'; });
+    if (!isHost || !isPort) return {{"ssl", false}};
     if (!host.empty()) parts.set("server", host);
   }
   if (!rest.empty()) parts.set("path", rest);

@@ -106,6 +106,20 @@ TEST(SourceTree, EveryHeaderIsGuarded) {
       EXPECT_THAT(linesOf(read(header)), Contains("#pragma once")) << header;
 }
 
+// What the download brings is for applications; the library goes by its own table.
+TEST(SourceTree, OnlyTheZonesNameTheDownloadOfTheirTable) {
+  int named = 0;
+  for (const auto& file : codeBelow("tarnwell")) {
+    const auto text = read(file);
+    if (text.find("fetchTZMap") == std::string::npos &&
+        text.find("ZoneMapDownload") == std::string::npos)
+      continue;
+    EXPECT_TRUE(file.starts_with("tarnwell/time/")) << file;
+    ++named;
+  }
+  EXPECT_GT(named, 0);
+}
+
 // A file that no build file names is never compiled, and nobody notices.
 TEST(SourceTree, EveryFileIsNamedByABuildFile) {
   for (const auto& folder : {"tarnwell", "sandbox", "tests"}) {

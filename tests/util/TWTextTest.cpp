@@ -67,6 +67,16 @@ TEST(TWText, NumbersBeyondADoubleBecomeInfiniteOrZero) {
   EXPECT_EQ(parseDecimal("1e999"), std::numeric_limits<double>::infinity());
   EXPECT_EQ(parseDecimal("-1e999"), -std::numeric_limits<double>::infinity());
   EXPECT_EQ(parseDecimal("1e-999"), 0.0);
+  const std::string zeros(400, '0');
+  const std::string nines(400, '9');
+  const auto infinity = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(parseDecimal(nines), infinity);
+  EXPECT_EQ(parseDecimal("0" + nines), infinity);
+  EXPECT_EQ(parseDecimal("1" + zeros + "e-50"), infinity);
+  EXPECT_EQ(parseDecimal("0.0001e9999999999999999999"), infinity);
+  EXPECT_EQ(parseDecimal("0." + zeros + "1e5"), 0.0);
+  EXPECT_EQ(parseDecimal("." + zeros + "1"), 0.0);
+  EXPECT_EQ(parseDecimal("1000e-99999999999999999999"), 0.0);
 }
 
 TEST(TWText, ParsesAWholeNumberOrNothing) {

@@ -1,7 +1,11 @@
+#include <array>
 #include <clocale>
+#include <cstdio>
+#include <cstdlib>
 
 #include <gtest/gtest.h>
 
+#include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWObject.h"
 #include "tarnwell/util/TWUtils.h"
 
@@ -90,15 +94,22 @@ TEST_F(TWUtilsTest, ObjectsAreWrittenForTheGivenVersion) {
   EXPECT_EQ(object->lastVersion, version);
   TWUtils::updateElement(NKXMLElement::withName("a"), TWValue::list({object}), nullptr);
   EXPECT_EQ(object->lastVersion, nullptr);
+  TWUtils::updateElement(NKXMLElement::withName("a"), TWValue::list({"x", object}), version);
+  EXPECT_EQ(object->lastVersion, version);
 }
 
 TEST_F(TWUtilsTest, AnObjectThatCannotBeWrittenAddsNothingAndTellsWhy) {
-  const auto object = FakeXMLObject::make();
-  object->failure = TWError(TWErrorDomain, 384, "no address");
-  TWError error;
-  const auto element = TWUtils::updateElement(NKXMLElement::withName("a"), object, nullptr, &error);
-  EXPECT_EQ(element.XMLString(), "<a></a>");
-  EXPECT_EQ(error, object->failure);
+  for (const auto role : {Role::element, Role::fieldPath, Role::fieldOrder}) {
+    const auto object = FakeXMLObject::make(role);
+    object->failure = TWError(TWErrorDomain, 384, "no address");
+    for (const auto& value : {TWValue(object), TWValue::list({object})}) {
+      TWError error;
+      const auto element =
+          TWUtils::updateElement(NKXMLElement::withName("a"), value, nullptr, &error);
+      EXPECT_EQ(element.XMLString(), "<a></a>");
+      EXPECT_EQ(error, object->failure);
+    }
+  }
 }
 
 TEST_F(TWUtilsTest, TheFirstFailureOfACollectionIsToldAndTheOthersAreWritten) {
@@ -129,6 +140,9 @@ TEST_F(TWUtilsTest, AnXMLElementIsMovedIn) {
 TEST_F(TWUtilsTest, ACollectionAddsItsMembersInOrderAndSkipsOtherKinds) {
   EXPECT_EQ(filled(TWValue::list({"a", FakeXMLObject::make(), NKXMLElement::withName("x"), "b"})),
             "<a><t:String>a</t:String><t:Fake></t:Fake><x></x><t:String>b</t:String></a>");
+  EXPECT_EQ(filled(TWValue::list({FakeXMLObject::make(Role::fieldPath, "t:FieldURI"),
+                                  FakeXMLObject::make(Role::fieldOrder, "t:FieldOrder")})),
+            "<a><t:FieldURI></t:FieldURI><t:FieldOrder></t:FieldOrder></a>");
   EXPECT_EQ(filled(TWValue::list({1, kInstant, TWData{1}, TWValue::list({"z"}), TWValue(), "a"})),
             "<a><t:String>a</t:String></a>");
   EXPECT_EQ(filled(TWValue::list({})), "<a></a>");
@@ -172,13 +186,22 @@ TEST_F(TWUtilsTest, OtherKindsHaveNoElementText) {
 }
 
 TEST_F(TWUtilsTest, NumbersAreTheSameInEveryLocale) {
+#ifndef TEST_LOCALES
+  GTEST_SKIP() << "no locale could be made in which 2.5 is written 2,5";
+#else
+  // NOLINTBEGIN(concurrency-mt-unsafe): this test has one thread
+  ASSERT_EQ(setenv("LOCPATH", TEST_LOCALES, 1), 0);
   const std::string saved = std::setlocale(LC_ALL, nullptr);
-  const char* const set = std::setlocale(LC_ALL, "de_DE.UTF-8");
-  if (set == nullptr)
-    GTEST_SKIP() << "the locale de_DE.UTF-8, where 2.5 is written 2,5, is not installed";
+  ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
+  std::array<char, 8> text{};
+  (void)std::snprintf(text.data(), text.size(), "%.1f", 2.5);
+  EXPECT_STREQ(text.data(), "2,5") << "the locale is no trap";
   EXPECT_EQ(TWUtils::xmlFromValue(2.5), "2.5");
   EXPECT_EQ(TWUtils::valueFromXML("1.5", Kind::real), TWValue(1.5));
+  EXPECT_EQ(formatMessage("%.2fs", {0.25}), "0.25s");
   (void)std::setlocale(LC_ALL, saved.c_str());
+  // NOLINTEND(concurrency-mt-unsafe)
+#endif
 }
 
 TEST_F(TWUtilsTest, ReadsNumbersFromText) {
@@ -279,7 +302,14 @@ TEST_F(TWUtilsTest, WhatIsNoURLHasNoServer) {
   EXPECT_EQ(TWUtils::parseUrl(""), (TWDictionary{{"ssl", false}}));
   EXPECT_EQ(TWUtils::parseUrl("not a url"), (TWDictionary{{"ssl", false}}));
   EXPECT_EQ(TWUtils::parseUrl("https:///x"), (TWDictionary{{"ssl", true}, {"path", "/x"}}));
-  EXPECT_EQ(TWUtils::parseUrl("https://[::1"), (TWDictionary{{"ssl", true}, {"server", "[::1"}}));
+  for (const char* text :
+       {"https://[::1", "https://[::1]x/", "https://[]:1x/", "https://a[b]/", "https://h:port/",
+        "https://h:1:2/", "https://a<b>/x", "https://a\"b/", "https://h/{x}", "https://h/a|b",
+        "https://h/a\\b", "https://h/a^b", "https://h/`"})
+    EXPECT_EQ(TWUtils::parseUrl(text), (TWDictionary{{"ssl", false}})) << text;
+  // A port may be left empty.
+  EXPECT_EQ(TWUtils::parseUrl("https://h:/x"),
+            (TWDictionary{{"ssl", true}, {"server", "h"}, {"path", "/x"}}));
 }
 
 TEST_F(TWUtilsTest, TheDomainIsWhatFollowsTheFirstAtInLowerCase) {
