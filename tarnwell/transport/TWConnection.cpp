@@ -73,6 +73,7 @@ TWResponse TWConnection::fetch(std::string_view url, std::string_view method,
     if (closed_) {
       record.url = url;
       record.error = cancellation("The connection is closed");
+      reportRedirect(record, {});
     } else {
       record = stream ? fetchStream(makeRequest(url, method, headers), body)
                       : fetchAnswer(makeRequest(url, method, headers), body, start);
@@ -121,13 +122,15 @@ TWResponse TWConnection::fetchAnswer(TWHTTPRequest request, Body body, Clock::ti
   wipeSecrets(exchange.headers);
   if (exchange.login) detail::wipe(exchange.login->password);
 
-  if (result.error.is(TWHTTPErrorDomain, TWHTTPErrorTimedOut) && Clock::now() >= requestEnd) {
+  const bool isLate =
+      result.error.is(TWHTTPErrorDomain, TWHTTPErrorTimedOut) && Clock::now() >= requestEnd;
+  for (const TWAuthType scheme : result.schemes) {
+    setLastUsedAuthType(scheme);
+  }
+  if (isLate) {
     // The text says 30 whatever the limit is.
     TWLogger::logger().rlog("[%@][Connection] Cancelled Request after 30 seconds: %.2fs",
                             {user(), secondsSince(start)});
-  }
-  for (const TWAuthType scheme : result.schemes) {
-    setLastUsedAuthType(scheme);
   }
 
   TWResponse record;
@@ -176,17 +179,17 @@ TWResponse TWConnection::fetchStream(TWHTTPRequest request, Body body) {
           std::make_shared<detail::StreamExchange>(credentials_, std::move(request), options_);
     }
     exchange->setAllowInsecureCertificate(allowInsecureCertificate_);
+    exchange->arm();
     {
       const std::lock_guard lock(fieldMutex_);
       stream_ = exchange;
-      streamCancelled_ = false;
     }
     std::optional<TWData> fetched = exchange->await();
     {
       const std::lock_guard lock(fieldMutex_);
       stream_.reset();
-      if (streamCancelled_) record.error = cancellation("The request was cancelled");
     }
+    if (exchange->wasCancelled()) record.error = cancellation("The request was cancelled");
     if (fetched) record.setData(*std::move(fetched));
     target = exchange->refusedRedirect().value_or("");
   }
@@ -216,13 +219,7 @@ TWResponse TWConnection::head(std::string_view url, const std::optional<TWHeader
 
 void TWConnection::cancel() {
   transfer_->cancel();
-  std::shared_ptr<TWStreamExchange> exchange;
-  {
-    const std::lock_guard lock(fieldMutex_);
-    exchange = stream_;
-    streamCancelled_ = exchange != nullptr;
-  }
-  if (exchange) exchange->cancel();
+  if (const auto exchange = stream()) exchange->cancel();
 }
 
 void TWConnection::close() {

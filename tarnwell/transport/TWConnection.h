@@ -177,12 +177,11 @@ class TWConnection {
   std::atomic<bool> trustChanged_{false};
   std::atomic<TWAuthType> lastUsedAuthType_{};
 
-  mutable std::mutex fieldMutex_;  // guards the five below; never held over a request or a log line
+  mutable std::mutex fieldMutex_;  // guards the four below; never held over a request or a log line
   std::string server_;
   std::string serviceEndpoint_;
   std::optional<std::string> redirected_;
   std::shared_ptr<TWStreamExchange> stream_;
-  bool streamCancelled_ = false;
 };
 
 }  // namespace tarnwell

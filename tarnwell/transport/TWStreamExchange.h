@@ -37,8 +37,14 @@ class TWStreamExchange {
   /// Sends the request and blocks until the exchange is over. Absent when nothing was kept; a
   /// failure of the transport ends the wait with what was collected so far.
   [[nodiscard]] virtual std::optional<TWData> await() = 0;
-  /// Ends a running `await` at once, from any thread. Does nothing before it.
+  /// Ends `await` at once, from any thread. Does nothing before `arm` and `await`.
   virtual void cancel() = 0;
+  /// From now on `cancel` counts, and an `await` that is still to come ends at once after it. The
+  /// connection calls this before it shows the exchange to other threads, so that none of them
+  /// cancels in vain.
+  virtual void arm() = 0;
+  /// Whether `cancel` has cut `await` short, once that is over. What came whole was not cancelled.
+  [[nodiscard]] virtual bool wasCancelled() const = 0;
   /// Where a redirect that was refused points to, once `await` is over; the connection reports it.
   [[nodiscard]] virtual std::optional<std::string> refusedRedirect() const { return std::nullopt; }
   /// Whether to go on when the server's certificate cannot be trusted; false at first.

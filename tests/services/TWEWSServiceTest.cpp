@@ -393,6 +393,8 @@ class ReadyExchange : public TWStreamExchange {
   explicit ReadyExchange(std::string_view answer) : answer_(answer.begin(), answer.end()) {}
   std::optional<TWData> await() override { return answer_; }
   void cancel() override {}
+  void arm() override {}
+  [[nodiscard]] bool wasCancelled() const override { return false; }
   void setAllowInsecureCertificate(bool /*allow*/) override {}
 
  private:

@@ -143,7 +143,10 @@ TEST(TWConnectionAuth, NTLMGetsAnAddressWholeAndWithAnEmptyDomain) {
     const char* user;
   };
   for (const Name& name : {Name{"ann@example.com", "", "ann@example.com"},
-                           Name{"EXAMPLE\\ann", "EXAMPLE", "ann"}, Name{"ann", "", "ann"}}) {
+                           Name{"EXAMPLE\\ann", "EXAMPLE", "ann"}, Name{"ann", "", "ann"},
+                           // Not a whole address any more; such ones are rare.
+                           Name{"EXAMPLE\\ann@example.com", "EXAMPLE", "ann@example.com"},
+                           Name{"a/nn@example.com", "a", "nn@example.com"}}) {
     NTLMServer ntlm;
     ScriptedServer server([&](const ScriptedRequest& request) { return ntlm.answer(request); });
     const auto connection = TWConnection::withCredentials(withPassword(name.given, "pw"), false);
@@ -195,6 +198,41 @@ TEST(TWConnectionAuth, RefusedPasswordIsNotTriedAgain) {
   EXPECT_THAT(record.error, IsNoError());
   EXPECT_LE(server.requestCount(), 3U);
   EXPECT_EQ(record.response->header("WWW-Authenticate"), kBasic);
+}
+
+TEST(TWConnectionAuth, LoginsThatAreAlwaysStaleEndWithTheRefusal) {
+  int nonce = 0;
+  ScriptedServer server([&](const ScriptedRequest&) {
+    return ScriptedAnswer::challenge(
+        {"Digest realm=\"x\", nonce=\"" + std::to_string(++nonce) + "\", stale=true"});
+  });
+  for (const bool follows : {false, true}) {
+    const auto before = server.requestCount();
+    const TWResponse record =
+        TWConnection::withCredentials(withPassword("ann", "pw"), follows)->get(server.url("/"));
+    EXPECT_EQ(status(record), 401);
+    EXPECT_THAT(record.error, IsNoError());
+    EXPECT_LE(server.requestCount() - before, 4U);
+  }
+}
+
+TEST(TWConnectionAuth, OneStaleLoginIsTriedAgain) {
+  ScriptedServer server;
+  server.enqueue(ScriptedAnswer::challenge({kDigest}));
+  server.enqueue(ScriptedAnswer::challenge({"Digest realm=\"x\", nonce=\"m\", stale=true"}));
+  server.enqueue(ScriptedAnswer::xml("<in/>"));
+  EXPECT_EQ(text(ann()->get(server.url("/")).data), "<in/>");
+}
+
+TEST(TWConnectionAuth, LoginOfTheCallersOwnAnswersNoChallenge) {
+  ScriptedServer server;
+  const RecordingLog log;
+  const auto connection = ann();
+  EXPECT_EQ(status(connection->post(server.url("/"), TWHeaders{{"authorization", "Basic x"}}, "b")),
+            200);
+  EXPECT_EQ(authorization(server, 0), "Basic x");
+  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::none);
+  EXPECT_EQ(log.count("Using auth type"), 0);
 }
 
 TEST(TWConnectionAuth, NewPasswordIsTakenAfterARefusal) {

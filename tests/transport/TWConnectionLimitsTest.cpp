@@ -30,7 +30,8 @@ TEST(TWConnectionLimits, ServerThatNeverAnswersIsCutOff) {
   const auto connection = TWConnection::withCredentials(withPassword(), false, withLimit(kShort));
   const auto begin = std::chrono::steady_clock::now();
   const TWResponse record = connection->get(server.url("/"));
-  EXPECT_GE(std::chrono::steady_clock::now() - begin, kShort);
+  const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
+  EXPECT_GE(took, kShort);
   EXPECT_THAT(record.error, IsHTTPError(TWHTTPErrorTimedOut));
   EXPECT_FALSE(record.response);
   // The text says 30 whatever the limit is; the seconds are the real ones.
@@ -39,6 +40,26 @@ TEST(TWConnectionLimits, ServerThatNeverAnswersIsCutOff) {
       ElementsAre(MatchesRegex("\\[ann@example.com\\]\\[Connection\\] Cancelled Request after "
                                "30 seconds: [0-9]+\\.[0-9][0-9]s"),
                   HasSubstr("Request took: ")));
+  for (const std::string& line : log.lines()) {
+    const double seconds = std::stod(line.substr(line.rfind(' ')));
+    EXPECT_GE(seconds, 0.15) << line;
+    EXPECT_LE(seconds, took.count() + 0.005) << line;  // two decimals
+  }
+}
+
+TEST(TWConnectionLimits, LoginBeforeALimitIsToldBeforeIt) {
+  Gate never;
+  ScriptedServer server([&](const ScriptedRequest& request) {
+    if (request.header("Authorization")) (void)never.wait(kShort * 4);
+    return ScriptedAnswer::challenge({"Basic realm=\"x\""});
+  });
+  const RecordingLog log;
+  const auto connection =
+      TWConnection::withCredentials(withPassword("ann"), false, withLimit(kShort));
+  EXPECT_THAT(connection->get(server.url("/")).error, IsHTTPError(TWHTTPErrorTimedOut));
+  EXPECT_THAT(log.lines(),
+              ElementsAre("[ann] Using auth type: 1", HasSubstr("Cancelled Request after 30"),
+                          HasSubstr("Request took: ")));
 }
 
 TEST(TWConnectionLimits, ConnectionIsGoodAgainAfterALimit) {

@@ -232,9 +232,101 @@ TEST(TWConnectionRedirect, PasswordIsNotWrittenIntoURLs) {
     server.enqueue(ScriptedAnswer::redirect(302, "other"));
     const auto connection = TWConnection::withCredentials(withPassword(), follows);
     const TWResponse record = connection->get(server.url("/EWS/a"));
+    if (follows) {
+      EXPECT_THAT(record.error, IsNoError());
+      EXPECT_EQ(status(record), 200);
+      EXPECT_EQ(server.requestCount(), 3U);
+    }
     EXPECT_EQ(record.url, server.url(follows ? "/EWS/other" : "/EWS/a"));
     EXPECT_EQ(record.redirectUrl, follows ? "" : server.url("/EWS/other"));
   }
+}
+
+TEST(TWConnectionRedirect, RelativeTargetsAreFollowedWithAPasswordToo) {
+  const std::pair<const char*, const char*> targets[] = {
+      {"/next", "/next"}, {"next", "/EWS/next"}, {"?n=1", "/EWS/a?n=1"}, {"../up#f", "/up"}};
+  for (const auto& [location, target] : targets) {
+    for (const bool challenged : {false, true}) {
+      // A password with every mark that means something in a URL.
+      ScriptedServer server([&](const ScriptedRequest& request) {
+        if (challenged && !request.header("Authorization"))
+          return ScriptedAnswer::challenge({"Basic realm=\"x\""});
+        return request.target == "/EWS/a" ? ScriptedAnswer::redirect(307, location)
+                                          : ScriptedAnswer::xml("<in/>");
+      });
+      const auto connection =
+          TWConnection::withCredentials(withPassword("ann@example.com", "p%40:w/?#"), true);
+      const TWResponse record = connection->post(server.url("/EWS/a"), std::nullopt, "<q/>");
+      EXPECT_THAT(record.error, IsNoError()) << location;
+      EXPECT_EQ(text(record.data), "<in/>") << location;
+      EXPECT_EQ(server.requests().back().target, target);
+      EXPECT_EQ(server.requests().back().body, "<q/>");
+      // "ann@example.com:p%40:w/?#"
+      if (challenged) {
+        EXPECT_EQ(server.requests().back().header("Authorization"),
+                  "Basic YW5uQGV4YW1wbGUuY29tOnAlNDA6dy8/Iw==");
+      }
+    }
+  }
+}
+
+TEST(TWConnectionRedirect, PasswordStaysBehindWhenARelativeTargetLeadsToAnotherHost) {
+  const ScriptedServer::Handler curious = [](const ScriptedRequest&) {
+    return ScriptedAnswer::challenge({"Basic realm=\"x\"", "NTLM"});
+  };
+  ScriptedServer second(curious);
+  ScriptedServer first([&](const ScriptedRequest& request) {
+    if (!request.header("Authorization")) return ScriptedAnswer::challenge({"Basic realm=\"x\""});
+    return ScriptedAnswer::redirect(
+        307, request.target == "/" ? std::string("/next") : second.url("/take", "localhost"));
+  });
+  const auto connection = TWConnection::withCredentials(withPassword(), true);
+  EXPECT_EQ(status(connection->post(first.url("/"), std::nullopt, "<q/>")), 401);
+  EXPECT_EQ(second.requestCount(), 1U);
+  for (const ScriptedRequest& request : second.requests()) {
+    EXPECT_EQ(request.header("Authorization"), std::nullopt);
+    EXPECT_THAT(request.head, Not(HasSubstr(std::string(kSecret))));
+  }
+}
+
+TEST(TWConnectionRedirect, TargetWithALoginIsNotFollowed) {
+  ScriptedServer server;
+  ScriptedServer other;
+  for (const std::string& location :
+       {"http://eve:pw@127.0.0.1:" + std::to_string(other.port()) + "/",
+        "//eve@127.0.0.1:" + std::to_string(other.port()) + "/"}) {
+    server.enqueue(ScriptedAnswer::redirect(302, location));
+    const TWResponse record =
+        TWConnection::withCredentials(withPassword(), true)->get(server.url("/"));
+    EXPECT_EQ(record.error.domain(), TWHTTPErrorDomain) << location;
+    EXPECT_THAT(record.error.description(), Not(HasSubstr("eve")));
+  }
+  EXPECT_EQ(other.requestCount(), 0U);
+}
+
+TEST(TWConnectionRedirect, LoginsDoNotCountAsRedirects) {
+  for (const char* challenge : {"Basic realm=\"x\"", "Digest realm=\"x\", nonce=\"n\""}) {
+    int left = 20;
+    ScriptedServer server([&](const ScriptedRequest& request) {
+      // Every host in turn asks anew.
+      if (!request.header("Authorization")) return ScriptedAnswer::challenge({challenge});
+      return left-- > 0 ? ScriptedAnswer::redirect(302, "/again") : ScriptedAnswer::xml("<in/>");
+    });
+    const TWResponse record =
+        TWConnection::withCredentials(withPassword(), true)->get(server.url("/"));
+    EXPECT_THAT(record.error, IsNoError());
+    EXPECT_EQ(text(record.data), "<in/>");
+  }
+}
+
+TEST(TWConnectionRedirect, ClosedConnectionStillTellsWhereItWasSent) {
+  ScriptedServer server;
+  server.enqueue(ScriptedAnswer::redirect(302, "/other"));
+  const auto connection = refusing();
+  (void)connection->get(server.url("/"));
+  connection->close();
+  EXPECT_THAT(connection->get(server.url("/")).error, IsRefusedRedirect(server.url("/other")));
+  EXPECT_EQ(server.requestCount(), 1U);
 }
 
 TEST(TWConnectionRedirect, TargetThatCannotBeFollowedIsReportedAsFarAsItGoes) {

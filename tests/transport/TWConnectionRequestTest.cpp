@@ -284,13 +284,19 @@ TEST(TWConnectionRequest, DamagedCompressionIsAnError) {
   }
 }
 
-TEST(TWConnectionRequest, CompressionThatNobodyAskedForIsLeftAsItIs) {
+TEST(TWConnectionRequest, CompressionThatNobodyAskedForIsDecodedWhereItIsKnown) {
   ScriptedServer server;
-  const std::string packed = gzip("<a/>");
-  server.enqueue(gzipped(packed));
+  server.enqueue(gzipped(gzip("<a/>")));
   const TWResponse record = plainConnection()->post(server.url("/"), TWHeaders(), "<q/>");
   EXPECT_THAT(record.error, IsNoError());
-  EXPECT_EQ(text(record.data), packed);
+  EXPECT_EQ(text(record.data), "<a/>");
+  EXPECT_TRUE(record.xmlDoc);
+  ScriptedAnswer unknown = ScriptedAnswer::xml("?");
+  unknown.headers.emplace_back("Content-Encoding", "br");
+  server.enqueue(unknown);
+  const TWResponse other = plainConnection()->post(server.url("/"), TWHeaders(), "<q/>");
+  EXPECT_THAT(other.error, IsNoError());
+  EXPECT_EQ(text(other.data), "?");
 }
 
 TEST(TWConnectionRequest, EmptyBodiesNeedNoCompression) {
@@ -406,8 +412,16 @@ TEST(TWConnectionRequest, NULInTheURLDoesNotCutIt) {
 
 TEST(TWConnectionRequest, URLsWithPasswordsAreRefused) {
   ScriptedServer server;
-  const std::string url = "http://ann:pw@127.0.0.1:" + std::to_string(server.port()) + "/";
-  EXPECT_EQ(plainConnection()->get(url).error.domain(), TWHTTPErrorDomain);
+  for (const char* login : {"ann:pw", "ann", ":pw"}) {
+    const std::string url =
+        "http://" + std::string(login) + "@127.0.0.1:" + std::to_string(server.port()) + "/";
+    for (const bool stream : {false, true}) {
+      const auto error =
+          plainConnection()->fetch(url, "GET", std::nullopt, std::nullopt, stream).error;
+      EXPECT_EQ(error.domain(), TWHTTPErrorDomain) << url;
+      EXPECT_THAT(error.description(), Not(HasSubstr("pw")));
+    }
+  }
   EXPECT_EQ(server.requestCount(), 0U);
 }
 

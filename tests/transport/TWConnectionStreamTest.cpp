@@ -2,6 +2,7 @@
 
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWStreamExchange.h"
+#include "tarnwell/transport/detail/StreamExchange.h"
 
 #include "tests/transport/ConnectionFixture.h"
 
@@ -196,11 +197,18 @@ class FakeExchange final : public TWStreamExchange {
     awaited.open();
     return released.wait() ? result : std::nullopt;
   }
-  void cancel() override { released.open(); }
+  void cancel() override {
+    cancelled = true;
+    released.open();
+  }
+  void arm() override { armed = true; }
+  [[nodiscard]] bool wasCancelled() const override { return cancelled; }
   void setAllowInsecureCertificate(bool allow) override { allowed = allow; }
 
   Gate awaited;
   Gate released;
+  std::atomic<bool> armed = false;
+  std::atomic<bool> cancelled = false;
   bool allowed = false;
   std::optional<TWData> result;
 };
@@ -224,6 +232,7 @@ TEST(TWConnectionStream, ExchangeMayBeReplaced) {
   Running running([&] { return streamFrom(*connection, "https://mail.example/EWS"); });
   ASSERT_TRUE(exchange->awaited.wait());
   EXPECT_EQ(connection->stream(), exchange);
+  EXPECT_TRUE(exchange->armed);
   connection->cancel();
   const TWResponse record = running.join();
   EXPECT_EQ(text(record.data), "<fake/>");
@@ -238,6 +247,93 @@ TEST(TWConnectionStream, ExchangeMayBeReplaced) {
   EXPECT_THAT(seen.headers, ElementsAre(Pair("Content-Type", "text/xml; charset=utf-8"),
                                         Pair("Accept-Encoding", "compress, gzip"),
                                         Pair("Authorization", "Bearer tok")));
+}
+
+/// The default exchange, whose connection is cancelled just before or after it waits.
+class CancelledAroundIt final : public TWStreamExchange {
+ public:
+  CancelledAroundIt(std::shared_ptr<TWStreamExchange> inner, std::function<void()> before,
+                    std::function<void()> after)
+      : inner_(std::move(inner)), before_(std::move(before)), after_(std::move(after)) {}
+  std::optional<TWData> await() override {
+    before_();
+    auto fetched = inner_->await();
+    after_();
+    return fetched;
+  }
+  void cancel() override { inner_->cancel(); }
+  void arm() override { inner_->arm(); }
+  [[nodiscard]] bool wasCancelled() const override { return inner_->wasCancelled(); }
+  void setAllowInsecureCertificate(bool allow) override {
+    inner_->setAllowInsecureCertificate(allow);
+  }
+
+ private:
+  std::shared_ptr<TWStreamExchange> inner_;
+  std::function<void()> before_;
+  std::function<void()> after_;
+};
+
+TEST(TWConnectionStream, CancelCountsFromTheMomentThatItIsInFlight) {
+  RawServer server([](RawConnection& peer) { peer.waitForClose(); });
+  std::shared_ptr<TWConnection> connection;
+  TWConnectionOptions options;
+  options.streamIdleLimit = kPatience;
+  options.makeStream = [&](std::shared_ptr<TWCredentials> credentials, TWHTTPRequest request,
+                           const TWConnectionOptions& with) {
+    return std::make_shared<CancelledAroundIt>(
+        std::make_shared<detail::StreamExchange>(std::move(credentials), std::move(request), with),
+        [&] {
+          EXPECT_NE(connection->stream(), nullptr);
+          connection->cancel();
+        },
+        [] {});
+  };
+  connection = TWConnection::withCredentials(nullptr, false, options);
+  const TWResponse record = streamFrom(*connection, server.url("/"));
+  EXPECT_THAT(record.error, IsHTTPError(TWHTTPErrorCancelled));
+  EXPECT_THAT(record.data, IsEmpty());
+}
+
+TEST(TWConnectionStream, WhatCameWholeIsNotCancelledAfterwards) {
+  ScriptedServer server;
+  server.enqueue(ScriptedAnswer::xml("<events/>"));
+  std::shared_ptr<TWConnection> connection;
+  TWConnectionOptions options;
+  options.makeStream = [&](std::shared_ptr<TWCredentials> credentials, TWHTTPRequest request,
+                           const TWConnectionOptions& with) {
+    return std::make_shared<CancelledAroundIt>(
+        std::make_shared<detail::StreamExchange>(std::move(credentials), std::move(request), with),
+        [] {}, [&] { connection->cancel(); });
+  };
+  connection = TWConnection::withCredentials(nullptr, false, options);
+  const TWResponse record = streamFrom(*connection, server.url("/"));
+  EXPECT_THAT(record.error, IsNoError());
+  EXPECT_EQ(text(record.data), "<events/>");
+}
+
+TEST(TWConnectionStream, AnExchangeOnItsOwnIgnoresCancelUntilItWaits) {
+  ScriptedServer server;
+  server.enqueue(ScriptedAnswer::xml("<events/>"));
+  TWHTTPRequest request;
+  request.url = server.url("/");
+  request.method = "GET";
+  detail::StreamExchange exchange(nullptr, request, {});
+  exchange.cancel();
+  const auto fetched = exchange.await();
+  ASSERT_TRUE(fetched);
+  EXPECT_EQ(text(*fetched), "<events/>");
+  EXPECT_FALSE(exchange.wasCancelled());
+}
+
+TEST(TWConnectionStream, FollowsRelativeTargetsWithAPassword) {
+  ScriptedServer server;
+  server.enqueue(ScriptedAnswer::challenge({"Basic realm=\"x\""}));
+  server.enqueue(ScriptedAnswer::redirect(307, "other"));
+  server.enqueue(ScriptedAnswer::xml("<events/>"));
+  const auto connection = TWConnection::withCredentials(withPassword("ann", "pw"), true);
+  EXPECT_EQ(text(streamFrom(*connection, server.url("/EWS/a")).data), "<events/>");
+  EXPECT_EQ(server.requests().at(2).target, "/EWS/other");
 }
 
 TEST(TWConnectionStream, RefusesRedirectsWhenTheConnectionDoes) {

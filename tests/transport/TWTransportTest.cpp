@@ -203,6 +203,15 @@ TEST(TWTransport, AChallengeWithoutAKnownSchemeIsUnauthorized) {
   }
 }
 
+TEST(TWTransport, OnlyAWholeTokenNamesAScheme) {
+  for (const char* value : {"Digest\tx", "Digest;x", "xBasic", "NTLM=1"}) {
+    TWError error;
+    EXPECT_EQ(TWTransport::authTypeFromResponse(challenge({value}), &error), TWAuthType::none)
+        << value;
+    EXPECT_TRUE(error.is(TWErrorCode::ErrorUnauthorized)) << value;
+  }
+}
+
 TEST(TWTransport, TokensAreCutAtBlanksAndCommasOnly) {
   EXPECT_EQ(TWTransport::tokenize("Negotiate, NTLM"), (Tokens{"negotiate", "ntlm"}));
   EXPECT_EQ(TWTransport::tokenize("a,,A  b"), (Tokens{"a", "b"}));

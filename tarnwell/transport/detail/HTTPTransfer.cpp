@@ -38,9 +38,13 @@ static_assert(TWHTTPErrorInsecureCertificate == CURLE_PEER_FAILED_VERIFICATION);
 static_assert(TWHTTPErrorTooLarge == CURLE_FILESIZE_EXCEEDED);
 
 /// As many as platform sessions follow, so that a cycle ends long before the time limit.
-constexpr long kMostRedirects = 20;
+constexpr int kMostRedirects = 20;
+/// Refusals by one host in a row. NTLM has two before it is let in; a server that finds every
+/// Digest login stale would go on for ever.
+constexpr int kMostChallenges = 4;
 /// How long to sleep when nothing limits it; waking up for nothing once a minute costs nothing.
 constexpr milliseconds kLongestPoll{60000};
+constexpr std::string_view kLoginInURL = "A URL holds a user name or a password";
 /// A body is not believed to be longer than this before it has arrived.
 constexpr curl_off_t kMostReserved = 0x1000000;  // 16 MiB
 
@@ -167,6 +171,24 @@ bool holdsNoSecret(const TWHeaders& headers) {
   });
 }
 
+bool holdsLogin(CURLU* url) {
+  for (const CURLUPart which : {CURLUPART_USER, CURLUPART_PASSWORD}) {
+    char* part = nullptr;
+    if (curl_url_get(url, which, &part, 0) != CURLUE_OK) continue;
+    curl_free(part);
+    return true;
+  }
+  return false;
+}
+
+bool holdsLogin(const std::string& address) {
+  const URL url(curl_url());
+  return url &&
+         curl_url_set(url.get(), CURLUPART_URL, address.c_str(), CURLU_NON_SUPPORT_SCHEME) ==
+             CURLUE_OK &&
+         holdsLogin(url.get());
+}
+
 bool usesTLS(std::string_view url) { return equalIgnoringCase(url.substr(0, 6), "https:"); }
 
 /// The milliseconds until then, rounded up so that waking up early does not spin.
@@ -208,6 +230,8 @@ TWError refusalOfURL(const std::string& url) {
     default:
       return httpError(CURLE_URL_MALFORMAT, "Bad URL");
   }
+  // A password in a URL would end up in logs and errors.
+  if (holdsLogin(parsed.get())) return httpError(CURLE_LOGIN_DENIED, kLoginInURL);
   char* part = nullptr;
   if (curl_url_get(parsed.get(), CURLUPART_SCHEME, &part, 0) != CURLUE_OK) {
     return httpError(CURLE_URL_MALFORMAT, "Bad URL");
@@ -251,6 +275,7 @@ struct HTTPTransfer::Engine {
   void forgetAnswer() noexcept;
   [[nodiscard]] long redirectCount() const;
   void takeHeaderLine(std::string_view line);
+  void endHead();
   CURLcode takeBody(std::span<const std::uint8_t> piece);
   CURLcode takeUnpacked(std::span<const std::uint8_t> piece);
   CURLcode chooseUnpacker();
@@ -292,6 +317,9 @@ struct HTTPTransfer::Engine {
   long redirectsAtHead = 0;
   CURLcode ownFailure = CURLE_OK;  // why a callback ended the transfer
   bool receiverDone = false;
+  bool gaveUp = false;  // the last challenge is the answer
+  int redirects = 0;
+  int challenges = 0;  // since the last redirect
   steady_clock::time_point lastByte;
 };
 
@@ -314,10 +342,10 @@ CURLcode HTTPTransfer::Engine::open() {
   set(CURLOPT_ERRORBUFFER, message.data());
   set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
   set(CURLOPT_PROTOCOLS_STR, "http,https");
-  set(CURLOPT_MAXREDIRS, kMostRedirects);
+  // A wide net: the transfer library counts logins, too.
+  set(CURLOPT_MAXREDIRS, static_cast<long>((kMostRedirects + 1) * kMostChallenges));
   set(CURLOPT_POSTREDIR, 0L);  // 301, 302 and 303 turn POST into GET
   set(CURLOPT_UNRESTRICTED_AUTH, 0L);
-  set(CURLOPT_DISALLOW_USERNAME_IN_URL, 1L);  // a password in a URL would end up in logs and errors
   set(CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
   set(CURLOPT_PROXY, options.proxy);  // the empty text also hides the environment's proxy
   set(CURLOPT_NOPROXY, "");
@@ -374,7 +402,12 @@ CURLcode HTTPTransfer::Engine::prepare(const HTTPRequest& wanted) {
     set(CURLOPT_USERNAME, nullptr);
     set(CURLOPT_PASSWORD, nullptr);
   }
-  set(CURLOPT_VERBOSE, wanted.login ? 1L : 0L);  // for `onDebug`, which sees the headers sent
+  // For `onDebug`, which sees the headers sent. A login of the caller's own answers no challenge.
+  const bool answersChallenges =
+      wanted.login && std::ranges::none_of(wanted.headers, [](const auto& field) {
+        return equalIgnoringCase(field.first, "Authorization");
+      });
+  set(CURLOPT_VERBOSE, answersChallenges ? 1L : 0L);
   const CURLcode headerResult = setHeaders(set, wanted);
   return headerResult != CURLE_OK ? headerResult : set.result();
 }
@@ -441,7 +474,7 @@ bool HTTPTransfer::Engine::writeHeaders(const HTTPRequest& wanted) {
 
 bool HTTPTransfer::Engine::isCancelled() {
   const std::lock_guard lock(mutex);
-  return cancelled;
+  return cancelled || (request->cancelled && *request->cancelled);
 }
 
 CURLcode HTTPTransfer::Engine::run(const HTTPRequest& wanted) {
@@ -460,7 +493,7 @@ CURLcode HTTPTransfer::Engine::run(const HTTPRequest& wanted) {
     int left = 0;
     while (const CURLMsg* note = curl_multi_info_read(multi.get(), &left)) {
       if (note->msg != CURLMSG_DONE) continue;
-      if (receiverDone) return CURLE_OK;
+      if (receiverDone || gaveUp) return CURLE_OK;
       if (ownFailure != CURLE_OK) return ownFailure;
       const bool whole = !unpacker || unpacker->isComplete();
       return note->data.result == CURLE_OK && !whole ? CURLE_PARTIAL_FILE : note->data.result;
@@ -521,10 +554,28 @@ void HTTPTransfer::Engine::takeHeaderLine(std::string_view line) {
   TWHeaders& fields = result->response->headers;
   if (text.empty()) {
     headComplete = result->response->statusCode >= 200;  // the others only announce an answer
+    endHead();
   } else if (continues && !fields.empty()) {
     fields.back().second.append(" ").append(text);
   } else if (const std::size_t colon = text.find(':'); colon != std::string_view::npos) {
     fields.emplace_back(trimmed(text.substr(0, colon)), trimmed(text.substr(colon + 1)));
+  }
+}
+
+/// Looks at what the transfer library is about to do next, and keeps it from what must not be.
+void HTTPTransfer::Engine::endHead() {
+  const int status = result->response->statusCode;
+  if (status == 401) {
+    gaveUp = ++challenges == kMostChallenges;
+    return;
+  }
+  const std::string location = result->response->header("Location").value_or("");
+  if (status / 100 != 3 || location.empty() || !request->followsRedirects) return;
+  challenges = 0;
+  if (++redirects > kMostRedirects) {
+    ownFailure = CURLE_TOO_MANY_REDIRECTS;
+  } else if (holdsLogin(resolve(withoutLogin(effectiveURL(easy.get())), location))) {
+    ownFailure = CURLE_LOGIN_DENIED;
   }
 }
 
@@ -538,12 +589,13 @@ CURLcode HTTPTransfer::Engine::chooseUnpacker() {
     unpacker = std::make_unique<Unpacker>();
     return CURLE_OK;
   }
-  return CURLE_BAD_CONTENT_ENCODING;
+  // What nobody asked for may be known to the caller.
+  return unpacks ? CURLE_BAD_CONTENT_ENCODING : CURLE_OK;
 }
 
 CURLcode HTTPTransfer::Engine::takeBody(std::span<const std::uint8_t> piece) {
   lastByte = steady_clock::now();
-  if (unpacks && !bodyBegun) {
+  if (!bodyBegun) {
     if (const CURLcode chosen = chooseUnpacker(); chosen != CURLE_OK) return chosen;
   }
   bodyBegun = true;
@@ -620,7 +672,7 @@ std::size_t HTTPTransfer::Engine::onHeader(char* data, std::size_t size, std::si
   auto& engine = *static_cast<Engine*>(self);
   try {
     engine.takeHeaderLine({data, size * count});
-    return size * count;
+    return engine.ownFailure == CURLE_OK && !engine.gaveUp ? size * count : CURL_WRITEFUNC_ERROR;
   } catch (const std::exception&) {
     engine.ownFailure = CURLE_OUT_OF_MEMORY;
     return CURL_WRITEFUNC_ERROR;
@@ -693,6 +745,9 @@ HTTPResult HTTPTransfer::perform(const HTTPRequest& request) {
   engine.unpacker.reset();
   engine.ownFailure = CURLE_OK;
   engine.receiverDone = false;
+  engine.gaveUp = false;
+  engine.redirects = 0;
+  engine.challenges = 0;
 
   CURLcode code = engine.open();
   if (code == CURLE_OK) code = engine.prepare(request);
@@ -742,6 +797,10 @@ HTTPResult HTTPTransfer::perform(const HTTPRequest& request) {
     result.error = httpError(code, "The server closed the connection without an answer");
   } else if (code == CURLE_FILESIZE_EXCEEDED) {
     result.error = httpError(code, "The body of the answer is too large");
+  } else if (code == CURLE_TOO_MANY_REDIRECTS) {
+    result.error = httpError(code, "Too many redirects");
+  } else if (code == CURLE_LOGIN_DENIED) {
+    result.error = httpError(code, kLoginInURL);
   } else if (code == CURLE_OUT_OF_MEMORY) {
     result.error = httpError(code, curl_easy_strerror(code));
   } else if (code != CURLE_OK) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -39,10 +40,10 @@ struct HTTPLogin {
 struct HTTPRequest {
   std::string url;
   std::string method = "GET";
-  /// Sent as they are, and besides them nothing but what HTTP itself needs. With an
-  /// "Accept-Encoding" among them a body in gzip or zlib form is unpacked; one in any other
-  /// encoding, a damaged one and one that is not whole are errors. "Content-Length" and
-  /// "Transfer-Encoding" are left out: the body tells.
+  /// Sent as they are, and besides them nothing but what HTTP itself needs. "Content-Length" and
+  /// "Transfer-Encoding" are left out: the body tells. A body in gzip or zlib form is unpacked, and
+  /// a damaged one or one that is not whole is an error. One in any other encoding is an error
+  /// after an "Accept-Encoding" among these, and left as it is otherwise.
   TWHeaders headers;
   /// Must outlive the call. Absent and empty differ for methods other than POST. HEAD sends none.
   std::optional<std::span<const std::uint8_t>> body;
@@ -56,6 +57,9 @@ struct HTTPRequest {
   /// A decoded body that would grow longer ends the transfer with `TWHTTPErrorTooLarge`; what
   /// `receive` takes has no limit.
   std::size_t bodyLimit = std::size_t{512} << 20U;
+  /// Ends the transfer like `cancel` when set, even when it was set before the transfer began; only
+  /// with a call of `cancel` after it at once. Null: none.
+  const std::atomic<bool>* cancelled = nullptr;
   /// Told of every evaluation of a server's certificate; answers whether to go on. Without it only
   /// trusted ones are accepted.
   std::function<bool(bool trusted)> acceptsCertificate;
@@ -65,8 +69,9 @@ struct HTTPRequest {
   std::function<bool(std::span<const std::uint8_t>)> receive;
 };
 
-/// What keeps a request from being sent at all, if anything does: a malformed URL or one that is
-/// neither http nor https, line breaks and NULs. The message quotes nothing of it.
+/// What keeps a request from being sent at all, if anything does: a malformed URL, one that is
+/// neither http nor https, or one that holds a user name or a password; line breaks and NULs. The
+/// message quotes nothing of it.
 [[nodiscard]] TWError refusal(const std::string& url, const std::string& method,
                               const TWHeaders& headers, const std::optional<HTTPLogin>& login);
 

@@ -15,7 +15,14 @@ StreamExchange::StreamExchange(std::shared_ptr<TWCredentials> credentials, TWHTT
       bodyLimit_(options.bodyLimit),
       transfer_(transferOptions(options)) {}
 
+void StreamExchange::cancel() {
+  if (!armed_) return;
+  cancelled_ = true;
+  transfer_.cancel();
+}
+
 std::optional<TWData> StreamExchange::await() {
+  arm();
   HTTPRequest request;
   request.url = request_.url;
   request.method = request_.method;
@@ -24,6 +31,7 @@ std::optional<TWData> StreamExchange::await() {
   request.followsRedirects = request_.followsRedirects;
   request.login = passwordLogin(credentials_.get());
   request.idleLimit = idleLimit_;
+  request.cancelled = &cancelled_;
   request.acceptsCertificate = [this](bool trusted) {
     return trusted || allowInsecureCertificate_;
   };
@@ -36,6 +44,7 @@ std::optional<TWData> StreamExchange::await() {
   };
   // Failures are not reported: the caller judges what was collected, and nothing is a result, too.
   HTTPResult result = transfer_.perform(request);
+  wasCancelled_ = result.error.is(TWHTTPErrorDomain, TWHTTPErrorCancelled);
   if (result.redirectTarget.empty()) return fetched;
   refusedRedirect_ = std::move(result.redirectTarget);
   return std::nullopt;  // the page of a redirect is no event

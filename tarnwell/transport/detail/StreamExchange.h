@@ -19,7 +19,9 @@ class StreamExchange final : public TWStreamExchange {
                  const TWConnectionOptions& options);
 
   [[nodiscard]] std::optional<TWData> await() override;
-  void cancel() override { transfer_.cancel(); }
+  void arm() override { armed_ = true; }
+  void cancel() override;
+  [[nodiscard]] bool wasCancelled() const override { return wasCancelled_; }
   [[nodiscard]] std::optional<std::string> refusedRedirect() const override {
     return refusedRedirect_;
   }
@@ -33,6 +35,9 @@ class StreamExchange final : public TWStreamExchange {
   HTTPTransfer transfer_;
   std::optional<std::string> refusedRedirect_;
   std::atomic<bool> allowInsecureCertificate_{false};
+  std::atomic<bool> armed_{false};
+  std::atomic<bool> cancelled_{false};
+  bool wasCancelled_ = false;
 };
 
 }  // namespace tarnwell::detail
