@@ -110,9 +110,9 @@ class TWBaseProtocol : public TWConnectionSource,
 class TWProtocol : public TWBaseProtocol {
  public:
   /// The shared protocol of an endpoint, user name and password. Protocols stay in the process-wide
-  /// cache, even after `close`; `version` plays a part only when the protocol is made. Making one
-  /// without a version probes the server (two exchanges at most), and blocks every other look-up
-  /// meanwhile.
+  /// cache, even after `close`; `version` and `options` play a part only when the protocol is made,
+  /// and are the first caller's. Making one without a version probes the server (two exchanges at
+  /// most), and blocks every other look-up meanwhile.
   [[nodiscard]] static std::shared_ptr<TWProtocol> protocolForServiceEndpoint(
       std::string_view serviceEndpoint, const std::shared_ptr<TWCredentials>& credentials,
       std::optional<TWVersion> version = std::nullopt, const TWConnectionOptions& options = {});
