@@ -245,7 +245,9 @@ TEST(TWConnectionRedirect, PasswordIsNotWrittenIntoURLs) {
 TEST(TWConnectionRedirect, RelativeTargetsAreFollowedWithAPasswordToo) {
   const std::pair<const char*, const char*> targets[] = {
       {"/next", "/next"}, {"next", "/EWS/next"}, {"?n=1", "/EWS/a?n=1"}, {"../up#f", "/up"}};
-  for (const auto& [location, target] : targets) {
+  for (const auto& entry : targets) {
+    const std::string location = entry.first;
+    const std::string target = entry.second;
     for (const bool challenged : {false, true}) {
       // A password with every mark that means something in a URL.
       ScriptedServer server([&](const ScriptedRequest& request) {
