@@ -127,6 +127,24 @@ std::string hostOf(const char* address) {
   return host;
 }
 
+bool holdsLogin(CURLU* url) {
+  for (const CURLUPart which : {CURLUPART_USER, CURLUPART_PASSWORD}) {
+    char* part = nullptr;
+    if (curl_url_get(url, which, &part, 0) != CURLUE_OK) continue;
+    curl_free(part);
+    return true;
+  }
+  return false;
+}
+
+bool holdsLogin(const std::string& address) {
+  const URL url(curl_url());
+  return url &&
+         curl_url_set(url.get(), CURLUPART_URL, address.c_str(), CURLU_NON_SUPPORT_SCHEME) ==
+             CURLUE_OK &&
+         holdsLogin(url.get());
+}
+
 const char* effectiveURL(CURL* easy) {
   const char* url = nullptr;
   return curl_easy_getinfo(easy, CURLINFO_EFFECTIVE_URL, &url) == CURLE_OK && url ? url : "";
@@ -169,24 +187,6 @@ bool holdsNoSecret(const TWHeaders& headers) {
   return std::ranges::all_of(headers, [](const auto& field) {
     return field.first == "Content-Type" || field.first == "Accept-Encoding";
   });
-}
-
-bool holdsLogin(CURLU* url) {
-  for (const CURLUPart which : {CURLUPART_USER, CURLUPART_PASSWORD}) {
-    char* part = nullptr;
-    if (curl_url_get(url, which, &part, 0) != CURLUE_OK) continue;
-    curl_free(part);
-    return true;
-  }
-  return false;
-}
-
-bool holdsLogin(const std::string& address) {
-  const URL url(curl_url());
-  return url &&
-         curl_url_set(url.get(), CURLUPART_URL, address.c_str(), CURLU_NON_SUPPORT_SCHEME) ==
-             CURLUE_OK &&
-         holdsLogin(url.get());
 }
 
 bool usesTLS(std::string_view url) { return equalIgnoringCase(url.substr(0, 6), "https:"); }
