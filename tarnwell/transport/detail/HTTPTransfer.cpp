@@ -343,7 +343,7 @@ CURLcode HTTPTransfer::Engine::open() {
   set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
   set(CURLOPT_PROTOCOLS_STR, "http,https");
   // A wide net: the transfer library counts logins, too.
-  set(CURLOPT_MAXREDIRS, static_cast<long>((kMostRedirects + 1) * kMostChallenges));
+  set(CURLOPT_MAXREDIRS, (kMostRedirects + 1L) * kMostChallenges);
   set(CURLOPT_POSTREDIR, 0L);  // 301, 302 and 303 turn POST into GET
   set(CURLOPT_UNRESTRICTED_AUTH, 0L);
   set(CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
