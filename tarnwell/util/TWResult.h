@@ -20,12 +20,8 @@ class TWResult {
  public:
   using value_type = T;
 
-  TWResult(T value)
-      : outcome_(std::in_place_index<0>, std::move(value)) {
-  }  // NOLINT(google-explicit-constructor)
-  TWResult(TWError error)
-      : outcome_(std::in_place_index<1>, std::move(error)) {
-  }  // NOLINT(google-explicit-constructor)
+  TWResult(T value) : outcome_(std::in_place_index<0>, std::move(value)) {}
+  TWResult(TWError error) : outcome_(std::in_place_index<1>, std::move(error)) {}
 
   /// True when this holds a value.
   [[nodiscard]] bool hasValue() const noexcept { return outcome_.index() == 0; }

@@ -69,44 +69,43 @@ class TWValue {
 
   /// Absent.
   TWValue() noexcept = default;
-  TWValue(std::nullptr_t) noexcept {}  // NOLINT(google-explicit-constructor)
+  TWValue(std::nullptr_t) noexcept {}
   /// Exactly `bool`, so that no pointer becomes a flag.
   template <std::same_as<bool> B>
-  TWValue(B flag) noexcept : payload_(flag) {}  // NOLINT(google-explicit-constructor)
+  TWValue(B flag) noexcept : payload_(flag) {}
   /// Any integer. One above the range of 64 signed bits is kept as the nearest `double`.
   template <std::integral I>
   requires(!std::same_as<I, bool> && !std::same_as<I, char>) TWValue(I number)
-  noexcept {  // NOLINT(google-explicit-constructor)
+  noexcept {
     if (std::in_range<std::int64_t>(number))
       payload_ = static_cast<std::int64_t>(number);
     else
       payload_ = static_cast<double>(number);
   }
-  TWValue(double number) noexcept : payload_(number) {}  // NOLINT(google-explicit-constructor)
+  TWValue(double number) noexcept : payload_(number) {}
   /// The double of the shortest text, so that 0.1f prints "0.1".
-  TWValue(float number);  // NOLINT(google-explicit-constructor)
+  TWValue(float number);
   /// UTF-8 text. A null pointer gives the absent value.
-  TWValue(const char* text);                               // NOLINT(google-explicit-constructor)
-  TWValue(std::string_view text);                          // NOLINT(google-explicit-constructor)
-  TWValue(const std::string& text);                        // NOLINT(google-explicit-constructor)
-  TWValue(TWData bytes);                                   // NOLINT(google-explicit-constructor)
-  TWValue(TWInstant date) noexcept : payload_(date) {}     // NOLINT(google-explicit-constructor)
-  TWValue(TWTimeZone zone) : payload_(std::move(zone)) {}  // NOLINT(google-explicit-constructor)
-  TWValue(TWList list);                                    // NOLINT(google-explicit-constructor)
-  TWValue(TWDictionary dictionary);                        // NOLINT(google-explicit-constructor)
+  TWValue(const char* text);
+  TWValue(std::string_view text);
+  TWValue(const std::string& text);
+  TWValue(TWData bytes);
+  TWValue(TWInstant date) noexcept : payload_(date) {}
+  TWValue(TWTimeZone zone) : payload_(std::move(zone)) {}
+  TWValue(TWList list);
+  TWValue(TWDictionary dictionary);
   /// A schema element, a field path or a field order; a null pointer gives the absent value.
-  TWValue(std::shared_ptr<TWXMLObject> object);  // NOLINT(google-explicit-constructor)
+  TWValue(std::shared_ptr<TWXMLObject> object);
   template <std::derived_from<TWXMLObject> T>
-  TWValue(std::shared_ptr<T> object)  // NOLINT(google-explicit-constructor)
+  TWValue(std::shared_ptr<T> object)
       : TWValue(std::static_pointer_cast<TWXMLObject>(std::move(object))) {}
   /// An XML element; the invalid element gives the absent value.
-  TWValue(NKXMLElement element);  // NOLINT(google-explicit-constructor)
+  TWValue(NKXMLElement element);
   /// An error, for instance one that caused another; "no error" gives the absent value.
-  TWValue(TWError error);  // NOLINT(google-explicit-constructor)
+  TWValue(TWError error);
   /// What the optional holds, or the absent value.
   template <class T>
-  requires std::constructible_from<TWValue, const T&> TWValue(
-      const std::optional<T>& value)  // NOLINT(google-explicit-constructor)
+  requires std::constructible_from<TWValue, const T&> TWValue(const std::optional<T>& value)
       : TWValue(value ? TWValue(*value) : TWValue()) {}
   /// A pointer that is none of the above is a mistake, not a flag.
   template <class T>

@@ -100,6 +100,7 @@ TEST(TWErrors, EnumeratorsAreTheCodes) {
 
 TEST(TWErrors, MayBeAskedFirstFromSeveralThreads) {
   std::vector<std::thread> threads;
+  threads.reserve(8);
   for (int i = 0; i < 8; ++i)
     threads.emplace_back([] { EXPECT_EQ(TWErrors::codeFromString("ErrorSOAP"), 395); });
   for (auto& thread : threads) thread.join();

@@ -222,7 +222,7 @@ bool ApacheRig::start(bool closesAfterRefusal) {
     ::dup2(file, 2);
     sigset_t none;
     sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
+    ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
     ::execve(kServer, const_cast<char* const*>(arguments.data()),
              const_cast<char* const*>(environment.data()));
     ::_exit(127);

@@ -82,7 +82,8 @@ std::optional<ScriptedRequest> parseRequest(std::string_view text) {
 
 std::string formatAnswer(const ScriptedAnswer& answer, std::string_view method) {
   std::string text = "HTTP/1.1 " + std::to_string(answer.status) + " Scripted\r\n";
-  for (const auto& [name, value] : answer.headers) text += name + ": " + value + "\r\n";
+  for (const auto& [name, value] : answer.headers)
+    text.append(name).append(": ").append(value).append("\r\n");
   if (answer.close) text += "Connection: close\r\n";
   if (!answer.withoutLength && answer.status != 204 && answer.status != 304) {
     text += "Content-Length: " + std::to_string(answer.body.size()) + "\r\n";

@@ -22,6 +22,7 @@ TEST_F(TWLoggerTest, IsOneSharedInstanceForAllThreads) {
   std::mutex mutex;
   std::set<TWLogger*> seen;
   std::vector<std::thread> threads;
+  threads.reserve(8);
   for (int i = 0; i < 8; ++i) {
     threads.emplace_back([&] {
       TWLogger* logger = &TWLogger::logger();
@@ -111,7 +112,7 @@ TEST_F(TWLoggerTest, ADelegateMayLogWhileItIsReplaced) {
 class Throwing : public TWLoggerDelegate {
  public:
   void debug(const std::string&) override { throw std::runtime_error("debug"); }
-  void release(const std::string&) override { throw 1; }  // NOLINT(hicpp-exception-baseclass)
+  void release(const std::string&) override { throw 1; }
 };
 
 TEST_F(TWLoggerTest, WhatADelegateThrowsIsDropped) {
@@ -125,6 +126,7 @@ TEST_F(TWLoggerTest, ThreadsMayLogWhileTheDelegateIsReplaced) {
   const auto second = std::make_shared<test::RecordingLogger>();
   TWLogger::logger().setDelegate(first);
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int i = 0; i < 4; ++i)
     threads.emplace_back([] {
       for (int line = 0; line < 200; ++line) TWLogger::logger().rlog("[%@] line", {line});

@@ -230,7 +230,7 @@ TEST(XMLHostileInput, EncodingsThatHideMarkupAreRefused) {
 TEST(XMLHostileInput, DifferentNamesEndAt20000) {
   const auto document = [](int count, const std::string& before, const std::string& after) {
     std::string xml = "<r>";
-    for (int i = 0; i < count; ++i) xml += before + std::to_string(i) + after;
+    for (int i = 0; i < count; ++i) xml.append(before).append(std::to_string(i)).append(after);
     return xml + "</r>";
   };
   constexpr auto kReason = "Too many different names";
