@@ -190,6 +190,7 @@ TEST(HTTPTransfer, TrailingFieldsAndFoldedLinesAreNotMixedUp) {
 TEST(HTTPTransfer, EnvironmentHasNoSay) {
   ScriptedServer server;
   ScriptedServer proxy;
+  // NOLINTBEGIN(concurrency-mt-unsafe): no other thread of this test reads the environment
   ASSERT_EQ(setenv("http_proxy", proxy.url("").c_str(), 1), 0);
   ASSERT_EQ(setenv("all_proxy", proxy.url("").c_str(), 1), 0);
   HTTPTransfer transfer;
@@ -203,6 +204,7 @@ TEST(HTTPTransfer, EnvironmentHasNoSay) {
   ASSERT_EQ(proxy.requestCount(), 1U);
   EXPECT_EQ(proxy.requests()[0].target, "http://mail.example/EWS");
   for (const char* name : {"http_proxy", "all_proxy", "no_proxy"}) unsetenv(name);
+  // NOLINTEND(concurrency-mt-unsafe)
 }
 
 TEST(HTTPTransfer, ProxyThatNeedsACertificateIsRefused) {

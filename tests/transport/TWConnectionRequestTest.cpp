@@ -8,9 +8,7 @@
 namespace tarnwell::test {
 namespace {
 
-using ::testing::AllOf;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::UnorderedElementsAre;
@@ -171,7 +169,7 @@ TEST(TWConnectionRequest, OtherMethodsGoOutUnderTheirNames) {
 TEST(TWConnectionRequest, LargeBodiesGoOutWithoutAskingFirst) {
   // The server never says 100, so a client that waits for it would lose a second.
   ScriptedServer server;
-  const std::string large(5 * 1024 * 1024, 'x');
+  const std::string large(std::size_t{5} * 1024 * 1024, 'x');
   (void)plainConnection()->post(server.url("/"), std::nullopt, large);
   ASSERT_EQ(server.requestCount(), 1U);
   EXPECT_EQ(server.requests()[0].header("Expect"), std::nullopt);

@@ -9,7 +9,6 @@
 namespace tarnwell::test {
 namespace {
 
-using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -214,13 +213,13 @@ class FakeExchange final : public TWStreamExchange {
 };
 
 TEST(TWConnectionStream, ExchangeMayBeReplaced) {
-  const auto exchange = std::make_shared<FakeExchange>();
+  auto exchange = std::make_shared<FakeExchange>();
   exchange->result = bytes("<fake/>");
   const auto credentials = withToken("tok");
   TWConnectionOptions options;
   options.caFile = "authorities.pem";
   TWHTTPRequest seen;
-  options.makeStream = [&](std::shared_ptr<TWCredentials> given, TWHTTPRequest request,
+  options.makeStream = [&](const std::shared_ptr<TWCredentials>& given, TWHTTPRequest request,
                            const TWConnectionOptions& with) {
     EXPECT_EQ(given, credentials);
     EXPECT_EQ(with.caFile, "authorities.pem");

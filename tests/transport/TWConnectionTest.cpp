@@ -301,7 +301,7 @@ TEST(TWConnection, PeerThatClosesEarlyRaisesNoSignal) {
   };
   RawServer plain(slam);
   RawServer secure(slam, tls);
-  const std::string large(8 * 1024 * 1024, 'x');
+  const std::string large(std::size_t{8} * 1024 * 1024, 'x');
   TWConnectionOptions options;
   options.caFile = TestCertificates::shared().authority();
   for (const RawServer* server : {&plain, &secure}) {

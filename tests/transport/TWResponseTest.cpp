@@ -10,7 +10,6 @@ namespace tarnwell::test {
 namespace {
 
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 TEST(TWResponse, NewRecordHoldsNothing) {
   const TWResponse record;
