@@ -171,7 +171,7 @@ std::string writeWithParserAlone() {
 
 template <class Work>
 void measure(benchmark::State& state, const Work& work) {
-  for (auto _ : state) benchmark::DoNotOptimize(work());
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(work());
 }
 
 void readParserAlone(benchmark::State& state) { measure(state, readWithParserAlone); }

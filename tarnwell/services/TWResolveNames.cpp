@@ -4,6 +4,7 @@
 
 #include "tarnwell/items/TWMailbox.h"
 #include "tarnwell/protocol/TWBuilds.h"
+#include "tarnwell/protocol/TWVersion.h"
 #include "tarnwell/protocol/TWProtocol.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWUtils.h"
@@ -13,7 +14,7 @@ namespace {
 
 /// The id element of a folder, for this request alone: an element of the caller's may stand in
 /// another tree.
-NKXMLElement idElement(const TWValue& folder, const TWBuild* version, TWError* error) {
+NKXMLElement idElement(const TWValue& folder, const TWVersion* version, TWError* error) {
   TWError failure;
   const auto object = folder.asObject();
   auto element = object ? object->toXML(version, &failure) : folder.asXML().copy();
@@ -64,8 +65,9 @@ NKXMLElement TWResolveNames::getPayload(const std::vector<std::string>& names,
   attributes.setSafeObject(contactDataShape, "ContactDataShape");
   auto payload = TWUtils::createElement(rootName(), attributes);
   TWList folderIds;
+  const auto version = context().version();
   for (const auto& folder : parentFolders) {
-    const auto id = idElement(folder, server ? &*server : nullptr, error);
+    const auto id = idElement(folder, version ? &*version : nullptr, error);
     if (!id) return {};
     folderIds.emplace_back(id);
   }
