@@ -55,7 +55,7 @@ void resolveNames(benchmark::State& state) {
   test::RawServer server(benchmarks::answering(answerWith(state.range(0))));
   const auto protocol = protocolAt(server.url("/EWS/Exchange.asmx"));
   const auto expected = static_cast<std::size_t>(state.range(0));
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     for (int i = 0; i < kCalls; ++i) {
       const auto found = TWResolveNames::withProtocol(protocol)->call({kName});
       if (!found || found->size() != expected) state.SkipWithError("no answer");
@@ -71,7 +71,7 @@ void bareExchange(benchmark::State& state) {
       TWResolveNames(protocolAt(url)).getPayload({kName}, {}, false, std::nullopt, std::nullopt);
   benchmarks::BareClient client(url, TWTransport::wrap(payload, "Exchange2016"),
                                 {std::string("Authorization: Bearer ") + kToken});
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     for (int i = 0; i < kCalls; ++i) {
       if (!client.post()) state.SkipWithError("no answer");
       const auto document = NKXMLDocument::withXMLString(client.answer());

@@ -42,7 +42,7 @@ void postThroughConnection(benchmark::State& state, const std::string& body) {
   test::RawServer server(answering(body));
   const auto connection = TWConnection::withCredentials(nullptr, true);
   const std::string url = server.url("/EWS/Exchange.asmx");
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     for (int i = 0; i < kRequests; ++i) {
       const TWResponse record = connection->post(url, std::nullopt, std::string_view(body));
       if (!record.response || record.response->statusCode != 200) state.SkipWithError("no answer");
@@ -55,7 +55,7 @@ void postThroughConnection(benchmark::State& state, const std::string& body) {
 void postThroughLibcurl(benchmark::State& state, const std::string& body, bool parses) {
   test::RawServer server(answering(body));
   benchmarks::BareClient client(server.url("/EWS/Exchange.asmx"), body);
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     for (int i = 0; i < kRequests; ++i) {
       if (!client.post()) state.SkipWithError("no answer");
       if (parses) {

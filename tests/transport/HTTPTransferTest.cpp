@@ -65,9 +65,9 @@ TEST(HTTPTransfer, HeadersAreThoseOfTheRequestWhateverWasSentBefore) {
   }
 }
 
-TEST(HTTPTransfer, PackedBodiesAreUnpackedForThoseWhoAskedWhateverWasAskedBefore) {
+TEST(HTTPTransfer, UnknownEncodingsFailThoseWhoAskedForSomeWhateverWasAskedBefore) {
   ScriptedServer server([](const ScriptedRequest&) {
-    return ScriptedAnswer{200, {{"Content-Encoding", "gzip"}}, "not packed", false, false};
+    return ScriptedAnswer{200, {{"Content-Encoding", "br"}}, "not packed", false, false};
   });
   HTTPTransfer transfer;
   for (const bool asks : {true, false, true, true, false}) {

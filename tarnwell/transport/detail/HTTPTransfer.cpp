@@ -12,6 +12,7 @@
 #include <openssl/crypto.h>
 
 #include "tarnwell/transport/detail/HTTPText.h"
+#include "tarnwell/transport/detail/HTTPURL.h"
 #include "tarnwell/transport/detail/PipeSignalGuard.h"
 #include "tarnwell/transport/detail/ServerTrust.h"
 #include "tarnwell/transport/detail/Unpacker.h"
@@ -67,8 +68,6 @@ struct WipeAndFree {
 using Easy = std::unique_ptr<CURL, FreeWith<curl_easy_cleanup>>;
 using Multi = std::unique_ptr<CURLM, FreeWith<curl_multi_cleanup>>;
 using Lines = std::unique_ptr<curl_slist, WipeAndFree>;
-using URL = std::unique_ptr<CURLU, FreeWith<curl_url_cleanup>>;
-using URLPart = std::unique_ptr<char, FreeWith<curl_free>>;
 
 /// Once for the process; never undone, since others may use the library, too.
 bool initialiseOnce() {
@@ -109,77 +108,9 @@ class OptionSetter {
   CURLcode result_ = CURLE_OK;
 };
 
-/// The name that a certificate must be made out to; empty when there is none.
-std::string hostOf(const char* address) {
-  const URL url(curl_url());
-  if (!url || curl_url_set(url.get(), CURLUPART_URL, address, 0) != CURLUE_OK) return {};
-#ifdef CURLU_PUNYCODE
-  constexpr unsigned kForm = CURLU_PUNYCODE;
-#else
-  constexpr unsigned kForm = 0;
-#endif
-  char* part = nullptr;
-  if (curl_url_get(url.get(), CURLUPART_HOST, &part, kForm) != CURLUE_OK) return {};
-  const URLPart owned(part);
-  std::string host(part);
-  if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
-  if (host.ends_with('.')) host.pop_back();
-  return host;
-}
-
-bool holdsLogin(CURLU* url) {
-  for (const CURLUPart which : {CURLUPART_USER, CURLUPART_PASSWORD}) {
-    char* part = nullptr;
-    if (curl_url_get(url, which, &part, 0) != CURLUE_OK) continue;
-    curl_free(part);
-    return true;
-  }
-  return false;
-}
-
-bool holdsLogin(const std::string& address) {
-  const URL url(curl_url());
-  return url &&
-         curl_url_set(url.get(), CURLUPART_URL, address.c_str(), CURLU_NON_SUPPORT_SCHEME) ==
-             CURLUE_OK &&
-         holdsLogin(url.get());
-}
-
 const char* effectiveURL(CURL* easy) {
   const char* url = nullptr;
   return curl_easy_getinfo(easy, CURLINFO_EFFECTIVE_URL, &url) == CURLE_OK && url ? url : "";
-}
-
-/// The transfer library writes the user name and the password of a request into the URLs that
-/// redirects lead to; they are taken out before anybody sees them.
-std::string withoutLogin(const char* address) {
-  // Taking a URL apart costs as much as the rest of what is done here for a small answer.
-  if (std::strchr(address, '@') == nullptr) return address;
-  const URL url(curl_url());
-  char* part = nullptr;
-  if (!url || curl_url_set(url.get(), CURLUPART_URL, address, 0) != CURLUE_OK ||
-      curl_url_set(url.get(), CURLUPART_USER, nullptr, 0) != CURLUE_OK ||
-      curl_url_set(url.get(), CURLUPART_PASSWORD, nullptr, 0) != CURLUE_OK ||
-      curl_url_get(url.get(), CURLUPART_URL, &part, 0) != CURLUE_OK) {
-    return {};
-  }
-  const URLPart owned(part);
-  return part;
-}
-
-/// The absolute URL of a Location field. The transfer library has one, too, but with the user name
-/// and the password of the request written into it.
-std::string resolve(const std::string& base, const std::string& location) {
-  constexpr unsigned kLenient = CURLU_NON_SUPPORT_SCHEME | CURLU_ALLOW_SPACE | CURLU_URLENCODE;
-  const URL url(curl_url());
-  char* part = nullptr;
-  if (!url || curl_url_set(url.get(), CURLUPART_URL, base.c_str(), 0) != CURLUE_OK ||
-      curl_url_set(url.get(), CURLUPART_URL, location.c_str(), kLenient) != CURLUE_OK ||
-      curl_url_get(url.get(), CURLUPART_URL, &part, CURLU_NON_SUPPORT_SCHEME) != CURLUE_OK) {
-    return location;
-  }
-  const URLPart owned(part);
-  return part;
 }
 
 /// Whether all fields are among those that every SOAP request has.
@@ -218,29 +149,18 @@ TWError refusalOfFields(const std::string& method, const TWHeaders& headers,
 }
 
 TWError refusalOfURL(const std::string& url) {
-  if (!staysOnItsLine(url)) return httpError(CURLE_URL_MALFORMAT, "Bad URL");
-  const URL parsed(curl_url());
-  if (!parsed) return httpError(CURLE_OUT_OF_MEMORY, curl_easy_strerror(CURLE_OUT_OF_MEMORY));
-  // Without this check "not a url" would be taken for the name of a host.
-  switch (curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0)) {
-    case CURLUE_OK:
-      break;
-    case CURLUE_UNSUPPORTED_SCHEME:
+  switch (judgeURL(url)) {
+    case URLVerdict::good:
+      return {};
+    case URLVerdict::otherScheme:
       return httpError(CURLE_UNSUPPORTED_PROTOCOL, "Neither http nor https");
-    default:
-      return httpError(CURLE_URL_MALFORMAT, "Bad URL");
+    case URLVerdict::login:
+      // A password in a URL would end up in logs and errors.
+      return httpError(CURLE_LOGIN_DENIED, kLoginInURL);
+    case URLVerdict::malformed:
+      break;
   }
-  // A password in a URL would end up in logs and errors.
-  if (holdsLogin(parsed.get())) return httpError(CURLE_LOGIN_DENIED, kLoginInURL);
-  char* part = nullptr;
-  if (curl_url_get(parsed.get(), CURLUPART_SCHEME, &part, 0) != CURLUE_OK) {
-    return httpError(CURLE_URL_MALFORMAT, "Bad URL");
-  }
-  const URLPart scheme(part);
-  if (!equalIgnoringCase(part, "http") && !equalIgnoringCase(part, "https")) {
-    return httpError(CURLE_UNSUPPORTED_PROTOCOL, "Neither http nor https");
-  }
-  return {};
+  return httpError(CURLE_URL_MALFORMAT, "Bad URL");
 }
 
 }  // namespace
