@@ -4,8 +4,8 @@
 
 #include "tarnwell/items/TWMailbox.h"
 #include "tarnwell/protocol/TWBuilds.h"
-#include "tarnwell/protocol/TWVersion.h"
 #include "tarnwell/protocol/TWProtocol.h"
+#include "tarnwell/protocol/TWVersion.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWUtils.h"
 
