@@ -26,7 +26,7 @@ class FaultsEndToEnd : public testing::Test {
   /// The error that the next call ends with. The one after it succeeds.
   TWError errorOf(SandboxFault fault) {
     host.server.failNext(std::move(fault));
-    const auto error = failingCall();
+    auto error = failingCall();
     EXPECT_TRUE(TWResolveNames::withProtocol(protocol)->call({"bob"}));
     return error;
   }
