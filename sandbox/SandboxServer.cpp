@@ -4,6 +4,7 @@
 #include <map>
 #include <mutex>
 #include <set>
+#include <shared_mutex>
 
 #include "sandbox/detail/Autodiscover.h"
 #include "sandbox/detail/Certificate.h"
@@ -14,6 +15,7 @@
 #include "sandbox/detail/Soap.h"
 #include "sandbox/detail/Xml.h"
 #include "sandbox/operations/Operations.h"
+#include "sandbox/store/Store.h"
 
 namespace tarnwell::sandbox {
 namespace {
@@ -104,6 +106,7 @@ class SandboxServer::Impl {
     error = problemOf(options_);
     if (!error.empty()) return false;
     version_ = findServerVersion(options_.version);
+    if (!openStore(error)) return false;
     HttpFront::Options front{options_.host, options_.port, {}, {}, options_.bodyLimit};
     if (options_.tls) {
       if (certificate_.certificatePem.empty() && !takeCertificate(error)) return false;
@@ -163,6 +166,20 @@ class SandboxServer::Impl {
   FaultQueue faults;
 
  private:
+  /// Once for all starts: what is in the store outlives a stop.
+  bool openStore(std::string& error) {
+    if (isStoreOpen_) return true;
+    const std::unique_lock lock(store_.mutex());
+    if (!options_.storeFile.empty() && !store_.open(options_.storeFile, error)) return false;
+    for (const SandboxMailbox& mailbox : options_.mailboxes) {
+      const Person& person = *directory_.findMailbox(mailbox.address);
+      store_.addMailbox(person.address, person.name);
+    }
+    store_.commit();
+    isStoreOpen_ = true;
+    return true;
+  }
+
   bool takeCertificate(std::string& error) {
     if (!options_.certificatePem.empty()) {
       certificate_ = {options_.certificatePem, options_.keyPem};
@@ -276,14 +293,15 @@ class SandboxServer::Impl {
     if (auto failure = failOnDemand(record)) return *failure;
     if (fault) return faultAnswer(*fault);
     try {
-      return operate(soap);
+      return operate(soap, record.user);
     } catch (const SoapFault& found) {
       return faultAnswer(found);
     }
   }
 
-  [[nodiscard]] HttpAnswer operate(const SoapRequest& soap) const {
-    if (!soap.impersonated.empty() && directory_.findMailbox(soap.impersonated) == nullptr) {
+  [[nodiscard]] HttpAnswer operate(const SoapRequest& soap, const std::string& user) {
+    const std::string& address = soap.impersonated.empty() ? user : soap.impersonated;
+    if (directory_.findMailbox(address) == nullptr) {
       throw SoapFault("ErrorNonExistentMailbox",
                       "The SMTP address has no mailbox associated with it.");
     }
@@ -292,8 +310,27 @@ class SandboxServer::Impl {
     pugi::xml_document document;
     const pugi::xml_node response =
         makeAnswer(document, *version_, options_.versionText, soap.operationName);
-    operation->run({soap.operation, soap.schema, directory_}, response);
+    try {
+      run(*operation, {soap.operation, soap.schema, directory_, store_, address}, response);
+    } catch (const EwsError& error) {
+      // Found while the request was read, before there were parts to answer.
+      throw SoapFault(error.code, error.text);
+    }
     return {200, kXmlType, serialise(document)};
+  }
+
+  /// Holds the store's mutex for as long as the operation wants it.
+  void run(const Operation& operation, const OperationCall& call, pugi::xml_node response) {
+    if (operation.access == Operation::Access::none) {
+      operation.run(call, response);
+    } else if (operation.access == Operation::Access::reads) {
+      const std::shared_lock lock(store_.mutex());
+      operation.run(call, response);
+    } else {
+      const std::unique_lock lock(store_.mutex());
+      operation.run(call, response);
+      store_.commit();
+    }
   }
 
   /// The queued fault that this request takes, if any, after its gate.
@@ -368,6 +405,8 @@ class SandboxServer::Impl {
 
   const SandboxOptions options_;
   const Directory directory_;
+  Store store_;
+  bool isStoreOpen_ = false;
   const ServerVersion* version_ = nullptr;
 
   mutable std::mutex mutex_;  // guards all below

@@ -45,6 +45,8 @@ struct SandboxOptions {
 
   std::vector<SandboxMailbox> mailboxes;
   std::vector<SandboxToken> tokens;
+  /// An SQLite file that keeps what is in the mailboxes. Empty: it is in memory only.
+  std::string storeFile;
   /// The WWW-Authenticate fields of a 401, in order.
   std::vector<std::string> challenges = {"Basic realm=\"tarnwell-sandbox\""};
 

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <array>
 
-#include <openssl/evp.h>
+#include "sandbox/detail/Base64.h"
 
 namespace tarnwell::sandbox {
 namespace {
+
+constexpr std::size_t kCredentialsLimit = 4096;
 
 struct KnownPerson {
   const char* name;
@@ -38,19 +40,6 @@ std::string nameFor(std::string_view address) {
     atStart = c == ' ';
   }
   return name;
-}
-
-std::optional<std::string> decodeBase64(std::string_view text) {
-  if (text.empty() || text.size() % 4 != 0 || text.size() > 4096) return std::nullopt;
-  std::string bytes(text.size() / 4 * 3, '\0');
-  const int size = EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
-                                   reinterpret_cast<const unsigned char*>(text.data()),
-                                   static_cast<int>(text.size()));
-  if (size < 0) return std::nullopt;
-  // It decodes the padding as zero bytes.
-  const std::size_t padding = text.ends_with("==") ? 2 : text.ends_with('=') ? 1 : 0;
-  bytes.resize(static_cast<std::size_t>(size) - padding);
-  return bytes;
 }
 
 }  // namespace
@@ -118,6 +107,7 @@ const Person* Directory::login(std::string_view authorization) const {
     return token == tokens_.end() ? nullptr : findMailbox(token->second);
   }
   if (scheme != "basic") return nullptr;
+  if (credentials.size() > kCredentialsLimit) return nullptr;
   const std::optional<std::string> pair = decodeBase64(credentials);
   const std::size_t colon = pair ? pair->find(':') : std::string::npos;
   if (colon == std::string::npos) return nullptr;

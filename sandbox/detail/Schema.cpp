@@ -139,19 +139,4 @@ std::string simpleText(pugi::xml_node element) {
   return textOf(element);
 }
 
-void checkFolderIds(pugi::xml_node list) {
-  ElementReader reader(list);
-  reader.allowAttributes({});
-  reader.requireMore();
-  while (const pugi::xml_node folder = reader.next()) {
-    const bool distinguished = isElement(folder, kTypesNs, "DistinguishedFolderId");
-    if (!distinguished && !isElement(folder, kTypesNs, "FolderId")) reader.refuse(folder);
-    ElementReader id(folder);
-    id.allowAttributes({"Id", "ChangeKey"});
-    static_cast<void>(id.requiredAttribute("Id"));
-    if (distinguished) id.optional(kTypesNs, "Mailbox");
-    id.end();
-  }
-}
-
 }  // namespace tarnwell::sandbox

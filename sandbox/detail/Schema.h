@@ -63,6 +63,8 @@ class ElementReader {
   /// The text of a child that holds nothing else; must not be empty.
   std::string requiredText(std::string_view xmlns, std::string_view name);
   [[nodiscard]] bool hasNext() const noexcept { return !next_.empty(); }
+  /// The next child without going past it; null at the end.
+  [[nodiscard]] pugi::xml_node peek() const noexcept { return next_; }
   /// The next child, whatever it is; null at the end.
   pugi::xml_node next();
   /// There must be another child.
@@ -80,8 +82,5 @@ class ElementReader {
 
 /// The text of an element that holds nothing else. Throws for child elements.
 [[nodiscard]] std::string simpleText(pugi::xml_node element);
-
-/// Checks a list of folder references, t:FolderId and t:DistinguishedFolderId, at least one.
-void checkFolderIds(pugi::xml_node list);
 
 }  // namespace tarnwell::sandbox

@@ -162,7 +162,14 @@ class Checker {
 struct StringWriter final : pugi::xml_writer {
   std::string text;
   void write(const void* data, std::size_t size) override {
-    text.append(static_cast<const char*>(data), size);
+    // pugixml leaves a carriage return bare, and whoever reads it would make it a line feed.
+    for (const char c : std::string_view(static_cast<const char*>(data), size)) {
+      if (c == '\r') {
+        text += "&#13;";
+      } else {
+        text += c;
+      }
+    }
   }
 };
 

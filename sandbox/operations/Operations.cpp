@@ -8,9 +8,30 @@
 namespace tarnwell::sandbox {
 namespace {
 
+using Access = Operation::Access;
+
 constexpr std::array kOperations{
-    Operation{"GetServerTimeZones", Schema::exchange2010, getServerTimeZones},
-    Operation{"ResolveNames", Schema::exchange2007, resolveNames},
+    Operation{"CreateAttachment", Schema::exchange2007, Access::writes, createAttachment},
+    Operation{"CreateFolder", Schema::exchange2007, Access::writes, createFolder},
+    Operation{"CreateItem", Schema::exchange2007, Access::writes, createItem},
+    Operation{"DeleteAttachment", Schema::exchange2007, Access::writes, deleteAttachment},
+    Operation{"DeleteFolder", Schema::exchange2007, Access::writes, deleteFolder},
+    Operation{"DeleteItem", Schema::exchange2007, Access::writes, deleteItem},
+    Operation{"EmptyFolder", Schema::exchange2010Sp1, Access::writes, emptyFolder},
+    Operation{"ExportItems", Schema::exchange2010Sp1, Access::reads, exportItems},
+    Operation{"FindFolder", Schema::exchange2007, Access::reads, findFolder},
+    Operation{"FindItem", Schema::exchange2007, Access::reads, findItem},
+    Operation{"GetAttachment", Schema::exchange2007, Access::reads, getAttachment},
+    Operation{"GetFolder", Schema::exchange2007, Access::reads, getFolder},
+    Operation{"GetItem", Schema::exchange2007, Access::reads, getItem},
+    Operation{"GetServerTimeZones", Schema::exchange2010, Access::none, getServerTimeZones},
+    Operation{"MoveFolder", Schema::exchange2007, Access::writes, moveFolder},
+    Operation{"MoveItem", Schema::exchange2007, Access::writes, moveItem},
+    Operation{"ResolveNames", Schema::exchange2007, Access::none, resolveNames},
+    Operation{"SendItem", Schema::exchange2007, Access::writes, sendItems},
+    Operation{"UpdateFolder", Schema::exchange2007, Access::writes, updateFolder},
+    Operation{"UpdateItem", Schema::exchange2007, Access::writes, updateItem},
+    Operation{"UploadItems", Schema::exchange2010Sp1, Access::writes, uploadItems},
 };
 
 }  // namespace

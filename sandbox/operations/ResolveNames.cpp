@@ -3,7 +3,7 @@
 
 #include "sandbox/detail/Schema.h"
 #include "sandbox/detail/Xml.h"
-#include "sandbox/operations/Operations.h"
+#include "sandbox/operations/References.h"
 
 namespace tarnwell::sandbox {
 namespace {
@@ -40,7 +40,7 @@ void resolveNames(const OperationCall& call, pugi::xml_node response) {
       reader.enumeration("SearchScope", "ResolveNamesSearchScopeType", kSearchScopes);
   const auto shape = reader.enumeration("ContactDataShape", "DefaultShapeNamesType", kShapes);
   if (const pugi::xml_node folders = reader.optional(kMessagesNs, "ParentFolderIds")) {
-    checkFolderIds(folders);
+    static_cast<void>(readFolderReferences(folders, call.schema));
   }
   const std::string entry = reader.requiredText(kMessagesNs, "UnresolvedEntry");
   reader.end();

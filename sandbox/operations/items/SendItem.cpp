@@ -1,0 +1,51 @@
+#include "sandbox/detail/Schema.h"
+#include "sandbox/detail/Xml.h"
+#include "sandbox/operations/References.h"
+#include "sandbox/operations/items/Sending.h"
+
+namespace tarnwell::sandbox {
+namespace {
+
+void send(const OperationCall& call, const ItemReference& reference, bool saves,
+          const std::optional<FolderReference>& target) {
+  Item item = *resolveItem(call, reference);
+  const std::uint64_t seen = versionOf(reference.changeKey);
+  if (seen == 0) throw EwsError("ErrorChangeKeyRequired");
+  if (seen != item.version) throw EwsError("ErrorStaleObject");
+  checkSendable(item);
+  const std::string owner = call.store.findFolder(item.folder)->mailbox;
+  std::uint64_t folder = call.store.distinguished(owner, "sentitems");
+  if (target) folder = resolveFolder(call, *target, "ErrorSavedItemFolderNotFound").number;
+  sendItem(call, owner, item);
+  const std::uint64_t number = item.number;
+  call.store.changeItem(std::move(item), {});
+  if (saves) {
+    call.store.moveItem(number, folder);
+  } else {
+    call.store.removeItem(number);
+  }
+}
+
+}  // namespace
+
+void sendItems(const OperationCall& call, pugi::xml_node response) {
+  ElementReader reader(call.request);
+  reader.allowAttributes({"SaveItemToFolder"});
+  static_cast<void>(reader.requiredAttribute("SaveItemToFolder"));
+  const bool saves = *reader.boolean("SaveItemToFolder");
+  const auto references = readItemReferences(reader.required(kMessagesNs, "ItemIds"));
+  std::optional<FolderReference> target;
+  if (const pugi::xml_node holder = reader.optional(kMessagesNs, "SavedItemFolderId")) {
+    target = readTargetFolder(holder, call.schema);
+  }
+  reader.end();
+  if (target && !saves) {
+    throw EwsError("ErrorInvalidSendItemSaveSettings",
+                   "A folder for the saved item is given, but the item is not to be saved.");
+  }
+  for (const ItemReference& reference : references) {
+    answerPart(response, "SendItem", [&](pugi::xml_node) { send(call, reference, saves, target); });
+  }
+}
+
+}  // namespace tarnwell::sandbox
