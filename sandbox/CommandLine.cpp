@@ -11,12 +11,15 @@ namespace {
 constexpr std::string_view kUsage = R"(usage: tarnwell-sandbox [option...]
 
 An Exchange Web Services server for development. It listens on 127.0.0.1 only and keeps
-everything in memory.
+everything in memory unless it is given a file.
 
   --port N                  the port; 0, the default, takes any free one
   --mailbox ADDRESS:PASSWORD  a mailbox; may be repeated. Without one there is
                             user@example.com with the password "password"
   --token ADDRESS:TOKEN     a bearer token for a mailbox; may be repeated
+  --store FILE              keeps the mailboxes in this SQLite database
+  --seed-mailbox N          fills the first mailbox with N messages, contacts, appointments
+                            and tasks, the same every time
   --server-version KEY      Exchange2007 to Exchange2016, with _SP1 and so on;
                             Exchange2016 when not given
   --external-url URL        the endpoint that autodiscover hands out
@@ -32,6 +35,9 @@ The first line on standard output is "listening" and the endpoint. It ends on SI
 SIGTERM.
 )";
 
+constexpr int kMostPorts = 65535;
+constexpr int kMostSeeds = 100000;
+
 struct Mistake {
   std::string text;
 };
@@ -44,13 +50,13 @@ std::string contentsOf(const std::string& file) {
   return contents.str();
 }
 
-int portIn(const std::string& text) {
-  int port = -1;
-  const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), port);
-  if (problem != std::errc() || end != text.data() + text.size() || port < 0 || port > 65535) {
-    throw Mistake{"--port takes a number from 0 to 65535, not " + text};
+int numberIn(const std::string& option, const std::string& text, int most) {
+  int number = -1;
+  const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (problem != std::errc() || end != text.data() + text.size() || number < 0 || number > most) {
+    throw Mistake{option + " takes a number from 0 to " + std::to_string(most) + ", not " + text};
   }
-  return port;
+  return number;
 }
 
 /// "a@example.com:rest"; the rest may hold colons of its own.
@@ -97,9 +103,13 @@ class Parser {
     } else if (option == "--control") {
       server.control = true;
     } else if (option == "--port") {
-      server.port = portIn(value(option));
+      server.port = numberIn(option, value(option), kMostPorts);
     } else if (option == "--server-version") {
       server.version = versionIn(value(option));
+    } else if (option == "--store") {
+      server.storeFile = value(option);
+    } else if (option == "--seed-mailbox") {
+      server.seedCount = numberIn(option, value(option), kMostSeeds);
     } else if (option == "--external-url") {
       server.externalUrl = value(option);
     } else if (option == "--host") {

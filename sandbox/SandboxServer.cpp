@@ -14,6 +14,7 @@
 #include "sandbox/detail/ServerVersion.h"
 #include "sandbox/detail/Soap.h"
 #include "sandbox/detail/Xml.h"
+#include "sandbox/items/Seed.h"
 #include "sandbox/operations/Operations.h"
 #include "sandbox/store/Store.h"
 
@@ -32,6 +33,7 @@ std::string problemOf(const SandboxOptions& options) {
     return "there is no server version " + options.version;
   }
   if (options.port < 0 || options.port > 65535) return "the port is not one";
+  if (options.seedCount < 0) return "the number of items to begin with is negative";
   if (options.certificatePem.empty() != options.keyPem.empty()) {
     return "a certificate needs its key, and a key its certificate";
   }
@@ -173,7 +175,9 @@ class SandboxServer::Impl {
     if (!options_.storeFile.empty() && !store_.open(options_.storeFile, error)) return false;
     for (const SandboxMailbox& mailbox : options_.mailboxes) {
       const Person& person = *directory_.findMailbox(mailbox.address);
-      store_.addMailbox(person.address, person.name);
+      const bool isNew = store_.addMailbox(person.address, person.name);
+      const bool isFirst = &mailbox == &options_.mailboxes.front();
+      if (isNew && isFirst) seedMailbox(store_, person.address, options_.seedCount);
     }
     store_.commit();
     isStoreOpen_ = true;

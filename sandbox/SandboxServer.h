@@ -47,6 +47,9 @@ struct SandboxOptions {
   std::vector<SandboxToken> tokens;
   /// An SQLite file that keeps what is in the mailboxes. Empty: it is in memory only.
   std::string storeFile;
+  /// How many believable items the first mailbox starts with, the same ones every time. A store file
+  /// that has the mailbox already is left as it is.
+  int seedCount = 0;
   /// The WWW-Authenticate fields of a 401, in order.
   std::vector<std::string> challenges = {"Basic realm=\"tarnwell-sandbox\""};
 

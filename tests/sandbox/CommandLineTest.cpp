@@ -49,6 +49,10 @@ TEST(CommandLine, EveryOptionHasItsEffect) {
                                       "y.example",
                                       "--write-cert",
                                       "out.pem",
+                                      "--store",
+                                      "mail.db",
+                                      "--seed-mailbox",
+                                      "50",
                                       "--control",
                                       "--verbose"},
                                      error);
@@ -58,6 +62,8 @@ TEST(CommandLine, EveryOptionHasItsEffect) {
   EXPECT_EQ(line->server.mailboxes[0].password, "p:w");
   EXPECT_EQ(line->server.mailboxes[1].address, "b@example.com");
   EXPECT_EQ(line->server.tokens.at(0).address, "b@example.com");
+  EXPECT_EQ(line->server.storeFile, "mail.db");
+  EXPECT_EQ(line->server.seedCount, 50);
   EXPECT_EQ(line->server.tokens.at(0).token, "tok:en");
   EXPECT_EQ(line->server.version, "Exchange2010_SP2");
   EXPECT_EQ(line->server.externalUrl, "https://m.example/e");

@@ -1,15 +1,9 @@
-#include <array>
 #include <csignal>
-#include <filesystem>
-#include <stdexcept>
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
+#include "tests/sandbox/Program.h"
 #include "tests/sandbox/SandboxFixture.h"
 #include "tests/support/TestCertificates.h"
 
@@ -18,64 +12,6 @@ namespace {
 
 using testing::HasSubstr;
 using testing::StartsWith;
-
-/// The program with its standard output and error on one pipe.
-class Program {
- public:
-  explicit Program(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), TARNWELL_SANDBOX_PROGRAM);
-    std::vector<char*> argv;
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-    output_ = ends[0];
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], STDERR_FILENO);
-    const int failure = posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    ::close(ends[1]);
-    if (failure != 0) throw std::runtime_error("cannot start the program");
-  }
-  Program(const Program&) = delete;
-  Program& operator=(const Program&) = delete;
-  ~Program() {
-    if (pid_ > 0) {
-      signal(SIGKILL);
-      static_cast<void>(exitCode());
-    }
-    ::close(output_);
-  }
-
-  /// The next line, without its end.
-  [[nodiscard]] std::string line() const {
-    std::string text;
-    char c = 0;
-    while (::read(output_, &c, 1) == 1 && c != '\n') text += c;
-    return text;
-  }
-  /// Everything to the end.
-  [[nodiscard]] std::string rest() const {
-    std::string text;
-    char c = 0;
-    while (::read(output_, &c, 1) == 1) text += c;
-    return text;
-  }
-  void signal(int number) const { ::kill(pid_, number); }
-  /// -1 when it did not end by itself.
-  [[nodiscard]] int exitCode() {
-    int status = 0;
-    ::waitpid(pid_, &status, 0);
-    pid_ = 0;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
- private:
-  pid_t pid_ = 0;
-  int output_ = -1;
-};
 
 TEST(Program, ItPrintsItsEndpointServesAndEndsOnASignal) {
   for (const int ending : {SIGTERM, SIGINT}) {
