@@ -20,6 +20,8 @@ everything in memory unless it is given a file.
   --store FILE              keeps the mailboxes in this SQLite database
   --seed-mailbox N          fills the first mailbox with N messages, contacts, appointments
                             and tasks, the same every time
+  --heartbeat SECONDS       how often a stream of events shows that it is alive; 45 when
+                            not given
   --server-version KEY      Exchange2007 to Exchange2016, with _SP1 and so on;
                             Exchange2016 when not given
   --external-url URL        the endpoint that autodiscover hands out
@@ -37,6 +39,7 @@ SIGTERM.
 
 constexpr int kMostPorts = 65535;
 constexpr int kMostSeeds = 100000;
+constexpr int kMostHeartbeat = 3600;
 
 struct Mistake {
   std::string text;
@@ -110,6 +113,10 @@ class Parser {
       server.storeFile = value(option);
     } else if (option == "--seed-mailbox") {
       server.seedCount = numberIn(option, value(option), kMostSeeds);
+    } else if (option == "--heartbeat") {
+      const int seconds = numberIn(option, value(option), kMostHeartbeat);
+      if (seconds == 0) throw Mistake{"--heartbeat takes at least one second"};
+      server.streamHeartbeat = std::chrono::seconds(seconds);
     } else if (option == "--external-url") {
       server.externalUrl = value(option);
     } else if (option == "--host") {

@@ -15,6 +15,7 @@
 #include "sandbox/detail/Soap.h"
 #include "sandbox/detail/Xml.h"
 #include "sandbox/items/Seed.h"
+#include "sandbox/notifications/EventStream.h"
 #include "sandbox/operations/Operations.h"
 #include "sandbox/store/Store.h"
 
@@ -34,6 +35,7 @@ std::string problemOf(const SandboxOptions& options) {
   }
   if (options.port < 0 || options.port > 65535) return "the port is not one";
   if (options.seedCount < 0) return "the number of items to begin with is negative";
+  if (options.streamHeartbeat.count() <= 0) return "the time between heartbeats is not positive";
   if (options.certificatePem.empty() != options.keyPem.empty()) {
     return "a certificate needs its key, and a key its certificate";
   }
@@ -115,6 +117,7 @@ class SandboxServer::Impl {
       front.certificatePem = certificate_.certificatePem;
       front.keyPem = certificate_.keyPem;
     }
+    subscriptions_.resume();
     front_ = HttpFront::open(
         front, [this](const HttpRequest& request) { return answer(request); }, error);
     return front_ != nullptr;
@@ -126,6 +129,7 @@ class SandboxServer::Impl {
       const std::lock_guard lock(mutex_);
       front = std::move(front_);
     }
+    subscriptions_.stop();
     front.reset();  // without the lock: the handlers that it waits for may ask for the port
   }
 
@@ -180,6 +184,8 @@ class SandboxServer::Impl {
       if (isNew && isFirst) seedMailbox(store_, person.address, options_.seedCount);
     }
     store_.commit();
+    store_.setListener(
+        [this](const std::vector<StoreEvent>& events) { subscriptions_.publish(events); });
     isStoreOpen_ = true;
     return true;
   }
@@ -294,16 +300,18 @@ class SandboxServer::Impl {
     record.operation = soap.operationName;
     record.requestedVersion = soap.requestedVersion;
 
-    if (auto failure = failOnDemand(record)) return *failure;
+    SandboxStreamTrouble trouble = SandboxStreamTrouble::none;
+    if (auto failure = failOnDemand(record, &trouble)) return *failure;
     if (fault) return faultAnswer(*fault);
     try {
-      return operate(soap, record.user);
+      return operate(soap, record.user, trouble);
     } catch (const SoapFault& found) {
       return faultAnswer(found);
     }
   }
 
-  [[nodiscard]] HttpAnswer operate(const SoapRequest& soap, const std::string& user) {
+  [[nodiscard]] HttpAnswer operate(const SoapRequest& soap, const std::string& user,
+                                   SandboxStreamTrouble trouble) {
     const std::string& address = soap.impersonated.empty() ? user : soap.impersonated;
     if (directory_.findMailbox(address) == nullptr) {
       throw SoapFault("ErrorNonExistentMailbox",
@@ -314,13 +322,30 @@ class SandboxServer::Impl {
     pugi::xml_document document;
     const pugi::xml_node response =
         makeAnswer(document, *version_, options_.versionText, soap.operationName);
+    std::optional<StreamRequest> stream;
     try {
-      run(*operation, {soap.operation, soap.schema, directory_, store_, address}, response);
+      run(*operation,
+          {soap.operation, soap.schema, directory_, store_, subscriptions_, address, stream},
+          response);
     } catch (const EwsError& error) {
       // Found while the request was read, before there were parts to answer.
       throw SoapFault(error.code, error.text);
     }
+    if (stream) return streamAnswer(std::move(*stream), trouble);
     return {200, kXmlType, serialise(document)};
+  }
+
+  [[nodiscard]] HttpAnswer streamAnswer(StreamRequest request, SandboxStreamTrouble trouble) {
+    HttpAnswer answer{200, kXmlType};
+    answer.stream = [this, request = std::move(request), trouble](const auto& write) {
+      const auto makeOne = [this](pugi::xml_document& document) {
+        return makeAnswer(document, *version_, options_.versionText, "GetStreamingEvents");
+      };
+      EventStream stream(subscriptions_, request,
+                         {options_.streamHeartbeat, options_.streamMinute, trouble}, makeOne);
+      return stream.run(write);
+    };
+    return answer;
   }
 
   /// Holds the store's mutex for as long as the operation wants it.
@@ -338,11 +363,16 @@ class SandboxServer::Impl {
   }
 
   /// The queued fault that this request takes, if any, after its gate.
-  std::optional<HttpAnswer> failOnDemand(const SandboxRequest& record) {
+  /// Trouble with a stream is no failure yet: it is for the stream itself, by `trouble`.
+  std::optional<HttpAnswer> failOnDemand(const SandboxRequest& record,
+                                         SandboxStreamTrouble* trouble = nullptr) {
     const std::optional<SandboxFault> fault = faults.take(record.path, record.operation);
     if (!fault) return std::nullopt;
     if (fault->gate) fault->gate();
     switch (fault->kind) {
+      case SandboxFault::Kind::stream:
+        if (trouble != nullptr) *trouble = fault->trouble;
+        return std::nullopt;
       case SandboxFault::Kind::none:
         return std::nullopt;
       case SandboxFault::Kind::httpBody:
@@ -410,6 +440,7 @@ class SandboxServer::Impl {
   const SandboxOptions options_;
   const Directory directory_;
   Store store_;
+  Subscriptions subscriptions_;
   bool isStoreOpen_ = false;
   const ServerVersion* version_ = nullptr;
 

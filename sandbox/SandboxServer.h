@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -47,6 +48,10 @@ struct SandboxOptions {
   std::vector<SandboxToken> tokens;
   /// An SQLite file that keeps what is in the mailboxes. Empty: it is in memory only.
   std::string storeFile;
+  /// How often a stream of events shows that it is alive; more than nothing.
+  std::chrono::milliseconds streamHeartbeat{45000};
+  /// How long a minute of a stream's ConnectionTimeout takes; tests make it short.
+  std::chrono::milliseconds streamMinute{60000};
   /// How many believable items the first mailbox starts with, the same ones every time. A store file
   /// that has the mailbox already is left as it is.
   int seedCount = 0;
@@ -68,9 +73,20 @@ struct SandboxOptions {
   std::function<void(const std::string& line)> log;
 };
 
+/// How a stream of events goes wrong.
+enum class SandboxStreamTrouble {
+  none,
+  /// It comes in small pieces with pauses between them.
+  slow,
+  /// The first document after the opening one stops in its middle, and so does the connection.
+  cut,
+  /// The first document after the opening one ends in rubbish; the others are as they should be.
+  garbled,
+};
+
 /// An answer that goes wrong on purpose. Made by one of the factories; the data may be changed.
 struct SandboxFault {
-  enum class Kind { soapFault, responseMessage, httpBody, closeConnection, none };
+  enum class Kind { soapFault, responseMessage, httpBody, closeConnection, stream, none };
 
   /// A SOAP fault with that EWS code, HTTP 500.
   [[nodiscard]] static SandboxFault soap(std::string code, std::string message = {});
@@ -86,6 +102,8 @@ struct SandboxFault {
   [[nodiscard]] static SandboxFault body(int status, std::string contentType, std::string body);
   /// The connection ends without a byte.
   [[nodiscard]] static SandboxFault closedConnection();
+  /// The right stream of events, with that trouble.
+  [[nodiscard]] static SandboxFault stream(SandboxStreamTrouble trouble);
   /// The right answer, but only after `gate` has returned.
   [[nodiscard]] static SandboxFault delay(std::function<void()> gate);
 
@@ -102,6 +120,7 @@ struct SandboxFault {
   std::string message;
   std::string contentType;
   std::string text;
+  SandboxStreamTrouble trouble = SandboxStreamTrouble::none;
   /// Called before the answer is sent, on the request's thread; may block. It must come back before
   /// the server can stop.
   std::function<void()> gate;

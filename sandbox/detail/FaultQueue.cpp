@@ -1,6 +1,7 @@
 #include "sandbox/detail/FaultQueue.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <string_view>
 
@@ -8,6 +9,17 @@
 
 namespace tarnwell::sandbox {
 namespace {
+
+struct TroubleRow {
+  std::string_view name;
+  SandboxStreamTrouble trouble;
+};
+
+constexpr std::array kTroubles{
+    TroubleRow{"slow", SandboxStreamTrouble::slow},
+    TroubleRow{"cut", SandboxStreamTrouble::cut},
+    TroubleRow{"garbled", SandboxStreamTrouble::garbled},
+};
 
 std::optional<int> numberIn(std::string_view text, int least, int most) {
   int value = 0;
@@ -54,6 +66,14 @@ SandboxFault SandboxFault::body(int status, std::string contentType, std::string
 SandboxFault SandboxFault::closedConnection() {
   SandboxFault fault;
   fault.kind = Kind::closeConnection;
+  return fault;
+}
+
+SandboxFault SandboxFault::stream(SandboxStreamTrouble trouble) {
+  SandboxFault fault;
+  fault.kind = Kind::stream;
+  fault.operation = "GetStreamingEvents";
+  fault.trouble = trouble;
   return fault;
 }
 
@@ -108,6 +128,13 @@ std::optional<SandboxFault> faultFromQuery(const HttpRequest& request, std::stri
       fault = SandboxFault::emptyBody();
     } else if (name == "close") {
       fault = SandboxFault::closedConnection();
+    } else if (name == "stream") {
+      const auto* const row = std::ranges::find(kTroubles, value, &TroubleRow::name);
+      if (row == kTroubles.end()) {
+        error = "stream must be slow, cut or garbled";
+        return std::nullopt;
+      }
+      fault = SandboxFault::stream(row->trouble);
     } else if (name == "times" || name == "message" || name == "operation" || name == "path") {
       continue;
     } else {
@@ -119,7 +146,9 @@ std::optional<SandboxFault> faultFromQuery(const HttpRequest& request, std::stri
   if (kinds != 1 || ((fault->kind == SandboxFault::Kind::soapFault ||
                       fault->kind == SandboxFault::Kind::responseMessage) &&
                      fault->code.empty())) {
-    error = "say what shall fail with one of code, response, status, html, empty, close";
+    error =
+        "say what shall fail with one of code, response, status, html, empty, close, "
+        "stream";
     return std::nullopt;
   }
   if (const std::string times = request.parameter("times"); !times.empty()) {
@@ -130,7 +159,9 @@ std::optional<SandboxFault> faultFromQuery(const HttpRequest& request, std::stri
     }
     fault->times = *number;
   }
-  fault->operation = request.parameter("operation");
+  if (const std::string operation = request.parameter("operation"); !operation.empty()) {
+    fault->operation = operation;
+  }
   if (const std::string path = request.parameter("path"); !path.empty()) fault->path = path;
   return fault;
 }

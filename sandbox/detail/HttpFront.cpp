@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <cstdio>
 #include <list>
 #include <mutex>
 #include <thread>
@@ -220,9 +221,29 @@ class HttpFront::Listener final : private httplib::Server {
       current_->drop();
       return;
     }
+    if (answer.stream) {
+      sendStream(answer);
+      return;
+    }
     response.status = answer.status;
     for (const auto& [name, value] : answer.headers) response.headers.emplace(name, value);
     if (!answer.contentType.empty()) response.set_content(answer.body, answer.contentType);
+  }
+
+  /// Past the library, which would compress the pieces and keep them back.
+  static void sendStream(const HttpAnswer& answer) {
+    PeerStream& stream = *current_;
+    const auto write = [&stream](std::string_view bytes) {
+      std::array<char, 24> size{};
+      std::snprintf(size.data(), size.size(), "%zx\r\n", bytes.size());
+      return bytes.empty() ||
+             (stream.is_writable() && stream.writeAll(size.data() + std::string(bytes) + "\r\n"));
+    };
+    const bool begun = stream.writeAll("HTTP/1.1 200 OK\r\nContent-Type: " + answer.contentType +
+                                       "\r\nTransfer-Encoding: chunked\r\n"
+                                       "Connection: close\r\n\r\n");
+    if (begun && answer.stream(write)) stream.writeAll("0\r\n\r\n");
+    stream.endAnswer();
   }
 
   void acceptConnections() {

@@ -109,8 +109,18 @@ ssize_t PeerStream::read(char* data, std::size_t size) {
   return static_cast<ssize_t>(count);
 }
 
+bool PeerStream::writeAll(const std::string& bytes) {
+  for (std::size_t sent = 0; sent < bytes.size();) {
+    const ssize_t count = write(bytes.data() + sent, bytes.size() - sent);
+    if (count <= 0) return false;
+    sent += static_cast<std::size_t>(count);
+  }
+  return true;
+}
+
 ssize_t PeerStream::write(const char* data, std::size_t size) {
   if (dropped_) return -1;
+  if (answered_) return static_cast<ssize_t>(size);
   if (ssl_ != nullptr) {
     ERR_clear_error();
     return SSL_write(ssl_, data, static_cast<int>(std::min<std::size_t>(size, INT_MAX)));

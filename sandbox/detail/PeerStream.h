@@ -30,6 +30,13 @@ class PeerStream final : public httplib::Stream {
   void drop() noexcept { dropped_ = true; }
   /// The connection ends after this answer, for instance since the request was not read to its end.
   void closeAfterAnswer() noexcept { closing_ = true; }
+  /// The answer is complete: what else is written goes nowhere, and the connection ends.
+  void endAnswer() noexcept {
+    answered_ = true;
+    closing_ = true;
+  }
+  /// False when not all of it could be sent.
+  bool writeAll(const std::string& bytes);
   [[nodiscard]] bool isClosing() const noexcept { return closing_ || dropped_; }
 
   [[nodiscard]] bool is_readable() const override;
@@ -47,6 +54,7 @@ class PeerStream final : public httplib::Stream {
   SSL* ssl_ = nullptr;
   std::size_t allowed_ = 0;
   bool dropped_ = false;
+  bool answered_ = false;
   bool closing_ = false;
   // The HTTP library reads heads byte by byte.
   std::array<char, 16384> buffer_{};

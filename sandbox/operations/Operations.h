@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -7,6 +8,8 @@
 
 #include "sandbox/detail/Directory.h"
 #include "sandbox/detail/ServerVersion.h"
+#include "sandbox/notifications/EventStream.h"
+#include "sandbox/notifications/Subscriptions.h"
 #include "sandbox/store/EwsError.h"
 #include "sandbox/store/Store.h"
 
@@ -20,8 +23,11 @@ struct OperationCall {
   Schema schema;
   const Directory& directory;
   Store& store;
+  Subscriptions& subscriptions;
   /// The mailbox that the client logged in to, or acts for.
   std::string address;
+  /// Filled when the answer is not `response` but a stream of documents.
+  std::optional<StreamRequest>& stream;
 };
 
 /// An EWS operation: reads `call.request`, throws a SoapFault when it breaks the schema, and
@@ -91,5 +97,9 @@ void uploadItems(const OperationCall& call, pugi::xml_node response);
 void createAttachment(const OperationCall& call, pugi::xml_node response);
 void deleteAttachment(const OperationCall& call, pugi::xml_node response);
 void getAttachment(const OperationCall& call, pugi::xml_node response);
+
+void getStreamingEvents(const OperationCall& call, pugi::xml_node response);
+void subscribe(const OperationCall& call, pugi::xml_node response);
+void unsubscribe(const OperationCall& call, pugi::xml_node response);
 
 }  // namespace tarnwell::sandbox

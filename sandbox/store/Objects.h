@@ -54,18 +54,20 @@ struct StoreMailbox {
 
 /// Something that happened to an item or a folder.
 struct StoreEvent {
-  enum class Kind { newMail, created, deleted, modified, moved, copied };
+  enum class Kind { newMail, created, deleted, modified, moved };
 
   Kind kind = Kind::created;
   bool isFolder = false;
   std::uint64_t number = 0;
   std::uint64_t version = 0;
   std::uint64_t parent = 0;
-  /// Where it was; for `moved` and `copied` only.
+  /// Where it was; for `moved` only.
   std::uint64_t oldNumber = 0;
   std::uint64_t oldVersion = 0;
   std::uint64_t oldParent = 0;
   std::string time = {};
+  /// The address of the mailbox that it happened in, in lower case.
+  std::string mailbox = {};
 };
 
 }  // namespace tarnwell::sandbox

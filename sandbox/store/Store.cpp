@@ -142,12 +142,12 @@ void Store::removeFolder(std::uint64_t number) {
   const std::set<std::uint64_t> items = itemsIn(number);
   for (const std::uint64_t item : items) removeItem(item);
   const Folder folder = folders_.at(number);
+  happened({StoreEvent::Kind::deleted, true, number, folder.version, folder.parent});
   foldersIn_[folder.parent].erase(number);
   foldersIn_.erase(number);
   itemsIn_.erase(number);
   folders_.erase(number);
   changedFolders_.insert(number);
-  happened({StoreEvent::Kind::deleted, true, number, folder.version, folder.parent});
 }
 
 std::shared_ptr<const Item> Store::createItem(Item item, StoreEvent::Kind kind) {
@@ -233,6 +233,8 @@ void Store::erase(const Item& item) {
 
 void Store::happened(StoreEvent event) {
   event.time = timeNow();
+  const Folder* folder = findFolder(event.parent);
+  if (folder != nullptr) event.mailbox = folder->mailbox;
   events_.push_back(std::move(event));
 }
 

@@ -53,6 +53,8 @@ TEST(CommandLine, EveryOptionHasItsEffect) {
                                       "mail.db",
                                       "--seed-mailbox",
                                       "50",
+                                      "--heartbeat",
+                                      "2",
                                       "--control",
                                       "--verbose"},
                                      error);
@@ -64,6 +66,7 @@ TEST(CommandLine, EveryOptionHasItsEffect) {
   EXPECT_EQ(line->server.tokens.at(0).address, "b@example.com");
   EXPECT_EQ(line->server.storeFile, "mail.db");
   EXPECT_EQ(line->server.seedCount, 50);
+  EXPECT_EQ(line->server.streamHeartbeat, std::chrono::seconds(2));
   EXPECT_EQ(line->server.tokens.at(0).token, "tok:en");
   EXPECT_EQ(line->server.version, "Exchange2010_SP2");
   EXPECT_EQ(line->server.externalUrl, "https://m.example/e");
@@ -98,6 +101,9 @@ TEST(CommandLine, BadArgumentsAreNamed) {
     EXPECT_EQ(problemOf({"--port", port}),
               "--port takes a number from 0 to 65535, not " + std::string(port));
   }
+  EXPECT_EQ(problemOf({"--seed-mailbox", "100001"}),
+            "--seed-mailbox takes a number from 0 to 100000, not 100001");
+  EXPECT_EQ(problemOf({"--heartbeat", "0"}), "--heartbeat takes at least one second");
   EXPECT_THAT(problemOf({"--server-version", "Exchange2003"}), HasSubstr("Exchange2010_SP3"));
   EXPECT_EQ(problemOf({"--host", "a"}), "--host and --write-cert need --tls");
   EXPECT_EQ(problemOf({"--write-cert", "a"}), "--host and --write-cert need --tls");
@@ -116,7 +122,8 @@ TEST(CommandLine, AMistakeInASecretDoesNotShowIt) {
 TEST(CommandLine, TheHelpNamesEveryOption) {
   for (const char* option :
        {"--port", "--mailbox", "--token", "--server-version", "--external-url", "--tls", "--host",
-        "--cert", "--key", "--write-cert", "--control", "--verbose", "--help"}) {
+        "--store", "--seed-mailbox", "--heartbeat", "--cert", "--key", "--write-cert", "--control",
+        "--verbose", "--help"}) {
     EXPECT_THAT(std::string(usage()), HasSubstr(option));
   }
 }

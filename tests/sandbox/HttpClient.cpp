@@ -5,6 +5,7 @@
 #include <cctype>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 #include <arpa/inet.h>
 #include <curl/curl.h>
@@ -111,8 +112,22 @@ OpenConnection::~OpenConnection() { ::close(socket_); }
 
 void OpenConnection::sayNoMore() { ::shutdown(socket_, SHUT_WR); }
 
+std::string OpenConnection::readUntil(const std::string& text) {
+  std::array<char, 4096> buffer{};
+  std::size_t found = read_.find(text);
+  while (found == std::string::npos) {
+    const ssize_t count = ::recv(socket_, buffer.data(), buffer.size(), 0);
+    if (count <= 0) return std::exchange(read_, {});
+    read_.append(buffer.data(), static_cast<std::size_t>(count));
+    found = read_.find(text);
+  }
+  std::string taken = read_.substr(0, found + text.size());
+  read_.erase(0, taken.size());
+  return taken;
+}
+
 std::string OpenConnection::readToEnd() {
-  std::string all;
+  std::string all = std::exchange(read_, {});
   std::array<char, 4096> buffer{};
   for (;;) {
     const ssize_t count = ::recv(socket_, buffer.data(), buffer.size(), 0);

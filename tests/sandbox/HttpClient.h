@@ -51,12 +51,15 @@ class OpenConnection {
   OpenConnection(const OpenConnection&) = delete;
   OpenConnection& operator=(const OpenConnection&) = delete;
   ~OpenConnection();
+  /// What comes up to that text and with it; all there is when the connection ends before.
+  [[nodiscard]] std::string readUntil(const std::string& text);
   /// Everything up to the end of the connection.
   [[nodiscard]] std::string readToEnd();
   void sayNoMore();
 
  private:
   int socket_;
+  std::string read_;
 };
 
 }  // namespace tarnwell::sandbox::test
