@@ -132,6 +132,11 @@ void fillNewItem(Item& item, const StoreMailbox& owner, const std::string& now) 
     setDefault(content, "IsRecurring", "false");
     setDefault(content, "IsTeamTask", "false");
   } else if (kind.kind == kContact) {
+    const std::string given = content.childText("GivenName");
+    const std::string surname = content.childText("Surname");
+    setDefault(content, "DisplayName",
+               given.empty() || surname.empty() ? given + surname : given + " " + surname);
+    setDefault(content, "Subject", content.childText("DisplayName"));
     setDefault(content, "ContactSource", "Store");
     setDefault(content, "HasPicture", "false");
   }

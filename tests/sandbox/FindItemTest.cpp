@@ -214,16 +214,17 @@ TEST_F(FindItem, TwoPropertiesCanBeCompared) {
 TEST_F(FindItem, EntriesAreSearchedByTheirKeys) {
   const auto contact = [&](const std::string& subject, const std::string& key) {
     static_cast<void>(makeItem("<t:Contact><t:Subject>" + subject +
-                                   "</t:Subject><t:PhoneNumbers><t:Entry Key='" + key +
-                                   "'>123</t:Entry></t:PhoneNumbers></t:Contact>",
-                               folder));
+                               "</t:Subject><t:PhoneNumbers><t:Entry Key='" + key +
+                               "'>123</t:Entry></t:PhoneNumbers></t:Contact>"));
   };
   contact("home", "HomePhone");
   contact("pager", "Pager");
-  EXPECT_THAT(where("<t:IsEqualTo><t:IndexedFieldURI FieldURI='contacts:PhoneNumber' "
-                    "FieldIndex='Pager'/><t:FieldURIOrConstant><t:Constant Value='123'/>"
-                    "</t:FieldURIOrConstant></t:IsEqualTo>"),
-              ElementsAre("pager"));
+  EXPECT_THAT(
+      subjects(distinguished("contacts"),
+               restriction("<t:IsEqualTo><t:IndexedFieldURI FieldURI='contacts:PhoneNumber' "
+                           "FieldIndex='Pager'/><t:FieldURIOrConstant><t:Constant Value='123'/>"
+                           "</t:FieldURIOrConstant></t:IsEqualTo>")),
+      ElementsAre("pager"));
 }
 
 TEST_F(FindItem, BadRestrictionsAreRefused) {

@@ -1,3 +1,5 @@
+#include <thread>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -82,6 +84,27 @@ TEST_F(Items, ItemsGoToTheFolderOfTheirKind) {
   EXPECT_EQ(getFolder(distinguished("contacts")).text("//TotalCount"), "1");
   EXPECT_THAT(subjects(distinguished("tasks")), ElementsAre("Wash"));
   EXPECT_THAT(subjects(distinguished("calendar")), ElementsAre("Meet"));
+}
+
+TEST_F(Items, FoldersTakeOnlyTheKindsThatTheyAreFor) {
+  const auto inTheInbox = [this](const std::string& item) {
+    return code(
+        "<m:CreateItem MessageDisposition='SaveOnly' SendMeetingInvitations='SendToNone'>"
+        "<m:SavedItemFolderId>" +
+        distinguished("inbox") + "</m:SavedItemFolderId><m:Items>" + item +
+        "</m:Items></m:CreateItem>");
+  };
+  EXPECT_EQ(inTheInbox("<t:Contact/>"), "ErrorCannotCreateContactInNonContactFolder");
+  EXPECT_EQ(inTheInbox("<t:Task/>"), "ErrorCannotCreateTaskInNonTaskFolder");
+  EXPECT_EQ(inTheInbox("<t:CalendarItem/>"), "ErrorCannotCreateCalendarItemInNonCalendarFolder");
+  EXPECT_EQ(inTheInbox("<t:PostItem/>"), "NoError");
+}
+
+TEST_F(Items, AContactWithoutADisplayNameGetsOne) {
+  const IdPair id =
+      makeItem("<t:Contact><t:GivenName>Zoe</t:GivenName><t:Surname>Ek</t:Surname></t:Contact>");
+  EXPECT_EQ(getItem(id).text("//Contact/DisplayName"), "Zoe Ek");
+  EXPECT_EQ(getItem(id).text("//Contact/Subject"), "Zoe Ek");
 }
 
 TEST_F(Items, TimesAreKeptInUtc) {
@@ -437,6 +460,32 @@ TEST_F(Items, AnUploadCanReplaceAnItem) {
   EXPECT_EQ(upload("Update").text("//ResponseCode"), "ErrorItemNotFound");
   EXPECT_EQ(upload("UpdateOrCreate").text("//ResponseCode"), "NoError");
   EXPECT_THAT(subjects(distinguished("drafts")), ElementsAre("New", "New"));
+}
+
+TEST_F(Items, ManyClientsAtOnceLoseNothing) {
+  constexpr int kClients = 4;
+  constexpr int kEach = 25;
+  const std::string url = server.url();
+  std::vector<std::thread> clients;
+  for (int i = 0; i < kClients; ++i) {
+    clients.emplace_back([&url] {
+      HttpClient own;
+      for (int j = 0; j < kEach; ++j) {
+        const Answer created(
+            own.post(url, envelope("<m:CreateItem MessageDisposition='SaveOnly'><m:Items>" +
+                                   message("a") + "</m:Items></m:CreateItem>")));
+        const IdPair item = idAt(created, "//ItemId");
+        const Answer got(
+            own.post(url, envelope("<m:GetItem><m:ItemShape><t:BaseShape>Default</t:BaseShape>"
+                                   "</m:ItemShape><m:ItemIds>" +
+                                   itemId(item) + "</m:ItemIds></m:GetItem>")));
+        EXPECT_EQ(got.text("//Subject"), "a");
+      }
+    });
+  }
+  for (std::thread& each : clients) each.join();
+  EXPECT_EQ(getFolder(distinguished("drafts")).text("//TotalCount"),
+            std::to_string(kClients * kEach));
 }
 
 }  // namespace

@@ -70,11 +70,34 @@ void checkAttributes(const Request& request, const ItemDraft& draft) {
   }
 }
 
+struct HomeRow {
+  ItemKinds kinds;
+  std::string_view folderClass;
+  const char* refusal;
+};
+
+/// Items of these kinds are made in folders for them only.
+constexpr std::array kHomes{
+    HomeRow{kCalendarItem, "IPF.Appointment", "ErrorCannotCreateCalendarItemInNonCalendarFolder"},
+    HomeRow{kContact | kDistributionList, "IPF.Contact",
+            "ErrorCannotCreateContactInNonContactFolder"},
+    HomeRow{kTask, "IPF.Task", "ErrorCannotCreateTaskInNonTaskFolder"},
+};
+
+void checkHome(const ItemDraft& draft, const Folder& folder) {
+  for (const HomeRow& row : kHomes) {
+    if ((row.kinds & draft.kind->kind) != 0 && !folder.folderClass.starts_with(row.folderClass)) {
+      throw EwsError(row.refusal, "The item cannot be created in a folder of that class.");
+    }
+  }
+}
+
 void create(const OperationCall& call, const Request& request, const ItemDraft& draft,
             pugi::xml_node message) {
   checkAttributes(request, draft);
   checkSettable(draft);
   const Folder& folder = targetOf(call, request, draft);
+  checkHome(draft, folder);
   Item item;
   item.content = draft.content;
   item.folder = folder.number;
