@@ -133,7 +133,8 @@ class Seeder {
     const Somebody me{owner_.name, owner_.address};
     Item item;
     Node& content = item.content;
-    content.name = "Message";
+    const bool isInvitation = !sent && oneIn(15);
+    content.name = isInvitation ? "MeetingRequest" : "Message";
     content.setChild("Subject", (oneIn(3) ? "RE: " : "") + oneOf(kTopics));
     const bool isHtml = oneIn(2);
     const std::string text = bodyText();
@@ -152,6 +153,15 @@ class Seeder {
     content.setChild("IsDraft", "false");
     content.setChild("IsFromMe", sent ? "true" : "false");
     content.setChild("IsRead", sent || !oneIn(4) ? "true" : "false");
+    if (isInvitation) {
+      const std::int64_t start = (time / kDay + 7) * kDay + 9 * kHour;
+      content.setChild("Subject", oneOf(kMeetings));
+      content.setChild("MeetingRequestType", "NewMeetingRequest");
+      content.setChild("IntendedFreeBusyStatus", "Busy");
+      content.setChild("Start", timeText(start));
+      content.setChild("End", timeText(start + kHour));
+      content.setChild("Location", oneOf(kRooms));
+    }
     if (oneIn(8)) attach(item, timeText(time));
     const std::uint64_t target = sent        ? folder("sentitems")
                                  : oneIn(5)  ? projects_
@@ -174,7 +184,28 @@ class Seeder {
     item.attachments.push_back(std::make_shared<const Attachment>(std::move(attachment)));
   }
 
+  void addDistributionList() {
+    Item item;
+    Node& content = item.content;
+    content.name = "DistributionList";
+    content.setChild("Subject", oneOf(kCompanies) + " team");
+    content.setChild("DisplayName", content.childText("Subject"));
+    content.setChild("FileAs", content.childText("Subject"));
+    Node& members = content.children.emplace_back(Node{"Members"});
+    for (int i = 0; i < 3; ++i) {
+      const Somebody who = somebody();
+      Node& member = members.children.emplace_back(Node{"Member"});
+      member.children.push_back(mailboxNode(who.name, who.address));
+      member.setChild("Status", "Normal");
+    }
+    store(std::move(item), folder("contacts"), workingTime());
+  }
+
   void addContact() {
+    if (oneIn(12)) {
+      addDistributionList();
+      return;
+    }
     const Somebody who = somebody();
     const std::size_t blank = who.name.find(' ');
     const std::string given = who.name.substr(0, blank);

@@ -70,6 +70,19 @@ TEST_F(SeededMailbox, TheItemsAreWhole) {
   EXPECT_THAT(messages.texts("//Message/DateTimeReceived"), Each(testing::StartsWith("2026-")));
 }
 
+TEST_F(SeededMailbox, InvitationsAndDistributionListsAreAmongThem) {
+  const auto find = [this](const std::string& folder) {
+    return ask(
+        "<m:FindItem Traversal='Shallow'><m:ItemShape><t:BaseShape>AllProperties"
+        "</t:BaseShape></m:ItemShape><m:ParentFolderIds>" +
+        distinguished(folder) + "</m:ParentFolderIds></m:FindItem>");
+  };
+  const Answer inbox = find("inbox");
+  EXPECT_GT(inbox.count("//MeetingRequest"), 0U);
+  EXPECT_EQ(inbox.count("//MeetingRequest/Start"), inbox.count("//MeetingRequest"));
+  EXPECT_GT(find("contacts").count("//DistributionList"), 0U);
+}
+
 TEST(SeedCount, ANegativeOneIsRefused) {
   SandboxOptions options = standardOptions();
   options.seedCount = -1;
