@@ -1,0 +1,68 @@
+#pragma once
+
+#include <iosfwd>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "tarnwell/util/TWError.h"
+#include "tarnwell/util/TWResult.h"
+
+namespace tarnwell {
+
+class TWItem;
+
+/// The identifier of an item and the change key of the state it was seen in.
+struct TWIdPair {
+  std::string id;
+  std::optional<std::string> changekey = std::nullopt;
+
+  friend bool operator==(const TWIdPair&, const TWIdPair&) = default;
+  friend std::ostream& operator<<(std::ostream& stream, const TWIdPair& pair);
+};
+
+/// One entry of a list of items: an item, the id pair of one, or the error that came in its place.
+///
+/// Searches answer lists of them, and bulk operations take and answer them, one for each input. An
+/// entry that is an error is never sent: it goes back in its place.
+///
+///     for (const auto& entry : *inbox->all().getItems(&error)) {
+///       if (auto item = entry.item()) print(*item);
+///     }
+class TWItemEntry {
+ public:
+  TWItemEntry(TWIdPair pair) : value_(std::move(pair)) {}  // NOLINT(google-explicit-constructor)
+  /// The item must not be null.
+  template <std::derived_from<TWItem> Item>
+  TWItemEntry(std::shared_ptr<Item> item)  // NOLINT(google-explicit-constructor)
+      : value_(std::shared_ptr<TWItem>(std::move(item))) {}
+  TWItemEntry(TWError error) : value_(std::move(error)) {}  // NOLINT(google-explicit-constructor)
+  /// The outcome of another operation.
+  template <class T>
+  TWItemEntry(const TWResult<T>& outcome)  // NOLINT(google-explicit-constructor)
+      : TWItemEntry(outcome ? TWItemEntry(outcome.value()) : TWItemEntry(outcome.error())) {}
+
+  /// Null for an id pair and for an error.
+  [[nodiscard]] std::shared_ptr<TWItem> item() const;
+  /// Of the pair or of the item; absent for an item that is not on the server, and for an error.
+  [[nodiscard]] std::optional<TWIdPair> idPair() const;
+  /// "No error" for the other two.
+  [[nodiscard]] TWError error() const;
+  /// True for an item and for an id pair.
+  [[nodiscard]] explicit operator bool() const noexcept {
+    return !std::holds_alternative<TWError>(value_);
+  }
+
+  friend std::ostream& operator<<(std::ostream& stream, const TWItemEntry& entry);
+
+ private:
+  std::variant<TWIdPair, std::shared_ptr<TWItem>, TWError> value_;
+};
+
+using TWItemEntries = std::vector<TWItemEntry>;
+
+}  // namespace tarnwell
