@@ -1,0 +1,46 @@
+#include "tarnwell/services/TWEmptyFolder.h"
+
+#include <utility>
+
+#include "tarnwell/services/detail/RequestParts.h"
+#include "tarnwell/util/TWUtils.h"
+
+namespace tarnwell {
+namespace {
+
+const TWServiceClass& emptyFolder() {
+  static const auto* const kClass = new TWServiceClass{
+      .serviceName = "EmptyFolder",
+  };
+  return *kClass;
+}
+
+}  // namespace
+
+TWEmptyFolder::TWEmptyFolder(std::shared_ptr<TWAccount> account)
+    : TWEWSAccountService(emptyFolder(), std::move(account)) {}
+
+std::shared_ptr<TWEmptyFolder> TWEmptyFolder::withAccount(std::shared_ptr<TWAccount> account) {
+  return std::make_shared<TWEmptyFolder>(std::move(account));
+}
+
+std::optional<TWList> TWEmptyFolder::call(const TWList& folders, std::string_view deleteType,
+                                          bool deleteSubfolders, TWError* error) {
+  const auto payload = getPayload(folders, deleteType, deleteSubfolders, error);
+  return payload ? getElements(payload, error) : std::nullopt;
+}
+
+NKXMLElement TWEmptyFolder::getPayload(const TWList& folders, std::string_view deleteType,
+                                       bool deleteSubfolders, TWError* error) const {
+  const auto version = accountVersion();
+  auto payload = TWUtils::createElement(
+      serviceClass().rootName(),
+      {{"DeleteType", deleteType}, {"DeleteSubFolders", deleteSubfolders ? "true" : "false"}});
+  const auto ids = detail::folderIdsElement("m:FolderIds", folders, detail::Pairs::converted,
+                                            version ? &*version : nullptr, error);
+  if (!ids) return {};
+  payload.addChild(ids);
+  return payload;
+}
+
+}  // namespace tarnwell

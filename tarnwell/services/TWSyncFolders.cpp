@@ -1,0 +1,24 @@
+#include "tarnwell/services/TWSyncFolders.h"
+
+#include <utility>
+
+namespace tarnwell {
+namespace {
+
+const TWServiceClass& syncFolders() {
+  static const auto* const kClass = new TWServiceClass{
+      .serviceName = "SyncFolderHeirarchy",
+  };
+  return *kClass;
+}
+
+}  // namespace
+
+TWSyncFolders::TWSyncFolders(std::shared_ptr<TWAccount> account)
+    : TWEWSAccountService(syncFolders(), std::move(account)) {}
+
+std::shared_ptr<TWSyncFolders> TWSyncFolders::withAccount(std::shared_ptr<TWAccount> account) {
+  return std::make_shared<TWSyncFolders>(std::move(account));
+}
+
+}  // namespace tarnwell
