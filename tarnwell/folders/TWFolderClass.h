@@ -1,8 +1,11 @@
 #pragma once
 
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "tarnwell/schema/TWElementClass.h"
@@ -74,10 +77,19 @@ class TWFolderClass final : public TWElementClass {
   [[nodiscard]] static std::span<const TWFolderClass* const> wellKnown();
 
  private:
+  /// What item classes there are; looked at only once they are asked for.
+  struct Items {
+    std::vector<const TWElementClass*> models;
+    std::unordered_map<std::string_view, const TWElementClass*> byElementName;
+  };
+  [[nodiscard]] const Items& items() const;
+
   std::optional<std::string_view> distinguishedFolderId_;
   std::optional<std::string_view> containerClass_;
   std::vector<const TWElementClass*> (*supportedItemModels_)();
   std::span<const TWLocalizedName> localizedNames_;
+  mutable std::once_flag itemsOnce_;
+  mutable Items items_;
 };
 
 }  // namespace tarnwell

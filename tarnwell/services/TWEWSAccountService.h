@@ -32,8 +32,9 @@ class TWEWSAccountService : public TWEWSService {
 
 /// Base of the operations on folders (searches and subscriptions). Although it has an account, its
 /// requests declare the protocol's version and their envelopes say nothing of the account,
-/// deliberately; what is in them is written for the account's version. Always held by a shared pointer,
-/// as the pages of a call hold their service.
+/// deliberately; what is in them is written for the account's version.
+///
+/// Always held by a shared pointer, as the pages of a call hold their service.
 class TWEWSFolderService : public TWEWSService,
                            public std::enable_shared_from_this<TWEWSFolderService> {
  public:

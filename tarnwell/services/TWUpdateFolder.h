@@ -26,7 +26,8 @@ class TWUpdateFolder : public TWEWSAccountService {
   /// A folder with the new change key, or a caught error, for each.
   ///
   /// Errors, before anything is sent: ErrorValueOutOfRange for a field that is read-only and for
-  /// one without a value that must have one; those of `TWField::clean`. Names of no field are ignored.
+  /// one without a value that must have one; those of `TWField::clean`. Names of no field are
+  /// ignored.
   [[nodiscard]] std::optional<TWResults<std::shared_ptr<TWFolder>>> call(
       const std::vector<TWFolderUpdate>& updates, TWError* error = nullptr);
   [[nodiscard]] NKXMLElement getPayload(const std::vector<TWFolderUpdate>& updates,

@@ -5,9 +5,11 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <system_error>
 
 #include <unicode/locid.h>
+#include <unicode/regex.h>
 #include <unicode/unistr.h>
 
 namespace tarnwell {
@@ -44,6 +46,13 @@ std::string lowercasedUnicode(std::string_view text) {
       .toLower(icu::Locale::getRoot())
       .toUTF8String(out);
   return out;
+}
+
+bool isRegularExpression(std::string_view text) {
+  UErrorCode status = U_ZERO_ERROR;
+  const std::unique_ptr<icu::RegexPattern> pattern(
+      icu::RegexPattern::compile(icu::UnicodeString::fromUTF8(icu::StringPiece(text)), 0, status));
+  return U_SUCCESS(status) != 0 && pattern != nullptr;
 }
 
 std::string decimalText(double number) {

@@ -35,6 +35,9 @@ namespace tarnwell {
 /// people write, such as mail addresses.
 [[nodiscard]] std::string lowercasedUnicode(std::string_view text);
 
+/// True for a text that is a valid regular expression.
+[[nodiscard]] bool isRegularExpression(std::string_view text);
+
 /// The shortest decimal text that reads back as the same number: "3", "0.1", "1000000000000000".
 /// Numbers from 1e21 up and below 1e-7 have an exponent; what is no number is "NaN", "INF", "-INF".
 /// The process's locale plays no part.
