@@ -40,6 +40,8 @@ struct TWFindItemsOptions {
 
 namespace detail {
 
+class FolderTree;
+
 /// What each folder class has besides what every element class has; see `TWFolderClass`.
 template <class Self, class Base>
 class FolderKind : public ElementKind<Self, Base> {
@@ -289,6 +291,7 @@ class TWFolder : public detail::FolderKind<TWFolder, TWRegisterMixIn>, public TW
   [[nodiscard]] std::shared_ptr<TWFolder> self() const;
 
  private:
+  friend class detail::FolderTree;
   [[nodiscard]] std::string folderId() const;
   [[nodiscard]] std::shared_ptr<TWAccount> accountForChange(TWError* error,
                                                             bool needsId = true) const;
@@ -296,6 +299,11 @@ class TWFolder : public detail::FolderKind<TWFolder, TWRegisterMixIn>, public TW
   bool update(const std::shared_ptr<TWAccount>& account, const std::vector<std::string>& names,
               TWError* error);
   [[nodiscard]] std::vector<std::string> writableFieldNames(const TWVersion* version) const;
+  /// Takes its place below a parent.
+  void liesBelow(const TWFolder& parent);
+  [[nodiscard]] static bool contains(const TWFields& fields, const TWField& field);
+  bool checkSearchable(const std::vector<std::shared_ptr<TWFieldPath>>& paths,
+                       TWError* error) const;
   [[nodiscard]] std::optional<TWItemEntry> entryFromXML(const NKXMLElement& xml, bool idsOnly,
                                                         const std::shared_ptr<TWAccount>& account,
                                                         TWError* error) const;

@@ -75,6 +75,7 @@ class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
   [[nodiscard]] std::shared_ptr<TWFolder> findFoldersRoot(TWError* error) const override;
 
  private:
+  friend class detail::FolderTree;
   /// Folders in the server's order, and where they are.
   struct Cache {
     TWFolders folders;
@@ -87,8 +88,12 @@ class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
     [[nodiscard]] std::shared_ptr<TWFolder> find(const std::string& folderId) const;
   };
   [[nodiscard]] std::string parentId(const TWFolder& folder, const Cache& cache) const;
-  void fillCache() const;
-  void keepDefaultFolder(const TWFolderClass& cls, const std::shared_ptr<TWFolder>& folder) const;
+  void fillCache(TWError* error) const;
+  [[nodiscard]] TWFolders cachedChildren(const TWFolder& folder) const;
+  [[nodiscard]] std::shared_ptr<TWFolder> cachedParent(const TWFolder& folder) const;
+  /// Keeps the cached folder of the same id, if there is one, and answers what is kept.
+  [[nodiscard]] std::shared_ptr<TWFolder> keepDefaultFolder(const TWFolderClass& cls,
+                                                            std::shared_ptr<TWFolder> folder) const;
   [[nodiscard]] std::shared_ptr<TWFolder> searchDefaultFolder(const TWFolderClass& cls) const;
 
   mutable std::mutex mutex_;  // guards all below; never held over a request

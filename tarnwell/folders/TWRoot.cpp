@@ -1,0 +1,252 @@
+#include "tarnwell/folders/TWRoot.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "tarnwell/account/TWAccount.h"
+#include "tarnwell/folders/TWFolderId.h"
+#include "tarnwell/folders/TWWellKnownFolders.h"
+#include "tarnwell/folders/detail/FolderTree.h"
+
+namespace tarnwell {
+namespace {
+
+std::string folderIdOf(const TWFolder& folder) {
+  return folder.TWEWSElement::get("folder_id").asText().value_or(std::string());
+}
+
+}  // namespace
+
+const TWFolderClass& TWRoot::elementClass() {
+  static const auto& kClass = *new TWFolderClass({.name = "TWRoot",
+                                                  .base = &TWFolder::elementClass(),
+                                                  .distinguishedFolderId = "root",
+                                                  .make = &detail::makeElement<TWRoot>});
+  return kClass;
+}
+
+void TWRoot::Cache::store(const std::shared_ptr<TWFolder>& folder) {
+  auto id = folder ? folderIdOf(*folder) : std::string();
+  if (id.empty()) return;
+  isIndexed = false;
+  const auto [place, isNew] = places.try_emplace(std::move(id), folders.size());
+  if (isNew)
+    folders.push_back(folder);
+  else
+    folders[place->second] = folder;
+}
+
+void TWRoot::Cache::remove(const std::string& folderId) {
+  const auto found = places.find(folderId);
+  if (found == places.end()) return;
+  isIndexed = false;
+  const auto at = found->second;
+  folders.erase(folders.begin() + static_cast<std::ptrdiff_t>(at));
+  places.erase(found);
+  for (auto& place : places)
+    if (place.second > at) --place.second;
+}
+
+std::shared_ptr<TWFolder> TWRoot::Cache::find(const std::string& folderId) const {
+  const auto found = places.find(folderId);
+  return found == places.end() ? nullptr : folders[found->second];
+}
+
+std::shared_ptr<TWRoot> TWRoot::root() const { return std::static_pointer_cast<TWRoot>(self()); }
+
+TWFolderMap TWRoot::foldersMap(TWError* error) const {
+  fillCache(error);
+  return subFolders().value_or(TWFolderMap());
+}
+
+std::optional<TWFolderMap> TWRoot::subFolders() const {
+  const std::scoped_lock lock(mutex_);
+  if (!cache_) return std::nullopt;
+  TWFolderMap map;
+  for (const auto& [id, at] : cache_->places) map.emplace(id, cache_->folders[at]);
+  return map;
+}
+
+void TWRoot::setSubFolders(const TWFolders& folders) {
+  Cache cache;
+  for (const auto& folder : folders) cache.store(folder);
+  const std::scoped_lock lock(mutex_);
+  cache_ = std::move(cache);
+  isFilled_ = true;
+}
+
+void TWRoot::fillCache(TWError* error) const {
+  if (!isCacheReady()) updateCache(error);
+}
+
+bool TWRoot::updateCache(TWError* error) const {
+  Cache cache;
+  cache.store(self());
+  TWError failure;
+  if (const auto start = findFoldersRoot(&failure)) {
+    cache.store(start);
+    for (const auto& folder : findFoldersBelow(start, "IdOnly", "Deep", &failure))
+      cache.store(folder);
+  }
+  {
+    const std::scoped_lock lock(mutex_);
+    cache_ = std::move(cache);
+    isFilled_ = !failure;
+  }
+  if (failure) setError(error, failure);
+  return !failure;
+}
+
+void TWRoot::clearCache() const {
+  const std::scoped_lock lock(mutex_);
+  cache_.reset();
+  isFilled_ = false;
+}
+
+bool TWRoot::isCacheReady() const {
+  const std::scoped_lock lock(mutex_);
+  return isFilled_ && cache_ && !cache_->folders.empty();
+}
+
+std::shared_ptr<TWFolder> TWRoot::getFolder(std::string_view folderId) const {
+  const std::scoped_lock lock(mutex_);
+  return cache_ ? cache_->find(std::string(folderId)) : nullptr;
+}
+
+void TWRoot::addFolder(const std::shared_ptr<TWFolder>& folder) const {
+  const std::scoped_lock lock(mutex_);
+  if (!cache_) cache_.emplace();
+  cache_->store(folder);
+}
+
+void TWRoot::removeFolder(const std::shared_ptr<TWFolder>& folder) const {
+  if (!folder) return;
+  const std::scoped_lock lock(mutex_);
+  if (cache_) cache_->remove(folderIdOf(*folder));
+}
+
+std::string TWRoot::parentId(const TWFolder& folder, const Cache& cache) const {
+  const auto id = folderIdOf(folder);
+  const auto ownId = folderIdOf(*this);
+  if (id == ownId) return {};
+  const auto named = folder.TWEWSElement::get("parent_folder_id").asObject<TWItemId>();
+  auto parent = named ? named->get("id").asText().value_or("") : std::string();
+  if (parent != id && cache.places.contains(parent)) return parent;
+  // The folder that the search of the tree starts from lies right below the root, even where the
+  // root itself may not be seen.
+  return folder.cls().isKindOf(TWMsgFolderRoot::elementClass()) ? ownId : std::string();
+}
+
+TWFolders TWRoot::cachedChildren(const TWFolder& folder) const {
+  const std::scoped_lock lock(mutex_);
+  const auto id = folderIdOf(folder);
+  if (!cache_ || id.empty()) return {};
+  if (!cache_->isIndexed) {
+    cache_->children.clear();
+    for (const auto& each : cache_->folders)
+      if (const auto parent = parentId(*each, *cache_); !parent.empty())
+        cache_->children[parent].push_back(each);
+    cache_->isIndexed = true;
+  }
+  const auto found = cache_->children.find(id);
+  return found == cache_->children.end() ? TWFolders() : found->second;
+}
+
+std::shared_ptr<TWFolder> TWRoot::cachedParent(const TWFolder& folder) const {
+  const std::scoped_lock lock(mutex_);
+  return cache_ ? cache_->find(parentId(folder, *cache_)) : nullptr;
+}
+
+TWFolders TWRoot::getChildren(const TWFolder& folder) const {
+  fillCache(nullptr);
+  return cachedChildren(folder);
+}
+
+std::shared_ptr<TWFolder> TWRoot::getParent(const TWFolder& folder) const {
+  fillCache(nullptr);
+  return cachedParent(folder);
+}
+
+std::shared_ptr<TWFolder> TWRoot::findFoldersRoot(TWError* error) const {
+  const auto& cls = TWMsgFolderRoot::elementClass();
+  {
+    const std::scoped_lock lock(mutex_);
+    const auto found = defaultFolders_.find(std::string(cls.name()));
+    if (found != defaultFolders_.end()) return found->second;
+  }
+  return getDistinguishedFolder(cls, account(), error);
+}
+
+std::shared_ptr<TWFolder> TWRoot::tois() const {
+  if (auto folder = getDefaultFolder(TWMsgFolderRoot::elementClass())) return folder;
+  if (auto folder = navigate("Top of Information Store")) return folder;
+  return self();
+}
+
+TWFolders TWRoot::primaryFolders() const {
+  const auto top = tois();
+  auto folders = detail::FolderTree(*this).below(*top);
+  std::erase_if(folders, [](const auto& folder) {
+    const TWValue& cls = folder->TWEWSElement::get("folder_class");
+    return !cls.isAbsent() && cls.textView() != "IPF.Note";
+  });
+  return folders;
+}
+
+TWFolders TWRoot::refetchPrimaryFolders(TWError* error) const {
+  updateCache(error);
+  return primaryFolders();
+}
+
+TWFolderMap TWRoot::defaultFolders() const {
+  const std::scoped_lock lock(mutex_);
+  return defaultFolders_;
+}
+
+std::shared_ptr<TWFolder> TWRoot::keepDefaultFolder(const TWFolderClass& cls,
+                                                    std::shared_ptr<TWFolder> folder) const {
+  if (auto cached = getFolder(folderIdOf(*folder))) folder = std::move(cached);
+  const std::scoped_lock lock(mutex_);
+  return defaultFolders_.insert_or_assign(std::string(cls.name()), std::move(folder)).first->second;
+}
+
+std::shared_ptr<TWFolder> TWRoot::getDefaultFolder(const TWFolderClass& cls) const {
+  {
+    const std::scoped_lock lock(mutex_);
+    const auto found = defaultFolders_.find(std::string(cls.name()));
+    if (found != defaultFolders_.end()) return found->second;
+  }
+  const auto account = this->account();
+  TWError error;
+  if (auto folder = getDistinguishedFolder(cls, account, &error))
+    return keepDefaultFolder(cls, std::move(folder));
+  if (error.is(TWErrorCode::ErrorAccessDenied)) {
+    // The folder itself may not be read, but perhaps what is in it.
+    auto folder = make(cls, {{"name", cls.distinguishedFolderId()}}, account);
+    if (folder && folder->testAccess()) return keepDefaultFolder(cls, std::move(folder));
+  }
+  return searchDefaultFolder(cls);
+}
+
+std::shared_ptr<TWFolder> TWRoot::searchDefaultFolder(const TWFolderClass& cls) const {
+  detail::FolderTree tree(*this);
+  auto candidates = tree.children(*this);
+  // What people see as the top is one level below the root.
+  for (const auto& child : TWFolders(candidates))
+    if (child->cls().isKindOf(TWMsgFolderRoot::elementClass()))
+      for (auto& below : tree.children(*child)) candidates.push_back(std::move(below));
+  std::erase_if(candidates, [&](const auto& each) { return &each->cls() != &cls; });
+  auto found = std::ranges::find_if(candidates, &TWFolder::isDistinguished);
+  if (found == candidates.end())
+    found = std::ranges::find_if(candidates, [&](const auto& each) {
+      return cls.hasName(each->TWEWSElement::get("name").textView());
+    });
+  return found == candidates.end() ? nullptr : *found;
+}
+
+bool TWRoot::refresh(TWError* error) {
+  clearCache();
+  return TWFolder::refresh(error);
+}
+
+}  // namespace tarnwell

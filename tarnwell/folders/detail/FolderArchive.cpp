@@ -1,0 +1,110 @@
+#include "tarnwell/folders/detail/FolderArchive.h"
+
+#include <string>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "tarnwell/items/TWEffectiveRights.h"
+#include "tarnwell/items/TWItemId.h"
+#include "tarnwell/services/TWErrors.h"
+#include "tarnwell/transport/TWNamespaces.h"
+#include "tarnwell/util/TWFormat.h"
+#include "tarnwell/util/TWText.h"
+
+namespace tarnwell::detail {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int kFormat = 1;
+constexpr std::string_view kNumberMark = "num||";
+constexpr std::string_view kXMLMark = "xml||";
+constexpr std::string_view kSeparator = "||";
+
+/// The element as a document of its own; empty when it cannot be written.
+std::string documentOf(const TWValue& value) {
+  auto xml = value.asObject()->toXML(nullptr);
+  if (!xml) return {};
+  xml.addNamespace(NKXMLNode::namespaceWithName("t", kTypesNamespace));
+  xml.addNamespace(NKXMLNode::namespaceWithName("m", kMessagesNamespace));
+  return xml.compactXMLString();
+}
+
+/// Absent for a value of a kind that is not stored.
+std::optional<Json> written(const TWValue& value) {
+  if (value.isText()) return Json{{"kind", "text"}, {"value", std::string(value.textView())}};
+  if (value.isNumber())
+    return Json{{"kind", "num"}, {"value", std::string(kNumberMark) + value.description()}};
+  if (value.kind() != TWValue::Kind::element) return std::nullopt;
+  const auto document = documentOf(value);
+  if (document.empty()) return std::nullopt;
+  return Json{{"kind", "xml"},
+              {"value", formatMessage("xml||%@||%@", {value.asObject()->className(), document})}};
+}
+
+std::shared_ptr<TWEWSElement> readElement(std::string_view text,
+                                          const std::shared_ptr<TWAccount>& account) {
+  const auto end = text.find(kSeparator);
+  if (end == std::string_view::npos) return nullptr;
+  const auto* const cls = TWElementClass::named(text.substr(0, end));
+  if (cls == nullptr) return nullptr;
+  return cls->fromXML(NKXMLElement::withXMLString(text.substr(end + kSeparator.size())), account);
+}
+
+/// Absent for what `written` does not write.
+TWValue read(const Json& entry, const std::shared_ptr<TWAccount>& account) {
+  if (!entry.is_object() || !entry.contains("kind") || !entry.contains("value")) return {};
+  const auto &kind = entry["kind"], &value = entry["value"];
+  if (!kind.is_string() || !value.is_string()) return {};
+  const auto& text = value.get_ref<const std::string&>();
+  if (kind == "text") return text;
+  if (kind == "num" && text.starts_with(kNumberMark))
+    return leadingInteger(std::string_view(text).substr(kNumberMark.size()));
+  if (kind == "xml" && text.starts_with(kXMLMark))
+    return readElement(std::string_view(text).substr(kXMLMark.size()), account);
+  return {};
+}
+
+}  // namespace
+
+TWData writeFolder(const TWFolder& folder) {
+  Json properties = Json::object();
+  for (const auto& name : folder.allKeys())
+    if (auto value = written(folder[name])) properties[name] = *std::move(value);
+  const Json document{
+      {"format", kFormat}, {"class", folder.className()}, {"properties", std::move(properties)}};
+  const auto text = document.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return {text.begin(), text.end()};
+}
+
+std::optional<ArchivedFolder> readFolder(const TWData& data,
+                                         const std::shared_ptr<TWAccount>& account,
+                                         TWError* error) {
+  const auto refuse = [&](std::string_view why) {
+    setError(error, {TWErrorCode::ErrorValueOutOfRange,
+                     formatMessage("Cannot read archived folder: %@", {why})});
+    return std::nullopt;
+  };
+  const auto document = Json::parse(data.begin(), data.end(), nullptr, false);
+  if (!document.is_object() || !document.contains("format") || !document.contains("class") ||
+      !document["class"].is_string() || !document.contains("properties") ||
+      !document["properties"].is_object())
+    return refuse("not a folder");
+  if (document["format"] != kFormat) return refuse("unknown format");
+  // Classes are found by name once they are in use: those of the values that folders have.
+  static_cast<void>(TWFolder::fields());
+  static_cast<void>(TWEffectiveRights::elementClass());
+  static_cast<void>(TWParentFolderId::elementClass());
+  ArchivedFolder folder;
+  folder.cls = TWFolderClass::named(document["class"].get_ref<const std::string&>());
+  if (folder.cls == nullptr) return refuse("unknown class");
+  for (const auto& [name, entry] : document["properties"].items()) {
+    auto value = read(entry, account);
+    if (value.isAbsent()) return refuse(name);
+    folder.properties.set(name, std::move(value));
+  }
+  return folder;
+}
+
+}  // namespace tarnwell::detail

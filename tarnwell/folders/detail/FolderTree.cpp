@@ -1,0 +1,50 @@
+#include "tarnwell/folders/detail/FolderTree.h"
+
+#include <unordered_set>
+
+#include "tarnwell/folders/TWRoot.h"
+
+namespace tarnwell::detail {
+
+const TWRoot* FolderTree::root(TWError* error) {
+  if (!hasLooked_) {
+    hasLooked_ = true;
+    root_ = from_.root();
+    if (root_) root_->fillCache(error);
+  }
+  return root_.get();
+}
+
+TWFolders FolderTree::children(const TWFolder& folder, TWError* error) {
+  if (folder.children_) return *folder.children_;
+  const auto* const root = this->root(error);
+  return root == nullptr ? TWFolders() : root->cachedChildren(folder);
+}
+
+std::shared_ptr<TWFolder> FolderTree::parent(const TWFolder& folder) {
+  if (auto parent = folder.parent_.lock()) return parent;
+  const auto* const root = this->root(nullptr);
+  return root == nullptr ? nullptr : root->cachedParent(folder);
+}
+
+TWFolders FolderTree::below(const TWFolder& folder) {
+  TWFolders found;
+  std::unordered_set<const TWFolder*> seen{&folder};
+  TWFolders waiting;
+  const auto wait = [&](const TWFolder& parent) {
+    auto children = this->children(parent);
+    for (auto at = children.rbegin(); at != children.rend(); ++at)
+      if (*at) waiting.push_back(std::move(*at));
+  };
+  wait(folder);
+  while (!waiting.empty()) {
+    auto next = std::move(waiting.back());
+    waiting.pop_back();
+    if (!seen.insert(next.get()).second) continue;
+    wait(*next);
+    found.push_back(std::move(next));
+  }
+  return found;
+}
+
+}  // namespace tarnwell::detail
