@@ -71,7 +71,8 @@ const TWFolderClass& TWFolder::elementClass() {
       {.name = "TWFolder",
        .supportedItemModels = [] { return TWItem::itemClasses(); },
        .make = &detail::makeElement<TWFolder>,
-       .element = TWElementClass::Declaration{.base = &TWRegisterMixIn::elementClass(),
+       .element = TWElementClass::Declaration{.name = "TWFolder",
+                                              .base = &TWRegisterMixIn::elementClass(),
                                               .elementName = "Folder",
                                               .fields = &folderFields,
                                               .insertAfterField = "effective_rights"}});
@@ -183,35 +184,32 @@ std::string TWFolder::tree() const {
   detail::FolderTree tree(*this);
   auto folders = tree.below(*this);
   folders.insert(folders.begin(), self());
-  // From the last to the first, so that what is below a folder is drawn before it. A folder that is
-  // reached in two ways is drawn in the first place only.
+  // From the last to the first, so that what is below a folder is drawn before it.
   std::unordered_map<const TWFolder*, std::size_t> places;
-  for (std::size_t at = 0; at < folders.size(); ++at) places.emplace(folders[at].get(), at);
+  for (std::size_t at = 1; at < folders.size(); ++at) places.emplace(folders[at].get(), at);
   std::vector<std::string> drawings(folders.size());
   for (auto at = folders.size(); at-- > 0;) {
     const auto& folder = *folders[at];
-    std::multimap<std::string, std::size_t> children;
+    std::multimap<std::string, std::string> children;
     for (const auto& child : tree.children(folder)) {
-      const auto place = places.find(child.get());
-      if (place != places.end() && place->second > at)
-        children.emplace((*child)["name"].asText().value_or(""), place->second);
+      // Each folder has one place, even where parents run in a circle.
+      if (const auto place = places.extract(child.get()); place && place.mapped() > at)
+        children.emplace((*child)["name"].asText().value_or(""),
+                         std::move(drawings[place.mapped()]));
     }
     auto& drawing = drawings[at];
     drawing = formatMessage("%@\n", {folder["name"]});
+    // Every one of several children has the same mark, the last one included, deliberately; and so
+    // has what comes after the last line break of a child, which is nothing.
+    const auto form = children.size() > 1 ? "├── %@\n" : "└── %@\n";
     for (const auto& child : children) {
-      // The piece after the last line break, which is empty, is a line too, deliberately; and every
-      // one of several children has the same mark, the last one included.
-      const auto piece = children.size() > 1 ? "├── %@\n" : "└── %@\n";
-      std::string_view text = drawings[child.second];
-      for (std::size_t end = 0; end != std::string_view::npos;) {
-        end = text.find('\n');
-        drawing += formatMessage(piece, {text.substr(0, end)});
-        text.remove_prefix(std::min(end, text.size() - 1) + 1);
+      for (std::size_t begin = 0; begin <= child.second.size();) {
+        const auto end = std::min(child.second.find('\n', begin), child.second.size());
+        drawing += formatMessage(form, {child.second.substr(begin, end - begin)});
+        begin = end + 1;
       }
-      drawings[child.second].clear();
     }
-    const auto first = drawing.find_first_not_of(" \t");
-    drawing.erase(0, std::min(first, drawing.size()));
+    drawing.erase(0, std::min(drawing.find_first_not_of(" \t"), drawing.size()));
     drawing.erase(drawing.find_last_not_of(" \t") + 1);
   }
   return drawings.front();

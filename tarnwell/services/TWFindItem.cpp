@@ -34,9 +34,8 @@ std::shared_ptr<TWFindItem> TWFindItem::withAccount(std::shared_ptr<TWAccount> a
 }
 
 TWPagedServiceResponse TWFindItem::call(
-    const std::shared_ptr<TWFindItem>& service, Paths additionalFields,
-    const std::optional<TWRestriction>& restriction, Orders orderFields, std::string shape,
-    const std::optional<TWRestriction>& query, std::string depth,
+    Paths additionalFields, const std::optional<TWRestriction>& restriction, Orders orderFields,
+    std::string shape, const std::optional<TWRestriction>& query, std::string depth,
     std::shared_ptr<TWCalendarView> calendarView, int pageSize, std::int64_t maxItems) {
   auto payload = [this, fields = std::move(additionalFields), restriction,
                   orders = std::move(orderFields), shape = std::move(shape), query,
