@@ -46,6 +46,13 @@ class TWConversationId : public detail::ElementKind<TWConversationId, TWItemId> 
   [[nodiscard]] std::optional<std::string> constantText() const override;
 };
 
+/// The id of the calendar item that a meeting message is about (`t:AssociatedCalendarItemId`).
+class TWAssociatedCalendarItemId
+    : public detail::ElementKind<TWAssociatedCalendarItemId, TWItemId> {
+ public:
+  [[nodiscard]] static const TWElementClass& elementClass();
+};
+
 /// The id of the folder that an item or a folder lies in (`t:ParentFolderId`).
 class TWParentFolderId : public detail::ElementKind<TWParentFolderId, TWItemId> {
  public:

@@ -169,10 +169,14 @@ TWList TWEWSElement::identity() const {
   return identity;
 }
 
+bool TWEWSElement::isComparable(const TWEWSElement& other) const {
+  return other.cls().isKindOf(cls());
+}
+
 bool TWEWSElement::isEqual(const TWObject& other) const {
   if (this == &other) return true;
   const auto* const element = dynamic_cast<const TWEWSElement*>(&other);
-  if (element == nullptr || !element->cls().isKindOf(cls())) return false;
+  if (element == nullptr || !isComparable(*element)) return false;
   static thread_local const Nesting* innermost = nullptr;
   const Nesting nesting(innermost, *this, element);
   // A pair that is being compared already makes no difference to the outcome.

@@ -104,6 +104,8 @@ class TWEWSElement : public TWXMLObject {
                   const TWVersion* version);
   /// What equality and hash go by.
   [[nodiscard]] virtual TWList identity() const;
+  /// True for what can be equal to this element at all: elements of its class, or derived from it.
+  [[nodiscard]] virtual bool isComparable(const TWEWSElement& other) const;
 
  private:
   TWPropertyList props_;
