@@ -309,10 +309,8 @@ std::optional<TWItemEntry> TWFolder::entryFromXML(const NKXMLElement& xml, bool 
                                                   const std::shared_ptr<TWAccount>& account,
                                                   TWError* error) const {
   if (idsOnly) {
-    const auto id = TWItemId::fromXML(xml.elementForName("ItemId", kTypesNamespace));
-    const auto text = id ? id->get("id").asText() : std::nullopt;
-    if (!text) return std::nullopt;
-    return TWIdPair{*text, id->get("changekey").asText()};
+    auto pair = TWItem::idFromXML(xml);
+    return pair ? std::optional<TWItemEntry>(*std::move(pair)) : std::nullopt;
   }
   const auto* const model =
       folderClass().itemModelFromTag(xml.localName().value_or(std::string()), error);

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "tarnwell/folders/TWWellKnownFolders.h"
-#include "tarnwell/items/TWItem.h"
+#include "tarnwell/items/TWCalendarItem.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWText.h"

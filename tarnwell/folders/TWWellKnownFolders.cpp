@@ -3,7 +3,12 @@
 #include <array>
 
 #include "tarnwell/folders/TWRoot.h"
-#include "tarnwell/items/TWItem.h"
+#include "tarnwell/items/TWCalendarItem.h"
+#include "tarnwell/items/TWContact.h"
+#include "tarnwell/items/TWDistributionList.h"
+#include "tarnwell/items/TWMeetingItems.h"
+#include "tarnwell/items/TWMessage.h"
+#include "tarnwell/items/TWTask.h"
 
 namespace tarnwell {
 namespace {
