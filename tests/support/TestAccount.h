@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tarnwell/account/TWAccount.h"
+#include "tarnwell/protocol/TWProtocol.h"
+
+namespace tarnwell::test {
+
+/// An account on that endpoint, whose server is a 2016 one unless said otherwise.
+[[nodiscard]] inline std::shared_ptr<TWAccount> makeAccount(
+    std::string_view url, std::optional<TWVersion> version = TWVersion(TWBuild(15, 1))) {
+  auto account = std::make_shared<TWAccount>();
+  account->protocol_ = TWProtocol::withServiceEndpoint(
+      url, TWCredentials::credentialsWithUsernamePassword("ann@example.com", "pw"), version);
+  account->version_ = std::move(version);
+  return account;
+}
+
+/// An account that has no server.
+[[nodiscard]] inline std::shared_ptr<TWAccount> makeOfflineAccount(
+    std::optional<TWVersion> version = TWVersion(TWBuild(15, 1))) {
+  auto account = std::make_shared<TWAccount>();
+  account->version_ = std::move(version);
+  return account;
+}
+
+}  // namespace tarnwell::test
