@@ -2,13 +2,22 @@
 
 #include <string>
 
+#include "tarnwell/items/TWItem.h"
 #include "tarnwell/schema/TWBase64Field.h"
 #include "tarnwell/schema/TWDateFields.h"
 #include "tarnwell/schema/TWElementFields.h"
 #include "tarnwell/schema/TWNumberFields.h"
 #include "tarnwell/schema/TWTextFields.h"
+#include "tarnwell/transport/TWNamespaces.h"
+#include "tarnwell/util/TWFormat.h"
+#include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
+namespace {
+
+constexpr auto kContent = "_content", kItem = "_item";
+
+}  // namespace
 
 const TWElementClass& TWAttachmentId::elementClass() {
   static const auto& kClass = *new TWElementClass(
@@ -48,6 +57,44 @@ const TWElementClass& TWAttachment::elementClass() {
   return kClass;
 }
 
+std::shared_ptr<TWItem> TWAttachment::parentItem() const {
+  return std::dynamic_pointer_cast<TWItem>(get("parent_item").asReference());
+}
+
+void TWAttachment::setParentItem(const std::shared_ptr<TWItem>& item) {
+  remove("parent_item");
+  if (item) set("parent_item", TWValue::weak(item));
+}
+
+void TWAttachment::initWithDict(const TWDictionary& dict) {
+  TWEWSElement::initWithDict(dict);
+  set("parent_item", dict.get("parent_item"));
+}
+
+bool TWAttachment::clean(const TWVersion* version, TWError* error) {
+  if (parentItem() && get("content_type").isAbsent())
+    set("content_type", "application/octet-stream");
+  return TWEWSElement::clean(version, error);
+}
+
+TWList TWAttachment::identity() const {
+  if (const auto& id = get("attachment_id"); !id.isAbsent()) return {id};
+  TWList values;
+  // "last_modified_name" is no field of attachments, deliberately; the time of change is left out.
+  for (const auto* const name : {"attachment_id", "name", "content_type", "content_id",
+                                 "content_location", "size", "last_modified_name", "is_inline"})
+    values.push_back(get(name));
+  return values;
+}
+
+std::string TWAttachment::description() const {
+  auto text = formatMessage("%@ (", {className()});
+  for (const auto& field : cls().fields())
+    if (field->name() != kItem && field->name() != kContent)
+      text += formatMessage("%@=%@", {field->name(), get(field->name())});
+  return text + ")";
+}
+
 const TWElementClass& TWFileAttachment::elementClass() {
   static const auto& kClass = *new TWElementClass(
       {.name = "TWFileAttachment",
@@ -58,11 +105,65 @@ const TWElementClass& TWFileAttachment::elementClass() {
              return TWFields{
                  TWBooleanField::withProps(
                      {.name = "is_contact_photo", .fieldURI = "IsContactPhoto"}),
-                 TWBase64Field::withProps({.name = "_content", .fieldURI = "Content"}),
+                 TWBase64Field::withProps({.name = kContent, .fieldURI = "Content"}),
              };
            },
        .make = &detail::makeElement<TWFileAttachment>});
   return kClass;
+}
+
+const TWElementClass& TWItemAttachment::elementClass() {
+  static const auto& kClass = *new TWElementClass(
+      {.name = "TWItemAttachment",
+       .base = &TWAttachment::elementClass(),
+       .elementName = "ItemAttachment",
+       .fields =
+           [] { return TWFields{TWItemField::withProps({.name = kItem, .fieldURI = "Item"})}; },
+       .make = &detail::makeElement<TWItemAttachment>});
+  return kClass;
+}
+
+// The field of the item only names it in paths, so the item is looked after here.
+
+void TWItemAttachment::setParentItem(const std::shared_ptr<TWItem>& item) {
+  ElementKind::setParentItem(item);
+  if (const auto held = get<std::shared_ptr<TWItem>>(kItem)) held->setParentItem(item);
+}
+
+template <class Walk>
+auto TWItemAttachment::withoutItem(const Walk& walk) {
+  const auto item = get<std::shared_ptr<TWItem>>(kItem);
+  if (item) remove(kItem);
+  auto result = walk();
+  set(kItem, item);
+  return result;
+}
+
+bool TWItemAttachment::clean(const TWVersion* version, TWError* error) {
+  if (!withoutItem([&] { return ElementKind::clean(version, error); })) return false;
+  const auto item = get<std::shared_ptr<TWItem>>(kItem);
+  return !item || item->clean(version, error);
+}
+
+NKXMLElement TWItemAttachment::toXML(const TWVersion* version, TWError* error) {
+  auto xml = withoutItem([&] { return ElementKind::toXML(version, error); });
+  const auto item = get<std::shared_ptr<TWItem>>(kItem);
+  if (!xml || !item) return xml;
+  const auto child = item->toXML(version, error);
+  if (!child) return {};
+  xml.addChild(child);
+  return xml;
+}
+
+void TWItemAttachment::initFromXML(const NKXMLElement& xml,
+                                   const std::shared_ptr<TWAccount>& account) {
+  ElementKind::initFromXML(xml, account);
+  for (const auto& child : xml.childElements()) {
+    const auto* const cls = TWItem::itemClassFromTag(child.localName().value_or(""));
+    if (cls == nullptr || child.URI() != cls->nameSpace()) continue;
+    set(kItem, cls->fromXML(child, account));
+    return;
+  }
 }
 
 }  // namespace tarnwell

@@ -56,6 +56,15 @@ const TWElementClass& TWConversationId::elementClass() {
 
 std::optional<std::string> TWConversationId::constantText() const { return get("id").asText(); }
 
+const TWElementClass& TWAssociatedCalendarItemId::elementClass() {
+  static const auto& kClass =
+      *new TWElementClass({.name = "TWAssociatedCalendarItemId",
+                           .base = &TWItemId::elementClass(),
+                           .elementName = "AssociatedCalendarItemId",
+                           .make = &detail::makeElement<TWAssociatedCalendarItemId>});
+  return kClass;
+}
+
 const TWElementClass& TWParentFolderId::elementClass() {
   static const auto& kClass = *new TWElementClass({.name = "TWParentFolderId",
                                                    .base = &TWItemId::elementClass(),
