@@ -65,7 +65,8 @@ TWQuerySet TWQuerySet::nothing(TWError error) {
 TWQuerySet TWQuerySet::withFolder(std::shared_ptr<TWFolder> folder) {
   if (!folder) return nothing({TWErrorCode::ErrorValueOutOfRange, "Query set must have a folder"});
   TWQuerySet set;
-  set.state_ = std::make_shared<State>(State{.folder = std::move(folder)});
+  set.state_ = std::make_shared<State>();
+  set.state_->folder = std::move(folder);
   return set;
 }
 

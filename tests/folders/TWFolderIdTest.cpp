@@ -3,6 +3,7 @@
 
 #include "tarnwell/folders/TWFolderId.h"
 #include "tarnwell/items/TWMailbox.h"
+#include "tarnwell/services/TWErrors.h"
 
 #include "tests/support/XMLMatchers.h"
 

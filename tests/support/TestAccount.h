@@ -4,8 +4,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "tarnwell/account/TWAccount.h"
+#include "tarnwell/folders/TWRoot.h"
 #include "tarnwell/protocol/TWProtocol.h"
 
 namespace tarnwell::test {
@@ -26,6 +28,11 @@ namespace tarnwell::test {
   auto account = std::make_shared<TWAccount>();
   account->version_ = std::move(version);
   return account;
+}
+
+/// Gives the account a folder tree that it need not ask the server for.
+inline void setRoot(TWAccount& account, std::shared_ptr<TWRoot> root) {
+  account.root_ = std::move(root);
 }
 
 }  // namespace tarnwell::test

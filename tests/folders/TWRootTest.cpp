@@ -1,0 +1,294 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tarnwell/folders/TWRoot.h"
+#include "tarnwell/folders/TWWellKnownFolders.h"
+#include "tarnwell/items/TWItemId.h"
+#include "tarnwell/services/TWErrors.h"
+
+#include "tests/folders/FolderTesting.h"
+
+namespace tarnwell {
+namespace {
+
+using test::answer;
+using test::errorAnswer;
+using test::foldersMessage;
+using test::folderXML;
+using test::namesOf;
+using test::pageMessage;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class TWRootTest : public test::MailboxTest {
+ protected:
+  static std::string keysOf(const TWFolderMap& map) {
+    std::string keys;
+    for (const auto& [id, folder] : map) keys += id + " ";
+    return keys;
+  }
+};
+
+TEST_F(TWRootTest, ReadsTheWholeTreeWithOneSearch) {
+  hasFolders(folderXML("I", "Inbox", "T") + folderXML("S", "Sub", "I"));
+  EXPECT_FALSE(tree().isCacheReady());
+  EXPECT_FALSE(tree().subFolders());
+  EXPECT_EQ(keysOf(tree().foldersMap()), "I R S T ");
+  EXPECT_TRUE(tree().isCacheReady());
+  EXPECT_EQ(keysOf(tree().foldersMap()), "I R S T ");
+  EXPECT_THAT(server.operations(), ElementsAre("GetFolder", "FindFolder"));
+  EXPECT_THAT(server.payload(0), HasSubstr("<t:DistinguishedFolderId Id=\"msgfolderroot\""));
+  EXPECT_THAT(server.payload(1), HasSubstr("Traversal=\"Deep\""));
+  EXPECT_THAT(server.payload(1), HasSubstr("<t:BaseShape>IdOnly</t:BaseShape>"));
+  EXPECT_THAT(server.payload(1),
+              HasSubstr("<m:ParentFolderIds><t:FolderId Id=\"T\" ChangeKey=\"ck-T\"/>"));
+}
+
+TEST_F(TWRootTest, TheTreeHangsTogetherFromTheRootDown) {
+  hasFolders(folderXML("I", "Inbox", "T") + folderXML("S", "Sub", "I") +
+             folderXML("Z", "Zeta", "T") + folderXML("A", "Alpha", "T"));
+  EXPECT_THAT(namesOf(root->walk()),
+              ElementsAre("Top of Information Store", "Inbox", "Sub", "Zeta", "Alpha"));
+  const auto sub = tree().getFolder("S");
+  ASSERT_TRUE(sub);
+  EXPECT_EQ(sub->path(), "//Top of Information Store/Inbox/Sub");
+  EXPECT_EQ(sub->root(), root);
+  EXPECT_EQ(sub->parent(), tree().getFolder("I"));
+  EXPECT_EQ(root->parent(), nullptr);
+  EXPECT_EQ(server.requestCount(), 2U);
+}
+
+TEST_F(TWRootTest, TheTopOfTheStoreLiesBelowTheRootWhateverItSays) {
+  server.on("GetFolder",
+            answer("GetFolder", foldersMessage("GetFolder", folderXML("T", "Top", "elsewhere"))));
+  hasFolders(folderXML("I", "Inbox", "T"));
+  EXPECT_THAT(namesOf(root->walk()), ElementsAre("Top", "Inbox"));
+}
+
+TEST_F(TWRootTest, FoldersAreOfTheClassOfTheirNameOrElseOfTheirFolderClass) {
+  hasFolders(folderXML("1", "Posteingang", "T") + folderXML("2", "X", "T", "IPF.Task") +
+             folderXML("3", "Y", "T", "IPF.Unknown") + folderXML("4", "P", "T") +
+             folderXML("5", "Inbox", "4") + folderXML("6", "Z", "T", ""));
+  const auto map = tree().foldersMap();
+  EXPECT_EQ(map.at("1")->className(), "TWInbox");
+  EXPECT_EQ(map.at("2")->className(), "TWTasks");
+  EXPECT_EQ(map.at("3")->className(), "TWFolder");
+  EXPECT_EQ(map.at("4")->className(), "TWMessages");
+  EXPECT_EQ(map.at("5")->className(), "TWInbox");
+  EXPECT_EQ(map.at("6")->className(), "TWFolder");
+  EXPECT_EQ(map.at("5")->account(), account);
+}
+
+TEST_F(TWRootTest, FoldersThatAreTheirOwnAncestorsAreNotReached) {
+  hasFolders(folderXML("A", "a", "B") + folderXML("B", "b", "A") + folderXML("C", "c", "C") +
+             folderXML("D", "d", "T"));
+  EXPECT_THAT(namesOf(root->walk()), ElementsAre("Top of Information Store", "d"));
+  EXPECT_EQ(tree().getFolder("C")->parent(), nullptr);
+  EXPECT_EQ(tree().getFolder("A")->path(), "/b/a");
+}
+
+TEST_F(TWRootTest, AFailedPageKeepsWhatCameBeforeAndIsReported) {
+  int page = 0;
+  server.on("FindFolder", [&](const std::string&) {
+    if (++page > 1) return test::ScriptedAnswer{.status = 500};
+    return answer("FindFolder",
+                  pageMessage("FindFolder", "Folders", folderXML("I", "Inbox", "T"), false, 1));
+  });
+  TWError error;
+  EXPECT_FALSE(tree().updateCache(&error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorSOAP)) << error;
+  EXPECT_FALSE(tree().isCacheReady());
+  EXPECT_EQ(keysOf(tree().subFolders().value()), "I R T ");
+}
+
+// One failure, not one for each folder that is visited.
+TEST_F(TWRootTest, AWalkAsksAServerThatFailsOnce) {
+  int page = 0;
+  server.on("FindFolder", [&](const std::string&) {
+    if (++page % 2 == 0) return test::ScriptedAnswer{.status = 500};
+    return answer("FindFolder",
+                  pageMessage("FindFolder", "Folders",
+                              folderXML("I", "Inbox", "T") + folderXML("S", "Sub", "I"), false, 2));
+  });
+  EXPECT_THAT(namesOf(root->walk()), ElementsAre("Top of Information Store", "Inbox", "Sub"));
+  EXPECT_EQ(page, 2);
+}
+
+TEST_F(TWRootTest, WithoutAStartTheMapHoldsTheRootAlone) {
+  server.on("GetFolder", errorAnswer("GetFolder", "ErrorFolderNotFound"));
+  TWError error;
+  EXPECT_EQ(keysOf(tree().foldersMap(&error)), "R ");
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorFolderNotFound)) << error;
+  EXPECT_FALSE(tree().isCacheReady());
+}
+
+TEST_F(TWRootTest, UpkeepDoesNotMakeACacheLookFilled) {
+  tree().addFolder(folder("N"));
+  tree().addFolder(TWFolder::withDict({{"name", "without id"}}));
+  tree().addFolder(nullptr);
+  EXPECT_TRUE(tree().getFolder("N"));
+  EXPECT_FALSE(tree().isCacheReady());
+  EXPECT_EQ(server.requestCount(), 0U);
+  hasFolders(folderXML("I", "Inbox", "T"));
+  EXPECT_EQ(keysOf(tree().foldersMap()), "I R T ");
+}
+
+TEST_F(TWRootTest, UpkeepReplacesAndDropsFolders) {
+  hasFolders(folderXML("I", "Inbox", "T") + folderXML("J", "x", "T") + folderXML("K", "y", "T"));
+  ASSERT_TRUE(tree().updateCache());
+  const auto inbox = folder("I");
+  tree().updateFolder(inbox);
+  EXPECT_EQ(tree().getFolder("I"), inbox);
+  tree().removeFolder(folder("J"));
+  tree().removeFolder(folder("J"));
+  tree().removeFolder(nullptr);
+  EXPECT_EQ(tree().getFolder("J"), nullptr);
+  EXPECT_EQ(keysOf(tree().foldersMap()), "I K R T ");
+  EXPECT_EQ((*tree().getFolder("K"))["name"], TWValue("y"));
+  EXPECT_THAT(namesOf(tree().getChildren(*tree().getFolder("T"))), ElementsAre("y"));
+}
+
+TEST_F(TWRootTest, AnArchivedTreeCountsAsFilled) {
+  tree().setSubFolders({folder("A"), folder("B")});
+  EXPECT_TRUE(tree().isCacheReady());
+  EXPECT_EQ(keysOf(tree().foldersMap()), "A B ");
+  tree().clearCache();
+  EXPECT_FALSE(tree().isCacheReady());
+  EXPECT_FALSE(tree().subFolders());
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWRootTest, RefreshDropsTheCacheEvenWhenItFails) {
+  tree().setSubFolders({folder("A")});
+  server.on("GetFolder", errorAnswer("GetFolder", "ErrorFolderNotFound"));
+  TWError error;
+  EXPECT_FALSE(root->refresh(&error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorFolderNotFound)) << error;
+  EXPECT_FALSE(tree().isCacheReady());
+}
+
+TEST_F(TWRootTest, AWellKnownFolderIsAskedForOnce) {
+  server.on("GetFolder",
+            answer("GetFolder", foldersMessage("GetFolder", folderXML("I", "Eingang", "T"))));
+  const auto inbox = tree().getDefaultFolder<TWInbox>();
+  ASSERT_TRUE(inbox);
+  EXPECT_EQ(inbox->className(), "TWInbox");
+  EXPECT_EQ(tree().getDefaultFolder(TWInbox::elementClass()), inbox);
+  tree().clearCache();
+  EXPECT_EQ(tree().getDefaultFolder(TWInbox::elementClass()), inbox);
+  EXPECT_EQ(server.requestCount(), 1U);
+  EXPECT_THAT(server.payload(0), HasSubstr("<t:DistinguishedFolderId Id=\"inbox\"/>"));
+  EXPECT_EQ(keysOf(tree().defaultFolders()), "TWInbox ");
+}
+
+TEST_F(TWRootTest, AWellKnownFolderIsTheOneInTheTreeWhenThatIsKnown) {
+  tree().setSubFolders({folder("I", TWInbox::elementClass())});
+  server.on("GetFolder",
+            answer("GetFolder", foldersMessage("GetFolder", folderXML("I", "Inbox", "T"))));
+  EXPECT_EQ(tree().getDefaultFolder(TWInbox::elementClass()), tree().getFolder("I"));
+}
+
+TEST_F(TWRootTest, AFolderThatMayOnlyBeSearchedIsKnownByItsName) {
+  server.on("GetFolder", errorAnswer("GetFolder", "ErrorAccessDenied"));
+  server.on("FindItem", answer("FindItem", pageMessage("FindItem", "Items", "")));
+  const auto calendar = tree().getDefaultFolder(TWCalendar::elementClass());
+  ASSERT_TRUE(calendar);
+  EXPECT_EQ(calendar->className(), "TWCalendar");
+  EXPECT_TRUE(calendar->isDistinguished());
+  EXPECT_EQ(tree().getDefaultFolder(TWCalendar::elementClass()), calendar);
+  EXPECT_THAT(server.operations(), ElementsAre("GetFolder", "FindItem"));
+  EXPECT_THAT(server.payload(1), HasSubstr("<t:DistinguishedFolderId Id=\"calendar\"/>"));
+  EXPECT_THAT(server.payload(1), HasSubstr("MaxEntriesReturned=\"1\""));
+}
+
+TEST_F(TWRootTest, AFolderThatTheServerDoesNotNameIsSoughtInTheTree) {
+  server.on("GetFolder", [](const std::string& payload) {
+    if (payload.find("msgfolderroot") == std::string::npos)
+      return errorAnswer("GetFolder", "ErrorFolderNotFound");
+    return answer("GetFolder", foldersMessage("GetFolder", folderXML("T", "Top", "R")));
+  });
+  hasFolders(folderXML("X", "Projects", "T") + folderXML("I", "Posteingang", "T"));
+  const auto inbox = tree().getDefaultFolder(TWInbox::elementClass());
+  ASSERT_TRUE(inbox);
+  EXPECT_EQ((*inbox)["folder_id"], TWValue("I"));
+  // What was sought is not kept: the server may name it the next time.
+  EXPECT_THAT(tree().defaultFolders(), IsEmpty());
+  const auto asked = server.requestCount();
+  EXPECT_EQ(tree().getDefaultFolder(TWInbox::elementClass()), inbox);
+  EXPECT_EQ(server.requestCount(), asked + 1);
+}
+
+TEST_F(TWRootTest, TheFolderThatHasTheWellKnownNameItselfGoesFirst) {
+  tree().setSubFolders({root, folder("T", TWMsgFolderRoot::elementClass())});
+  const auto add = [&](const std::string& id, const std::string& name) {
+    auto each = folder(id, TWInbox::elementClass());
+    each->set("name", name);
+    each->set("parent_folder_id", TWParentFolderId::withDict({{"id", "T"}}));
+    tree().addFolder(each);
+  };
+  add("1", "Posteingang");
+  add("2", "Inbox");
+  server.on("GetFolder", errorAnswer("GetFolder", "ErrorFolderNotFound"));
+  const auto inbox = tree().getDefaultFolder(TWInbox::elementClass());
+  ASSERT_TRUE(inbox);
+  EXPECT_EQ((*inbox)["folder_id"], TWValue("2"));
+}
+
+TEST_F(TWRootTest, AMailboxThatAlwaysFailsHasNoDefaultFolders) {
+  server.on("GetFolder", test::ScriptedAnswer{.status = 500});
+  EXPECT_EQ(tree().getDefaultFolder(TWInbox::elementClass()), nullptr);
+  EXPECT_EQ(tree().getDefaultFolder(TWMessages::elementClass()), nullptr);
+  EXPECT_EQ(TWRoot::withDict()->getDefaultFolder(TWInbox::elementClass()), nullptr);
+}
+
+TEST_F(TWRootTest, TheTopOfTheStoreIsTheAccountsFolderOrTheChildOfThatNameOrTheRoot) {
+  EXPECT_EQ((*tree().tois())["folder_id"], TWValue("T"));
+
+  const auto second =
+      TWFolder::make(TWRoot::elementClass(), {{"folder_id", "R"}, {"name", ""}}, account);
+  server.on("GetFolder", errorAnswer("GetFolder", "ErrorFolderNotFound"));
+  const auto& root2 = static_cast<TWRoot&>(*second);
+  EXPECT_EQ(root2.tois(), second);
+  const auto top = test::localFolder("Top of Information Store");
+  second->setChildren({top});
+  EXPECT_EQ(root2.tois(), top);
+}
+
+TEST_F(TWRootTest, PrimaryFoldersAreTheMailFoldersDepthFirst) {
+  hasFolders(folderXML("I", "Inbox", "T") + folderXML("C", "Calendar", "T", "IPF.Appointment") +
+             folderXML("M", "Mail below", "C") + folderXML("N", "Unclassed", "T", "") +
+             folderXML("X", "Custom", "T", "IPF.Note.Custom"));
+  EXPECT_THAT(namesOf(tree().primaryFolders()), ElementsAre("Inbox", "Mail below", "Unclassed"));
+}
+
+TEST_F(TWRootTest, RefetchingPrimaryFoldersReadsTheTreeAnewAndReportsFailures) {
+  hasFolders(folderXML("I", "Inbox", "T"));
+  EXPECT_THAT(namesOf(tree().primaryFolders()), ElementsAre("Inbox"));
+  hasFolders(folderXML("I", "Inbox", "T") + folderXML("J", "New", "T"));
+  EXPECT_THAT(namesOf(tree().refetchPrimaryFolders()), ElementsAre("Inbox", "New"));
+  server.on("FindFolder", errorAnswer("FindFolder", "ErrorFolderNotFound"));
+  TWError error;
+  EXPECT_THAT(tree().refetchPrimaryFolders(&error), IsEmpty());
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorFolderNotFound)) << error;
+}
+
+TEST_F(TWRootTest, TheSearchStartsFromTheTopOfTheStoreThatIsKnown) {
+  hasFolders(folderXML("I", "Inbox", "T"));
+  const auto top = tree().getDefaultFolder(TWMsgFolderRoot::elementClass());
+  ASSERT_TRUE(tree().updateCache());
+  EXPECT_THAT(server.operations(), ElementsAre("GetFolder", "FindFolder"));
+  EXPECT_EQ(tree().getFolder("T"), top);
+}
+
+TEST_F(TWRootTest, AMailboxOfManyFoldersCostsOneSearch) {
+  std::string folders;
+  for (int at = 0; at < 500; ++at)
+    folders += folderXML("F" + std::to_string(at), "f", at == 0 ? "T" : "F0");
+  hasFolders(folders);
+  EXPECT_EQ(root->walk().size(), 501U);
+  EXPECT_EQ(server.requestCount(), 2U);
+}
+
+}  // namespace
+}  // namespace tarnwell

@@ -1,0 +1,159 @@
+#include <chrono>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tarnwell/folders/TWCalendarView.h"
+#include "tarnwell/folders/TWRestriction.h"
+#include "tarnwell/folders/TWWellKnownFolders.h"
+#include "tarnwell/schema/TWFieldOrder.h"
+#include "tarnwell/schema/TWFieldPath.h"
+#include "tarnwell/services/TWFindItem.h"
+
+#include "tests/folders/FolderTesting.h"
+#include "tests/support/XMLMatchers.h"
+
+namespace tarnwell {
+namespace {
+
+using namespace std::chrono_literals;
+using test::answer;
+using test::EqualsXML;
+using test::pageMessage;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+class TWFindItemTest : public test::MailboxTest {
+ protected:
+  std::shared_ptr<TWFieldPath> path(const char* text, const TWFolder& source) {
+    return TWFieldPath::fromString(text, source, false);
+  }
+  std::optional<TWRestriction> restriction(const Q& q) {
+    TWError error;
+    auto made = TWRestriction::withQ(q, inbox, &error);
+    EXPECT_TRUE(made) << error;
+    return made;
+  }
+  static std::string items(std::size_t count) {
+    std::string xml;
+    for (std::size_t at = 0; at < count; ++at) xml += "<t:Message/>";
+    return xml;
+  }
+
+  std::shared_ptr<TWFolder> inbox = folder("I", TWInbox::elementClass());
+  std::shared_ptr<TWFindItem> service = TWFindItem::withAccount(account, {inbox, folder("J")});
+};
+
+constexpr const char* kParents =
+    "<m:ParentFolderIds><t:FolderId Id=\"I\" ChangeKey=\"ck-I\"/>"
+    "<t:FolderId Id=\"J\" ChangeKey=\"ck-J\"/></m:ParentFolderIds>";
+
+TEST_F(TWFindItemTest, DeclaresItsNames) {
+  EXPECT_EQ(service->serviceClass().serviceName, "FindItem");
+  EXPECT_EQ(service->serviceClass().rootName(), "m:FindItem");
+  EXPECT_EQ(service->serviceClass().elementContainerName, "Items");
+  EXPECT_EQ(service->serviceClass().elementContainerXMLns,
+            "http://schemas.microsoft.com/exchange/services/2006/types");
+  EXPECT_EQ(TWFindItem::chunkSize, 100U);
+}
+
+TEST_F(TWFindItemTest, WritesItsPartsInOrder) {
+  const auto q = Q::withKeywords({{"subject", "x"}});
+  const auto text = Q::withQueryString("report");
+  const auto inner = restriction(q)->toXML(nullptr).XMLString();
+  const auto payload =
+      service->getPayload({path("subject", *inbox), path("categories", *inbox)}, restriction(q),
+                          {TWFieldOrder::fromString("-subject", *inbox, false),
+                           TWFieldOrder::fromString("size", *inbox, false)},
+                          "IdOnly", restriction(text), "Shallow", nullptr, 0, 20);
+  EXPECT_THAT(payload.XMLString(),
+              EqualsXML("<m:FindItem Traversal=\"Shallow\"><m:ItemShape><t:BaseShape>IdOnly"
+                        "</t:BaseShape><t:AdditionalProperties>"
+                        "<t:FieldURI FieldURI=\"item:Categories\"/>"
+                        "<t:FieldURI FieldURI=\"item:Subject\"/></t:AdditionalProperties>"
+                        "</m:ItemShape><m:IndexedPageItemView MaxEntriesReturned=\"0\" "
+                        "Offset=\"20\" BasePoint=\"Beginning\"/>" +
+                        inner +
+                        "<m:SortOrder><t:FieldOrder Order=\"Descending\"><t:FieldURI "
+                        "FieldURI=\"item:Subject\"/></t:FieldOrder><t:FieldOrder "
+                        "Order=\"Ascending\"><t:FieldURI FieldURI=\"item:Size\"/></t:FieldOrder>"
+                        "</m:SortOrder>" +
+                        kParents + "<m:QueryString>report</m:QueryString></m:FindItem>"));
+}
+
+TEST_F(TWFindItemTest, IndexedFieldsAreAskedForEntryByEntry) {
+  const auto contacts = folder("C", TWContacts::elementClass());
+  const auto payload =
+      TWFindItem::withAccount(account, {contacts})
+          ->getPayload({path("physical_addresses__Home__city", *contacts)}, std::nullopt, {},
+                       "IdOnly", std::nullopt, "Shallow", nullptr, 1, 0);
+  EXPECT_THAT(payload.XMLString(),
+              HasSubstr("<t:IndexedFieldURI FieldURI=\"contacts:PhysicalAddress:City\" "
+                        "FieldIndex=\"Home\"/>"));
+}
+
+TEST_F(TWFindItemTest, PagesAreAskedForOfEveryServer) {
+  const auto old = test::makeAccount(server.url(), TWVersion(TWBuild(8, 0), "Exchange2007"));
+  EXPECT_THAT(TWFindItem::withAccount(old, {inbox})
+                  ->getPayload({}, std::nullopt, {}, "IdOnly", std::nullopt, "x", nullptr, 9, 0)
+                  .XMLString(),
+              HasSubstr("<m:IndexedPageItemView MaxEntriesReturned=\"9\""));
+}
+
+TEST_F(TWFindItemTest, ACalendarViewTakesThePlaceOfPages) {
+  const auto view = TWCalendarView::withDict({{"start", TWInstant(0s)}, {"end", TWInstant(60s)}});
+  const auto payload =
+      service->getPayload({}, std::nullopt, {}, "IdOnly", std::nullopt, "Shallow", view, 5, 0);
+  EXPECT_THAT(payload.XMLString(),
+              EqualsXML("<m:FindItem Traversal=\"Shallow\"><m:ItemShape><t:BaseShape>IdOnly"
+                        "</t:BaseShape></m:ItemShape>" +
+                        view->toXML(nullptr).XMLString() + kParents + "</m:FindItem>"));
+}
+
+TEST_F(TWFindItemTest, WhatCannotBeWrittenFailsThePageBeforeItIsSent) {
+  const auto refusal = [](TWPagedServiceResponse pages) {
+    TWError error;
+    EXPECT_FALSE(pages.nextPage(&error));
+    return error.message();
+  };
+  const auto view = TWCalendarView::withDict({{"start", TWInstant(60s)}, {"end", TWInstant(0s)}});
+  EXPECT_EQ(refusal(service->call({}, std::nullopt, {}, "IdOnly", std::nullopt, "x", view, 1, 0)),
+            "end date is lower than start date");
+  const auto contacts = folder("C", TWContacts::elementClass());
+  const auto order = TWFieldOrder::fromString("phone_numbers", *contacts, false);
+  ASSERT_TRUE(order);
+  EXPECT_THAT(
+      refusal(service->call({}, std::nullopt, {order}, "IdOnly", std::nullopt, "x", nullptr, 1, 0)),
+      HasSubstr("is missing label and/or subfield"));
+  EXPECT_EQ(refusal(TWFindItem::withAccount(account, {nullptr})
+                        ->call({}, std::nullopt, {}, "IdOnly", std::nullopt, "x", nullptr, 1, 0)),
+            "(null) must be a folder or the id of one");
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWFindItemTest, ReadsPagesUpToTheMaximum) {
+  server.on("FindItem", [](const std::string& payload) {
+    const bool isFirst = payload.find("Offset=\"0\"") != std::string::npos;
+    return answer("FindItem",
+                  pageMessage("FindItem", "Items", items(100), false, isFirst ? 100 : 200));
+  });
+  auto pages =
+      service->call({}, std::nullopt, {}, "IdOnly", std::nullopt, "Shallow", nullptr, 100, 150);
+  EXPECT_EQ(server.requestCount(), 0U);
+  EXPECT_EQ(pages.nextPage()->size(), 100U);
+  EXPECT_EQ(pages.nextPage()->size(), 100U);
+  TWError error;
+  EXPECT_FALSE(pages.nextPage(&error));
+  EXPECT_FALSE(error);
+  EXPECT_EQ(server.requestCount(), 2U);
+}
+
+TEST_F(TWFindItemTest, SaysNothingOfTheAccountAndUsesTheOrdinaryConnection) {
+  server.on("FindItem", answer("FindItem", pageMessage("FindItem", "Items", "")));
+  auto pages = service->call({}, std::nullopt, {}, "IdOnly", std::nullopt, "x", nullptr, 1, 0);
+  ASSERT_TRUE(pages.nextPage());
+  EXPECT_THAT(server.script().requests().at(0).body, Not(HasSubstr("TimeZoneContext")));
+}
+
+}  // namespace
+}  // namespace tarnwell

@@ -1,0 +1,372 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tarnwell/folders/TWFolderId.h"
+#include "tarnwell/folders/TWWellKnownFolders.h"
+#include "tarnwell/schema/TWFieldPath.h"
+#include "tarnwell/services/TWCreateFolder.h"
+#include "tarnwell/services/TWDeleteFolder.h"
+#include "tarnwell/services/TWEmptyFolder.h"
+#include "tarnwell/services/TWFindFolder.h"
+#include "tarnwell/services/TWGetFolder.h"
+#include "tarnwell/services/TWMoveFolder.h"
+#include "tarnwell/services/TWSyncFolders.h"
+#include "tarnwell/services/TWUpdateFolder.h"
+
+#include "tests/folders/FolderTesting.h"
+#include "tests/support/XMLMatchers.h"
+
+namespace tarnwell {
+namespace {
+
+using test::answer;
+using test::EqualsXML;
+using test::errorAnswer;
+using test::foldersMessage;
+using test::folderXML;
+using test::pageMessage;
+using test::responseMessage;
+using test::successAnswer;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+constexpr std::string_view kMessages =
+    "http://schemas.microsoft.com/exchange/services/2006/messages";
+constexpr std::string_view kTypes = "http://schemas.microsoft.com/exchange/services/2006/types";
+
+class TWFolderServices : public test::MailboxTest {
+ protected:
+  using Paths = std::vector<std::shared_ptr<TWFieldPath>>;
+  static Paths paths(const std::vector<std::string>& names) {
+    Paths made;
+    for (const auto& name : names)
+      made.push_back(TWFieldPath::withField(TWFolder::getFieldByFieldName(name)));
+    return made;
+  }
+  static std::string id(const std::string& text) {
+    return "<t:FolderId Id=\"" + text + "\" ChangeKey=\"ck-" + text + "\"/>";
+  }
+  std::shared_ptr<TWFindFolder> findAt(std::optional<TWBuild> build) {
+    auto at = test::makeAccount(server.url(), TWVersion(build, "Exchange2010"));
+    return TWFindFolder::withAccount(at, {folder("A")});
+  }
+
+  const TWValue pair = TWValue::list({"P", "ck-P"});
+};
+
+TEST_F(TWFolderServices, DeclareTheirNamesAndContainers) {
+  const auto expect = [](const TWEWSService& service, std::string_view name,
+                         std::optional<std::string_view> container, std::string_view xmlns) {
+    const auto& cls = service.serviceClass();
+    EXPECT_EQ(cls.serviceName, name);
+    EXPECT_EQ(cls.rootName(), "m:" + std::string(name));
+    EXPECT_EQ(cls.elementContainerName, container) << name;
+    EXPECT_EQ(cls.elementContainerXMLns, xmlns) << name;
+    EXPECT_EQ(cls.errorsToCatchInResponse, TWServiceClass::baseErrorsToCatch()) << name;
+  };
+  expect(*TWFindFolder::withAccount(account, {}), "FindFolder", "Folders", kTypes);
+  expect(*TWGetFolder::withAccount(account), "GetFolder", "Folders", kMessages);
+  expect(*TWMoveFolder::withAccount(account), "MoveFolder", std::nullopt, kMessages);
+  expect(*TWCreateFolder::withAccount(account), "CreateFolder", "Folders", kMessages);
+  expect(*TWUpdateFolder::withAccount(account), "UpdateFolder", "Folders", kMessages);
+  expect(*TWDeleteFolder::withAccount(account), "DeleteFolder", std::nullopt, "");
+  expect(*TWEmptyFolder::withAccount(account), "EmptyFolder", std::nullopt, "");
+  expect(*TWSyncFolders::withAccount(account), "SyncFolderHeirarchy", std::nullopt, "");
+}
+
+TEST_F(TWFolderServices, OnlyAccountBoundOnesTellOfTheAccount) {
+  server.on("FindFolder", answer("FindFolder", pageMessage("FindFolder", "Folders", "")));
+  server.on("DeleteFolder", successAnswer("DeleteFolder"));
+  auto pages = TWFindFolder::withAccount(account, {folder("A")})->call({}, "IdOnly", "Deep", 1, 0);
+  EXPECT_TRUE(pages.nextPage());
+  EXPECT_TRUE(TWDeleteFolder::withAccount(account)->call({folder("A")}, "HardDelete"));
+  const auto requests = server.script().requests();
+  EXPECT_THAT(requests.at(0).body, Not(HasSubstr("TimeZoneContext")));
+  EXPECT_THAT(requests.at(0).body, Not(HasSubstr("Impersonation")));
+  EXPECT_THAT(requests.at(1).body, HasSubstr("TimeZoneContext"));
+  EXPECT_EQ(requests.at(0).connection, requests.at(1).connection);
+}
+
+TEST_F(TWFolderServices, FindFolderDeclaresTheProtocolsVersionAndWritesForTheAccounts) {
+  server.on("FindFolder", answer("FindFolder", pageMessage("FindFolder", "Folders", "")));
+  account->setVersion(TWVersion(TWBuild(8, 1), "Exchange2007_SP1"));
+  auto pages = TWFindFolder::withAccount(account, {folder("A")})->call({}, "IdOnly", "Deep", 1, 0);
+  EXPECT_TRUE(pages.nextPage());
+  EXPECT_THAT(server.script().requests().at(0).body,
+              HasSubstr("RequestServerVersion Version=\"Exchange2016\""));
+  EXPECT_THAT(server.payload(0), Not(HasSubstr("IndexedPageFolderView")));
+}
+
+TEST_F(TWFolderServices, WithoutAnAccountOrAProtocolCallsFailAsForAClosedOne) {
+  const auto offline = test::makeOfflineAccount();
+  for (const auto& none : {std::shared_ptr<TWAccount>(), offline}) {
+    TWError error;
+    EXPECT_FALSE(TWDeleteFolder::withAccount(none)->call({folder("A")}, "HardDelete", &error));
+    EXPECT_EQ(error, TWError(TWErrorCode::ErrorSOAP, "Bad SOAP Response: (null)"));
+    error = {};
+    auto pages = TWFindFolder::withAccount(none, {folder("A")})->call({}, "IdOnly", "Deep", 1, 0);
+    EXPECT_FALSE(pages.nextPage(&error));
+    EXPECT_EQ(error, TWError(TWErrorCode::ErrorSOAP, "Bad SOAP Response: (null)"));
+  }
+}
+
+TEST_F(TWFolderServices, FindFolderAsksNothingBeforeItsFirstPage) {
+  server.on("FindFolder", [](const std::string& payload) {
+    const bool isFirst = payload.find("Offset=\"0\"") != std::string::npos;
+    return answer("FindFolder",
+                  pageMessage("FindFolder", "Folders", folderXML("1", "x"), !isFirst, 1));
+  });
+  auto pages = TWFindFolder::withAccount(account, {folder("A"), folder("B")})
+                   ->call({}, "Default", "Any text", 5, 0);
+  EXPECT_EQ(server.requestCount(), 0U);
+  EXPECT_TRUE(pages.nextPage());
+  EXPECT_TRUE(pages.nextPage());
+  EXPECT_FALSE(pages.nextPage());
+  EXPECT_THAT(server.payload(0),
+              EqualsXML("<m:FindFolder Traversal=\"Any text\"><m:FolderShape><t:BaseShape>Default"
+                        "</t:BaseShape></m:FolderShape><m:IndexedPageFolderView "
+                        "MaxEntriesReturned=\"5\" Offset=\"0\" BasePoint=\"Beginning\"/>"
+                        "<m:ParentFolderIds>" +
+                        id("A") + id("B") + "</m:ParentFolderIds></m:FindFolder>"));
+  EXPECT_THAT(server.payload(1), HasSubstr("Offset=\"1\""));
+}
+
+TEST_F(TWFolderServices, FieldsAreAskedForInTheOrderOfTheirNames) {
+  const auto find = TWFindFolder::withAccount(account, {folder("A")});
+  const auto expected =
+      "<m:FolderShape><t:BaseShape>IdOnly</t:BaseShape><t:AdditionalProperties>"
+      "<t:FieldURI FieldURI=\"folder:ChildFolderCount\"/>"
+      "<t:FieldURI FieldURI=\"folder:EffectiveRights\"/>"
+      "<t:FieldURI FieldURI=\"folder:DisplayName\"/>"
+      "<t:FieldURI FieldURI=\"folder:UnreadCount\"/></t:AdditionalProperties></m:FolderShape>";
+  const auto fields = paths({"unread_count", "name", "effective_rights", "child_folder_count"});
+  EXPECT_THAT(find->getPayload(fields, "IdOnly", "Deep", 1, 0).XMLString(), HasSubstr(expected));
+  EXPECT_THAT(TWGetFolder::withAccount(account)->getPayload({}, fields, "IdOnly").XMLString(),
+              HasSubstr(expected));
+}
+
+TEST_F(TWFolderServices, PagesOfFoldersCameWithExchange2010) {
+  const auto hasPages = [&](std::optional<TWBuild> build) {
+    return findAt(build)
+               ->getPayload({}, "IdOnly", "Deep", 1, 0)
+               .XMLString()
+               .find("IndexedPageFolderView") != std::string::npos;
+  };
+  EXPECT_TRUE(hasPages(TWBuild(14, 0)));
+  EXPECT_TRUE(hasPages(TWBuild(15, 1)));
+  EXPECT_FALSE(hasPages(TWBuild(8, 3, 999)));
+  EXPECT_FALSE(hasPages(TWBuild(8, 0)));
+  EXPECT_FALSE(hasPages(std::nullopt));
+}
+
+TEST_F(TWFolderServices, APageThatCannotBeWrittenFails) {
+  auto pages =
+      TWFindFolder::withAccount(account, {TWFolder::withDict()})->call({}, "IdOnly", "Deep", 1, 0);
+  TWError error;
+  EXPECT_FALSE(pages.nextPage(&error));
+  EXPECT_EQ(error.message(), "Folder must have an ID");
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWFolderServices, GetFolderTakesFoldersIdsAndPairsInTheirOrder) {
+  const auto payload = TWGetFolder::withAccount(account)->getPayload(
+      {pair, folder("A"), TWFolderId::withDict({{"id", "B"}, {"changekey", "ck-B"}}),
+       TWDistinguishedFolderId::withDict({{"id", "inbox"}})},
+      {}, "AllProperties");
+  EXPECT_THAT(payload.XMLString(),
+              EqualsXML("<m:GetFolder><m:FolderShape><t:BaseShape>AllProperties</t:BaseShape>"
+                        "</m:FolderShape><m:FolderIds>" +
+                        id("P") + id("A") + id("B") +
+                        "<t:DistinguishedFolderId Id=\"inbox\"/></m:FolderIds></m:GetFolder>"));
+}
+
+TEST_F(TWFolderServices, WhatIsNoFolderIsRefused) {
+  const auto service = TWGetFolder::withAccount(account);
+  for (const auto& bad : {TWValue("text"), TWValue(), TWValue::list({"only"})}) {
+    TWError error;
+    EXPECT_FALSE(service->call({bad}, {}, "IdOnly", &error));
+    EXPECT_TRUE(error.is(TWErrorCode::ErrorType)) << error;
+  }
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWFolderServices, PairsAreTakenByTwoAndLeftOutByTwo) {
+  const auto ids = "<m:FolderIds>" + id("P") + id("A") + "</m:FolderIds>";
+  const auto without = "<m:FolderIds>" + id("A") + "</m:FolderIds>";
+  const TWList folders{pair, folder("A")};
+  EXPECT_THAT(TWGetFolder::withAccount(account)->getPayload(folders, {}, "x").XMLString(),
+              HasSubstr(ids));
+  EXPECT_THAT(TWEmptyFolder::withAccount(account)->getPayload(folders, "x", true).XMLString(),
+              HasSubstr(ids));
+  EXPECT_THAT(TWMoveFolder::withAccount(account)->getPayload(folders, folder("T")).XMLString(),
+              EqualsXML("<m:MoveFolder><m:ToFolderId>" + id("T") + "</m:ToFolderId>" + without +
+                        "</m:MoveFolder>"));
+  EXPECT_THAT(TWDeleteFolder::withAccount(account)->getPayload(folders, "x").XMLString(),
+              EqualsXML("<m:DeleteFolder DeleteType=\"x\">" + without + "</m:DeleteFolder>"));
+}
+
+TEST_F(TWFolderServices, DeleteFolderOfPairsAloneIsSentAllTheSame) {
+  server.on("DeleteFolder", successAnswer("DeleteFolder"));
+  EXPECT_TRUE(TWDeleteFolder::withAccount(account)->call({pair}, "HardDelete"));
+  EXPECT_THAT(server.payload(0),
+              EqualsXML("<m:DeleteFolder DeleteType=\"HardDelete\"><m:FolderIds/>"
+                        "</m:DeleteFolder>"));
+}
+
+TEST_F(TWFolderServices, EmptyFolderWritesItsFlagAsAWord) {
+  const auto service = TWEmptyFolder::withAccount(account);
+  EXPECT_THAT(service->getPayload({}, "SoftDelete", true).XMLString(),
+              EqualsXML("<m:EmptyFolder DeleteType=\"SoftDelete\" DeleteSubFolders=\"true\">"
+                        "<m:FolderIds/></m:EmptyFolder>"));
+  EXPECT_THAT(service->getPayload({}, "x", false).XMLString(),
+              HasSubstr("DeleteSubFolders=\"false\""));
+}
+
+TEST_F(TWFolderServices, OperationsWithoutResultsAnswerTrueForEachFolder) {
+  server.on("MoveFolder",
+            answer("MoveFolder", foldersMessage("MoveFolder", folderXML("1", "x")) +
+                                     responseMessage("MoveFolder", "Error", "ErrorItemNotFound")));
+  TWError error;
+  const auto results =
+      TWMoveFolder::withAccount(account)->call({folder("1"), folder("2")}, folder("T"), &error);
+  ASSERT_TRUE(results);
+  ASSERT_EQ(results->size(), 2U);
+  EXPECT_EQ(results->at(0), TWValue(true));
+  EXPECT_TRUE(results->at(1).asError().is(TWErrorCode::ErrorItemNotFound));
+  EXPECT_FALSE(error);
+}
+
+TEST_F(TWFolderServices, CreateFolderAnswersFoldersAndCaughtErrors) {
+  server.on("CreateFolder",
+            answer("CreateFolder", foldersMessage("CreateFolder", folderXML("1", "x")) +
+                                       responseMessage("CreateFolder", "Error", "ErrorItemSave")));
+  TWError error;
+  const auto created = TWCreateFolder::withAccount(account)->call(
+      folder("T"), {TWFolder::withDict({{"name", "x"}}), TWTasks::withDict({{"name", "y"}})},
+      &error);
+  ASSERT_TRUE(created) << error;
+  ASSERT_EQ(created->size(), 2U);
+  const auto& first = *created->at(0).value();
+  EXPECT_EQ(first["folder_id"], TWValue("1"));
+  EXPECT_EQ(first["changekey"], TWValue("ck-1"));
+  EXPECT_EQ(first.account(), account);
+  EXPECT_TRUE(created->at(1).error().is(TWErrorCode::ErrorItemSave));
+  EXPECT_THAT(server.payload(0),
+              EqualsXML("<m:CreateFolder><m:ParentFolderId>" + id("T") +
+                        "</m:ParentFolderId><m:Folders><t:Folder><t:DisplayName>x"
+                        "</t:DisplayName></t:Folder><t:Folder><t:DisplayName>y</t:DisplayName>"
+                        "</t:Folder></m:Folders></m:CreateFolder>"));
+}
+
+TEST_F(TWFolderServices, AFolderThatCannotBeWrittenIsNotLeftOut) {
+  const auto service = TWCreateFolder::withAccount(account);
+  TWError error;
+  EXPECT_FALSE(service->call(folder("T"), {TWFolder::withDict({{"name", 7}})}, &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorType)) << error;
+  error = {};
+  EXPECT_FALSE(service->call(folder("T"), {nullptr}, &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorType)) << error;
+  error = {};
+  EXPECT_FALSE(service->call(nullptr, {}, &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorType)) << error;
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWFolderServices, AMessageWithoutItsFolderIsAnErrorInItsPlace) {
+  server.on("CreateFolder",
+            answer("CreateFolder", responseMessage("CreateFolder", "Warning", "NoError")));
+  const auto created = TWCreateFolder::withAccount(account)->call(folder("T"), {});
+  ASSERT_TRUE(created);
+  ASSERT_EQ(created->size(), 1U);
+  EXPECT_EQ(created->at(0).error(),
+            TWError(TWErrorCode::ErrorTransport, "No Folders elements in ResponseMessage (null)"));
+}
+
+TEST_F(TWFolderServices, UpdateFolderWritesChangesInTheOrderOfTheFields) {
+  const auto changed = folder("A");
+  changed->set("folder_class", "IPF.Note");
+  const auto payload = TWUpdateFolder::withAccount(account)->getPayload(
+      {{changed, {"name", "bogus", "folder_class", "name"}}, {folder("B"), {"folder_class"}}});
+  EXPECT_THAT(payload.XMLString(),
+              EqualsXML("<m:UpdateFolder><m:FolderChanges><t:FolderChange>" + id("A") +
+                        "<t:Updates><t:SetFolderField><t:FieldURI FieldURI=\"folder:FolderClass\"/>"
+                        "<t:Folder><t:FolderClass>IPF.Note</t:FolderClass></t:Folder>"
+                        "</t:SetFolderField><t:SetFolderField><t:FieldURI "
+                        "FieldURI=\"folder:DisplayName\"/><t:Folder><t:DisplayName>A"
+                        "</t:DisplayName></t:Folder></t:SetFolderField></t:Updates>"
+                        "</t:FolderChange><t:FolderChange>" +
+                        id("B") +
+                        "<t:Updates><t:DeleteFolderField><t:FieldURI "
+                        "FieldURI=\"folder:FolderClass\"/></t:DeleteFolderField></t:Updates>"
+                        "</t:FolderChange></m:FolderChanges></m:UpdateFolder>"));
+}
+
+TEST_F(TWFolderServices, UpdateFolderChecksBeforeItSends) {
+  const auto refusal = [&](const TWDictionary& values, const std::string& name) {
+    const auto changed = folder("A");
+    for (const auto& [key, value] : values) changed->set(key, value);
+    TWError error;
+    EXPECT_FALSE(TWUpdateFolder::withAccount(account)->call({{changed, {name}}}, &error));
+    return error;
+  };
+  EXPECT_EQ(refusal({}, "unread_count"),
+            TWError(TWErrorCode::ErrorValueOutOfRange, "unread_count is a read-only field"));
+  EXPECT_EQ(refusal({{"unread_count", "many"}}, "unread_count").message(),
+            "unread_count is a read-only field");
+  EXPECT_TRUE(refusal({{"name", 7}}, "name").is(TWErrorCode::ErrorType));
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWFolderServices, AFieldThatMustHaveAValueIsNotCleared) {
+  const auto required = TWCharField::withProps(
+      {.name = "must", .fieldURI = "folder:Must", .isRequiredAfterSave = true});
+  TWFolder::addField(required, TWFolder::fieldNames().size());
+  TWError error;
+  EXPECT_FALSE(TWUpdateFolder::withAccount(account)->call({{folder("A"), {"must"}}}, &error));
+  TWFolder::removeField(*required);
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange,
+                           "must is a requried field and may not be deleted"));
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWFolderServices, UpdateFolderAnswersFoldersAndCaughtErrors) {
+  server.on("UpdateFolder",
+            answer("UpdateFolder",
+                   foldersMessage("UpdateFolder", folderXML("A", "x")) +
+                       responseMessage("UpdateFolder", "Error", "ErrorInvalidChangeKey")));
+  const auto updated = TWUpdateFolder::withAccount(account)->call(
+      {{folder("A"), {"name"}}, {folder("B"), {"name"}}});
+  ASSERT_TRUE(updated);
+  ASSERT_EQ(updated->size(), 2U);
+  EXPECT_EQ(updated->at(0).value()->account(), account);
+  EXPECT_TRUE(updated->at(1).error().is(TWErrorCode::ErrorInvalidChangeKey));
+}
+
+TEST_F(TWFolderServices, OtherCodesFailTheCall) {
+  const TWList folders{folder("A")};
+  for (const char* operation : {"GetFolder", "MoveFolder", "DeleteFolder", "EmptyFolder"})
+    server.on(operation, errorAnswer(operation, "ErrorFolderNotFound"));
+  const TWError expected(TWErrorCode::ErrorFolderNotFound, "Error: ErrorFolderNotFound");
+  TWError error;
+  EXPECT_FALSE(TWGetFolder::withAccount(account)->call(folders, {}, "IdOnly", &error));
+  EXPECT_EQ(error, expected);
+  EXPECT_FALSE(TWMoveFolder::withAccount(account)->call(folders, folder("T"), &error));
+  EXPECT_EQ(error, expected);
+  EXPECT_FALSE(TWDeleteFolder::withAccount(account)->call(folders, "HardDelete", &error));
+  EXPECT_EQ(error, expected);
+  EXPECT_FALSE(TWEmptyFolder::withAccount(account)->call(folders, "HardDelete", true, &error));
+  EXPECT_EQ(error, expected);
+}
+
+TEST_F(TWFolderServices, AContainerInTheWrongNamespaceIsNoResult) {
+  server.on("GetFolder", answer("GetFolder", responseMessage("GetFolder", "Success", "NoError",
+                                                             "<t:Folders/>")));
+  TWError error;
+  EXPECT_FALSE(TWGetFolder::withAccount(account)->call({folder("A")}, {}, "IdOnly", &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorTransport));
+  EXPECT_THAT(error.message(), HasSubstr("No Folders elements in ResponseMessage <"));
+}
+
+}  // namespace
+}  // namespace tarnwell
