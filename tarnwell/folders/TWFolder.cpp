@@ -246,7 +246,8 @@ TWItemEntries TWFolder::findItems(const Q& q, std::string_view shape, std::strin
 
 TWItemEntries TWFolder::findItems(const Q& q, const TWFindItemsOptions& options,
                                   TWError* error) const {
-  if (!q) return {};
+  // Not `!q`, which is the negation of the query.
+  if (!static_cast<bool>(q)) return {};
   const auto account = this->account();
   TWError failure;
   std::optional<TWRestriction> restriction;

@@ -91,7 +91,7 @@ TEST_F(TWRootTest, FoldersThatAreTheirOwnAncestorsAreNotReached) {
 TEST_F(TWRootTest, AFailedPageKeepsWhatCameBeforeAndIsReported) {
   int page = 0;
   server.on("FindFolder", [&](const std::string&) {
-    if (++page > 1) return test::ScriptedAnswer{.status = 500};
+    if (++page > 1) return test::failedAnswer();
     return answer("FindFolder",
                   pageMessage("FindFolder", "Folders", folderXML("I", "Inbox", "T"), false, 1));
   });
@@ -106,7 +106,7 @@ TEST_F(TWRootTest, AFailedPageKeepsWhatCameBeforeAndIsReported) {
 TEST_F(TWRootTest, AWalkAsksAServerThatFailsOnce) {
   int page = 0;
   server.on("FindFolder", [&](const std::string&) {
-    if (++page % 2 == 0) return test::ScriptedAnswer{.status = 500};
+    if (++page % 2 == 0) return test::failedAnswer();
     return answer("FindFolder",
                   pageMessage("FindFolder", "Folders",
                               folderXML("I", "Inbox", "T") + folderXML("S", "Sub", "I"), false, 2));
@@ -236,7 +236,7 @@ TEST_F(TWRootTest, TheFolderThatHasTheWellKnownNameItselfGoesFirst) {
 }
 
 TEST_F(TWRootTest, AMailboxThatAlwaysFailsHasNoDefaultFolders) {
-  server.on("GetFolder", test::ScriptedAnswer{.status = 500});
+  server.on("GetFolder", test::failedAnswer());
   EXPECT_EQ(tree().getDefaultFolder(TWInbox::elementClass()), nullptr);
   EXPECT_EQ(tree().getDefaultFolder(TWMessages::elementClass()), nullptr);
   EXPECT_EQ(TWRoot::withDict()->getDefaultFolder(TWInbox::elementClass()), nullptr);

@@ -60,13 +60,13 @@ TEST_F(TWFindItemTest, DeclaresItsNames) {
 TEST_F(TWFindItemTest, WritesItsPartsInOrder) {
   const auto q = Q::withKeywords({{"subject", "x"}});
   const auto text = Q::withQueryString("report");
-  const auto inner = restriction(q)->toXML(nullptr).XMLString();
+  const auto inner = restriction(q)->toXML(nullptr).compactXMLString();
   const auto payload =
       service->getPayload({path("subject", *inbox), path("categories", *inbox)}, restriction(q),
                           {TWFieldOrder::fromString("-subject", *inbox, false),
                            TWFieldOrder::fromString("size", *inbox, false)},
                           "IdOnly", restriction(text), "Shallow", nullptr, 0, 20);
-  EXPECT_THAT(payload.XMLString(),
+  EXPECT_THAT(payload.compactXMLString(),
               EqualsXML("<m:FindItem Traversal=\"Shallow\"><m:ItemShape><t:BaseShape>IdOnly"
                         "</t:BaseShape><t:AdditionalProperties>"
                         "<t:FieldURI FieldURI=\"item:Categories\"/>"
@@ -87,7 +87,7 @@ TEST_F(TWFindItemTest, IndexedFieldsAreAskedForEntryByEntry) {
       TWFindItem::withAccount(account, {contacts})
           ->getPayload({path("physical_addresses__Home__city", *contacts)}, std::nullopt, {},
                        "IdOnly", std::nullopt, "Shallow", nullptr, 1, 0);
-  EXPECT_THAT(payload.XMLString(),
+  EXPECT_THAT(payload.compactXMLString(),
               HasSubstr("<t:IndexedFieldURI FieldURI=\"contacts:PhysicalAddress:City\" "
                         "FieldIndex=\"Home\"/>"));
 }
@@ -96,7 +96,7 @@ TEST_F(TWFindItemTest, PagesAreAskedForOfEveryServer) {
   const auto old = test::makeAccount(server.url(), TWVersion(TWBuild(8, 0), "Exchange2007"));
   EXPECT_THAT(TWFindItem::withAccount(old, {inbox})
                   ->getPayload({}, std::nullopt, {}, "IdOnly", std::nullopt, "x", nullptr, 9, 0)
-                  .XMLString(),
+                  .compactXMLString(),
               HasSubstr("<m:IndexedPageItemView MaxEntriesReturned=\"9\""));
 }
 
@@ -104,10 +104,10 @@ TEST_F(TWFindItemTest, ACalendarViewTakesThePlaceOfPages) {
   const auto view = TWCalendarView::withDict({{"start", TWInstant(0s)}, {"end", TWInstant(60s)}});
   const auto payload =
       service->getPayload({}, std::nullopt, {}, "IdOnly", std::nullopt, "Shallow", view, 5, 0);
-  EXPECT_THAT(payload.XMLString(),
+  EXPECT_THAT(payload.compactXMLString(),
               EqualsXML("<m:FindItem Traversal=\"Shallow\"><m:ItemShape><t:BaseShape>IdOnly"
                         "</t:BaseShape></m:ItemShape>" +
-                        view->toXML(nullptr).XMLString() + kParents + "</m:FindItem>"));
+                        view->toXML(nullptr).compactXMLString() + kParents + "</m:FindItem>"));
 }
 
 TEST_F(TWFindItemTest, WhatCannotBeWrittenFailsThePageBeforeItIsSent) {

@@ -4,6 +4,7 @@
 #include "tarnwell/folders/TWFolderId.h"
 #include "tarnwell/folders/TWWellKnownFolders.h"
 #include "tarnwell/schema/TWFieldPath.h"
+#include "tarnwell/schema/TWTextFields.h"
 #include "tarnwell/services/TWCreateFolder.h"
 #include "tarnwell/services/TWDeleteFolder.h"
 #include "tarnwell/services/TWEmptyFolder.h"
@@ -141,16 +142,18 @@ TEST_F(TWFolderServices, FieldsAreAskedForInTheOrderOfTheirNames) {
       "<t:FieldURI FieldURI=\"folder:DisplayName\"/>"
       "<t:FieldURI FieldURI=\"folder:UnreadCount\"/></t:AdditionalProperties></m:FolderShape>";
   const auto fields = paths({"unread_count", "name", "effective_rights", "child_folder_count"});
-  EXPECT_THAT(find->getPayload(fields, "IdOnly", "Deep", 1, 0).XMLString(), HasSubstr(expected));
-  EXPECT_THAT(TWGetFolder::withAccount(account)->getPayload({}, fields, "IdOnly").XMLString(),
+  EXPECT_THAT(find->getPayload(fields, "IdOnly", "Deep", 1, 0).compactXMLString(),
               HasSubstr(expected));
+  EXPECT_THAT(
+      TWGetFolder::withAccount(account)->getPayload({}, fields, "IdOnly").compactXMLString(),
+      HasSubstr(expected));
 }
 
 TEST_F(TWFolderServices, PagesOfFoldersCameWithExchange2010) {
   const auto hasPages = [&](std::optional<TWBuild> build) {
     return findAt(build)
                ->getPayload({}, "IdOnly", "Deep", 1, 0)
-               .XMLString()
+               .compactXMLString()
                .find("IndexedPageFolderView") != std::string::npos;
   };
   EXPECT_TRUE(hasPages(TWBuild(14, 0)));
@@ -174,7 +177,7 @@ TEST_F(TWFolderServices, GetFolderTakesFoldersIdsAndPairsInTheirOrder) {
       {pair, folder("A"), TWFolderId::withDict({{"id", "B"}, {"changekey", "ck-B"}}),
        TWDistinguishedFolderId::withDict({{"id", "inbox"}})},
       {}, "AllProperties");
-  EXPECT_THAT(payload.XMLString(),
+  EXPECT_THAT(payload.compactXMLString(),
               EqualsXML("<m:GetFolder><m:FolderShape><t:BaseShape>AllProperties</t:BaseShape>"
                         "</m:FolderShape><m:FolderIds>" +
                         id("P") + id("A") + id("B") +
@@ -195,14 +198,16 @@ TEST_F(TWFolderServices, PairsAreTakenByTwoAndLeftOutByTwo) {
   const auto ids = "<m:FolderIds>" + id("P") + id("A") + "</m:FolderIds>";
   const auto without = "<m:FolderIds>" + id("A") + "</m:FolderIds>";
   const TWList folders{pair, folder("A")};
-  EXPECT_THAT(TWGetFolder::withAccount(account)->getPayload(folders, {}, "x").XMLString(),
+  EXPECT_THAT(TWGetFolder::withAccount(account)->getPayload(folders, {}, "x").compactXMLString(),
               HasSubstr(ids));
-  EXPECT_THAT(TWEmptyFolder::withAccount(account)->getPayload(folders, "x", true).XMLString(),
-              HasSubstr(ids));
-  EXPECT_THAT(TWMoveFolder::withAccount(account)->getPayload(folders, folder("T")).XMLString(),
-              EqualsXML("<m:MoveFolder><m:ToFolderId>" + id("T") + "</m:ToFolderId>" + without +
-                        "</m:MoveFolder>"));
-  EXPECT_THAT(TWDeleteFolder::withAccount(account)->getPayload(folders, "x").XMLString(),
+  EXPECT_THAT(
+      TWEmptyFolder::withAccount(account)->getPayload(folders, "x", true).compactXMLString(),
+      HasSubstr(ids));
+  EXPECT_THAT(
+      TWMoveFolder::withAccount(account)->getPayload(folders, folder("T")).compactXMLString(),
+      EqualsXML("<m:MoveFolder><m:ToFolderId>" + id("T") + "</m:ToFolderId>" + without +
+                "</m:MoveFolder>"));
+  EXPECT_THAT(TWDeleteFolder::withAccount(account)->getPayload(folders, "x").compactXMLString(),
               EqualsXML("<m:DeleteFolder DeleteType=\"x\">" + without + "</m:DeleteFolder>"));
 }
 
@@ -216,10 +221,10 @@ TEST_F(TWFolderServices, DeleteFolderOfPairsAloneIsSentAllTheSame) {
 
 TEST_F(TWFolderServices, EmptyFolderWritesItsFlagAsAWord) {
   const auto service = TWEmptyFolder::withAccount(account);
-  EXPECT_THAT(service->getPayload({}, "SoftDelete", true).XMLString(),
+  EXPECT_THAT(service->getPayload({}, "SoftDelete", true).compactXMLString(),
               EqualsXML("<m:EmptyFolder DeleteType=\"SoftDelete\" DeleteSubFolders=\"true\">"
                         "<m:FolderIds/></m:EmptyFolder>"));
-  EXPECT_THAT(service->getPayload({}, "x", false).XMLString(),
+  EXPECT_THAT(service->getPayload({}, "x", false).compactXMLString(),
               HasSubstr("DeleteSubFolders=\"false\""));
 }
 
@@ -288,7 +293,7 @@ TEST_F(TWFolderServices, UpdateFolderWritesChangesInTheOrderOfTheFields) {
   changed->set("folder_class", "IPF.Note");
   const auto payload = TWUpdateFolder::withAccount(account)->getPayload(
       {{changed, {"name", "bogus", "folder_class", "name"}}, {folder("B"), {"folder_class"}}});
-  EXPECT_THAT(payload.XMLString(),
+  EXPECT_THAT(payload.compactXMLString(),
               EqualsXML("<m:UpdateFolder><m:FolderChanges><t:FolderChange>" + id("A") +
                         "<t:Updates><t:SetFolderField><t:FieldURI FieldURI=\"folder:FolderClass\"/>"
                         "<t:Folder><t:FolderClass>IPF.Note</t:FolderClass></t:Folder>"

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <regex>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -65,12 +66,17 @@ namespace tarnwell::test {
   return answer(operation, responseMessage(operation, "Success", "NoError"));
 }
 
-/// What stands in the body of a request's envelope.
+/// A status 500 without a body.
+[[nodiscard]] inline ScriptedAnswer failedAnswer() { return ScriptedAnswer::xml("", 500); }
+
+/// What stands in the body of a request's envelope, with elements that are empty in their short form.
 [[nodiscard]] inline std::string payloadOf(const ScriptedRequest& request) {
   constexpr std::string_view kBegin = "<s:Body>", kEnd = "</s:Body>";
   const auto begin = request.body.find(kBegin), end = request.body.rfind(kEnd);
   if (begin == std::string::npos || end == std::string::npos) return request.body;
-  return request.body.substr(begin + kBegin.size(), end - begin - kBegin.size());
+  static const std::regex kEmptyElement("<([^<> ]+)([^<>]*)></\\1>");
+  return std::regex_replace(request.body.substr(begin + kBegin.size(), end - begin - kBegin.size()),
+                            kEmptyElement, "<$1$2/>");
 }
 
 /// "GetFolder".
@@ -93,7 +99,7 @@ class MailboxServer {
             const auto found = answers_.find(operationOf(request));
             if (found != answers_.end()) answer = found->second;
           }
-          return answer ? answer(payloadOf(request)) : ScriptedAnswer{.status = 500};
+          return answer ? answer(payloadOf(request)) : failedAnswer();
         }) {}
 
   void on(std::string operation, Answer answer) {
