@@ -5,3 +5,4 @@ find_package(OpenSSL 3 REQUIRED)
 find_package(ICU 67 REQUIRED COMPONENTS i18n uc data)
 find_package(ZLIB 1.2.9 REQUIRED)
 find_package(Threads REQUIRED)
+find_package(nlohmann_json 3.10 REQUIRED) # headers only; the archives of folder trees

@@ -17,6 +17,7 @@
 #include "tarnwell/services/TWGetFolder.h"
 #include "tarnwell/services/TWMoveFolder.h"
 #include "tarnwell/services/TWUpdateFolder.h"
+#include "tarnwell/services/detail/RequestParts.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWText.h"
@@ -283,23 +284,10 @@ std::optional<TWResults<std::shared_ptr<TWFolder>>> TWFolder::getFolders(
     setError(error, badValue("Folder must have an account"));
     return std::nullopt;
   }
-  const auto service = TWGetFolder::withAccount(account);
-  const auto results = service->call(ids, additionalFields, kIdOnly, error);
+  const auto results =
+      TWGetFolder::withAccount(account)->call(ids, additionalFields, kIdOnly, error);
   if (!results) return std::nullopt;
-  TWResults<std::shared_ptr<TWFolder>> folders;
-  for (const auto& result : *results) {
-    auto folder = std::dynamic_pointer_cast<TWFolder>(cls.fromXML(result.asXML(), account));
-    if (folder)
-      folders.emplace_back(std::move(folder));
-    else if (auto caught = result.asError())
-      folders.emplace_back(std::move(caught));
-    else
-      folders.emplace_back(
-          TWError(TWErrorCode::ErrorTransport,
-                  formatMessage("No %@ elements in ResponseMessage %@",
-                                {service->serviceClass().elementContainerName, TWValue()})));
-  }
-  return folders;
+  return detail::foldersFromResults(*results, cls, account);
 }
 
 std::shared_ptr<TWFolder> TWFolder::getDistinguishedFolder(

@@ -8,21 +8,19 @@
 #include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
-namespace {
 
-const TWServiceClass& createFolder() {
+const TWServiceClass& TWCreateFolder::descriptor() {
   static const auto* const kClass = new TWServiceClass{
       .serviceName = "CreateFolder",
       .elementContainerName = "Folders",
       .elementContainerXMLns = kMessagesNamespace,
+      .resultsAreObjects = true,
   };
   return *kClass;
 }
 
-}  // namespace
-
 TWCreateFolder::TWCreateFolder(std::shared_ptr<TWAccount> account)
-    : TWEWSAccountService(createFolder(), std::move(account)) {}
+    : TWEWSAccountService(descriptor(), std::move(account)) {}
 
 std::shared_ptr<TWCreateFolder> TWCreateFolder::withAccount(std::shared_ptr<TWAccount> account) {
   return std::make_shared<TWCreateFolder>(std::move(account));
@@ -33,14 +31,14 @@ std::optional<TWResults<std::shared_ptr<TWFolder>>> TWCreateFolder::call(
   const auto payload = getPayload(parent, folders, error);
   const auto results = payload ? getElements(payload, error) : std::nullopt;
   if (!results) return std::nullopt;
-  return detail::foldersFromResults(*results, serviceClass(), account());
+  return detail::foldersFromResults(*results, TWFolder::elementClass(), account());
 }
 
 NKXMLElement TWCreateFolder::getPayload(const std::shared_ptr<TWFolder>& parent,
                                         const TWFolders& folders, TWError* error) const {
   const auto version = accountVersion();
   const auto* const target = version ? &*version : nullptr;
-  auto payload = TWUtils::createElement(serviceClass().rootName());
+  auto payload = TWUtils::createElement(rootName());
   const auto below = detail::folderIdsElement("m:ParentFolderId", TWFolders{parent}, target, error);
   if (!below) return {};
   payload.addChild(below);

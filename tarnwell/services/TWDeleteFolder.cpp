@@ -6,19 +6,16 @@
 #include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
-namespace {
 
-const TWServiceClass& deleteFolder() {
+const TWServiceClass& TWDeleteFolder::descriptor() {
   static const auto* const kClass = new TWServiceClass{
       .serviceName = "DeleteFolder",
   };
   return *kClass;
 }
 
-}  // namespace
-
 TWDeleteFolder::TWDeleteFolder(std::shared_ptr<TWAccount> account)
-    : TWEWSAccountService(deleteFolder(), std::move(account)) {}
+    : TWEWSAccountService(descriptor(), std::move(account)) {}
 
 std::shared_ptr<TWDeleteFolder> TWDeleteFolder::withAccount(std::shared_ptr<TWAccount> account) {
   return std::make_shared<TWDeleteFolder>(std::move(account));
@@ -33,7 +30,7 @@ std::optional<TWList> TWDeleteFolder::call(const TWList& folders, std::string_vi
 NKXMLElement TWDeleteFolder::getPayload(const TWList& folders, std::string_view deleteType,
                                         TWError* error) const {
   const auto version = accountVersion();
-  auto payload = TWUtils::createElement(serviceClass().rootName(), {{"DeleteType", deleteType}});
+  auto payload = TWUtils::createElement(rootName(), {{"DeleteType", deleteType}});
   const auto ids = detail::folderIdsElement("m:FolderIds", folders, detail::Pairs::leftOut,
                                             version ? &*version : nullptr, error);
   if (!ids) return {};

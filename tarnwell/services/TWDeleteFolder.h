@@ -10,11 +10,12 @@
 namespace tarnwell {
 
 /// DeleteFolder.
-class TWDeleteFolder : public TWEWSAccountService {
+class TWDeleteFolder : public TWEWSAccountService, public TWServiceStatics<TWDeleteFolder> {
  public:
   explicit TWDeleteFolder(std::shared_ptr<TWAccount> account);
   [[nodiscard]] static std::shared_ptr<TWDeleteFolder> withAccount(
       std::shared_ptr<TWAccount> account);
+  [[nodiscard]] static const TWServiceClass& descriptor();
 
   /// True or a caught error for each folder.
   /// @param folders     folders and folder ids. Lists of an id and a change key are left out,

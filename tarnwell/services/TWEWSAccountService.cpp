@@ -8,44 +8,16 @@
 namespace tarnwell {
 namespace {
 
-/// The protocol of an account, without the account; there may be neither.
-class ProtocolOfAccount final : public TWServiceContext {
- public:
-  explicit ProtocolOfAccount(std::shared_ptr<TWBaseProtocol> protocol)
-      : protocol_(std::move(protocol)) {}
-
-  [[nodiscard]] std::shared_ptr<TWBaseProtocol> serviceProtocol() override { return protocol_; }
-  [[nodiscard]] std::optional<TWVersion> version() const override {
-    return protocol_ ? protocol_->version() : std::nullopt;
-  }
-  void setVersion(TWVersion version) override {
-    if (protocol_) protocol_->setVersion(std::move(version));
-  }
-  [[nodiscard]] std::optional<TWEnvelopeContext> envelopeContext() const override {
-    return std::nullopt;
-  }
-  [[nodiscard]] std::optional<std::string> logName() const override {
-    return protocol_ ? protocol_->logName() : std::nullopt;
-  }
-
- private:
-  const std::shared_ptr<TWBaseProtocol> protocol_;
-};
-
+/// The account's protocol, without the account; null when either is missing.
 std::shared_ptr<TWServiceContext> protocolOf(const std::shared_ptr<TWAccount>& account) {
-  return std::make_shared<ProtocolOfAccount>(account ? account->serviceProtocol() : nullptr);
-}
-
-std::shared_ptr<TWServiceContext> contextOf(const std::shared_ptr<TWAccount>& account) {
-  if (account) return account;
-  return protocolOf(account);
+  return account ? account->serviceProtocol() : nullptr;
 }
 
 }  // namespace
 
 TWEWSAccountService::TWEWSAccountService(const TWServiceClass& serviceClass,
                                          std::shared_ptr<TWAccount> account)
-    : TWEWSService(serviceClass, contextOf(account)), account_(std::move(account)) {}
+    : TWEWSService(serviceClass, account), account_(std::move(account)) {}
 
 std::optional<TWVersion> TWEWSAccountService::accountVersion() const {
   return account_ ? account_->version() : std::nullopt;

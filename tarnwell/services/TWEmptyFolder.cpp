@@ -6,19 +6,16 @@
 #include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
-namespace {
 
-const TWServiceClass& emptyFolder() {
+const TWServiceClass& TWEmptyFolder::descriptor() {
   static const auto* const kClass = new TWServiceClass{
       .serviceName = "EmptyFolder",
   };
   return *kClass;
 }
 
-}  // namespace
-
 TWEmptyFolder::TWEmptyFolder(std::shared_ptr<TWAccount> account)
-    : TWEWSAccountService(emptyFolder(), std::move(account)) {}
+    : TWEWSAccountService(descriptor(), std::move(account)) {}
 
 std::shared_ptr<TWEmptyFolder> TWEmptyFolder::withAccount(std::shared_ptr<TWAccount> account) {
   return std::make_shared<TWEmptyFolder>(std::move(account));
@@ -34,7 +31,7 @@ NKXMLElement TWEmptyFolder::getPayload(const TWList& folders, std::string_view d
                                        bool deleteSubfolders, TWError* error) const {
   const auto version = accountVersion();
   auto payload = TWUtils::createElement(
-      serviceClass().rootName(),
+      rootName(),
       {{"DeleteType", deleteType}, {"DeleteSubFolders", deleteSubfolders ? "true" : "false"}});
   const auto ids = detail::folderIdsElement("m:FolderIds", folders, detail::Pairs::converted,
                                             version ? &*version : nullptr, error);

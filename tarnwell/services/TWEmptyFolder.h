@@ -10,11 +10,12 @@
 namespace tarnwell {
 
 /// EmptyFolder: removes what is in folders.
-class TWEmptyFolder : public TWEWSAccountService {
+class TWEmptyFolder : public TWEWSAccountService, public TWServiceStatics<TWEmptyFolder> {
  public:
   explicit TWEmptyFolder(std::shared_ptr<TWAccount> account);
   [[nodiscard]] static std::shared_ptr<TWEmptyFolder> withAccount(
       std::shared_ptr<TWAccount> account);
+  [[nodiscard]] static const TWServiceClass& descriptor();
 
   /// True or a caught error for each folder.
   /// @param folders     folders, folder ids, and lists of an id and a change key.

@@ -11,9 +11,8 @@
 #include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
-namespace {
 
-const TWServiceClass& findFolder() {
+const TWServiceClass& TWFindFolder::descriptor() {
   static const auto* const kClass = new TWServiceClass{
       .serviceName = "FindFolder",
       .elementContainerName = "Folders",
@@ -22,10 +21,8 @@ const TWServiceClass& findFolder() {
   return *kClass;
 }
 
-}  // namespace
-
 TWFindFolder::TWFindFolder(std::shared_ptr<TWAccount> account, TWFolders folders)
-    : TWEWSFolderService(findFolder(), std::move(account), std::move(folders)) {}
+    : TWEWSFolderService(descriptor(), std::move(account), std::move(folders)) {}
 
 std::shared_ptr<TWFindFolder> TWFindFolder::withAccount(std::shared_ptr<TWAccount> account,
                                                         TWFolders folders) {
@@ -48,7 +45,7 @@ NKXMLElement TWFindFolder::getPayload(const Paths& additionalFields, std::string
                                       TWError* error) const {
   const auto version = accountVersion();
   const auto* const target = version ? &*version : nullptr;
-  auto payload = TWUtils::createElement(serviceClass().rootName(), {{"Traversal", depth}});
+  auto payload = TWUtils::createElement(rootName(), {{"Traversal", depth}});
   const auto folderShape =
       detail::shapeElement("m:FolderShape", shape, additionalFields, target, error);
   if (!folderShape) return {};

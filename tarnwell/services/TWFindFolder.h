@@ -15,10 +15,11 @@ class TWFieldPath;
 
 /// FindFolder: the folders below others, page by page. Servers before Exchange 2010, and those
 /// whose build is unknown, are asked for everything at once, as they know no pages of folders.
-class TWFindFolder : public TWEWSFolderService {
+class TWFindFolder : public TWEWSFolderService, public TWServiceStatics<TWFindFolder> {
  public:
   [[nodiscard]] static std::shared_ptr<TWFindFolder> withAccount(std::shared_ptr<TWAccount> account,
                                                                  TWFolders folders);
+  [[nodiscard]] static const TWServiceClass& descriptor();
 
   using Paths = std::vector<std::shared_ptr<TWFieldPath>>;
 

@@ -12,9 +12,8 @@
 #include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
-namespace {
 
-const TWServiceClass& findItem() {
+const TWServiceClass& TWFindItem::descriptor() {
   static const auto* const kClass = new TWServiceClass{
       .serviceName = "FindItem",
       .elementContainerName = "Items",
@@ -23,10 +22,8 @@ const TWServiceClass& findItem() {
   return *kClass;
 }
 
-}  // namespace
-
 TWFindItem::TWFindItem(std::shared_ptr<TWAccount> account, TWFolders folders)
-    : TWEWSFolderService(findItem(), std::move(account), std::move(folders)) {}
+    : TWEWSFolderService(descriptor(), std::move(account), std::move(folders)) {}
 
 std::shared_ptr<TWFindItem> TWFindItem::withAccount(std::shared_ptr<TWAccount> account,
                                                     TWFolders folders) {
@@ -57,7 +54,7 @@ NKXMLElement TWFindItem::getPayload(const Paths& additionalFields,
                                     int pageSize, std::int64_t offset, TWError* error) const {
   const auto version = accountVersion();
   const auto* const target = version ? &*version : nullptr;
-  auto payload = TWUtils::createElement(serviceClass().rootName(), {{"Traversal", depth}});
+  auto payload = TWUtils::createElement(rootName(), {{"Traversal", depth}});
   // Each part is written or fails the request; none is left out for not being writable.
   const auto add = [&](const NKXMLElement& part) {
     if (part) payload.addChild(part);

@@ -18,10 +18,11 @@ class TWFieldPath;
 class TWRestriction;
 
 /// FindItem: searches folders for items, page by page.
-class TWFindItem : public TWEWSFolderService {
+class TWFindItem : public TWEWSFolderService, public TWServiceStatics<TWFindItem> {
  public:
   [[nodiscard]] static std::shared_ptr<TWFindItem> withAccount(std::shared_ptr<TWAccount> account,
                                                                TWFolders folders);
+  [[nodiscard]] static const TWServiceClass& descriptor();
 
   /// How many items a page has where the caller does not care.
   static constexpr std::size_t chunkSize = 100;

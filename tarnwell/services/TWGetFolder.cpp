@@ -8,21 +8,19 @@
 #include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
-namespace {
 
-const TWServiceClass& getFolder() {
+const TWServiceClass& TWGetFolder::descriptor() {
   static const auto* const kClass = new TWServiceClass{
       .serviceName = "GetFolder",
       .elementContainerName = "Folders",
       .elementContainerXMLns = kMessagesNamespace,
+      .resultsAreObjects = true,
   };
   return *kClass;
 }
 
-}  // namespace
-
 TWGetFolder::TWGetFolder(std::shared_ptr<TWAccount> account)
-    : TWEWSAccountService(getFolder(), std::move(account)) {}
+    : TWEWSAccountService(descriptor(), std::move(account)) {}
 
 std::shared_ptr<TWGetFolder> TWGetFolder::withAccount(std::shared_ptr<TWAccount> account) {
   return std::make_shared<TWGetFolder>(std::move(account));
@@ -38,7 +36,7 @@ NKXMLElement TWGetFolder::getPayload(const TWList& folders, const Paths& additio
                                      std::string_view shape, TWError* error) const {
   const auto version = accountVersion();
   const auto* const target = version ? &*version : nullptr;
-  auto payload = TWUtils::createElement(serviceClass().rootName());
+  auto payload = TWUtils::createElement(rootName());
   const auto folderShape =
       detail::shapeElement("m:FolderShape", shape, additionalFields, target, error);
   if (!folderShape) return {};

@@ -13,10 +13,11 @@ namespace tarnwell {
 class TWFieldPath;
 
 /// GetFolder: folders by their ids.
-class TWGetFolder : public TWEWSAccountService {
+class TWGetFolder : public TWEWSAccountService, public TWServiceStatics<TWGetFolder> {
  public:
   explicit TWGetFolder(std::shared_ptr<TWAccount> account);
   [[nodiscard]] static std::shared_ptr<TWGetFolder> withAccount(std::shared_ptr<TWAccount> account);
+  [[nodiscard]] static const TWServiceClass& descriptor();
 
   using Paths = std::vector<std::shared_ptr<TWFieldPath>>;
 

@@ -7,9 +7,8 @@
 #include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
-namespace {
 
-const TWServiceClass& moveFolder() {
+const TWServiceClass& TWMoveFolder::descriptor() {
   static const auto* const kClass = new TWServiceClass{
       .serviceName = "MoveFolder",
       .elementContainerXMLns = kMessagesNamespace,
@@ -17,10 +16,8 @@ const TWServiceClass& moveFolder() {
   return *kClass;
 }
 
-}  // namespace
-
 TWMoveFolder::TWMoveFolder(std::shared_ptr<TWAccount> account)
-    : TWEWSAccountService(moveFolder(), std::move(account)) {}
+    : TWEWSAccountService(descriptor(), std::move(account)) {}
 
 std::shared_ptr<TWMoveFolder> TWMoveFolder::withAccount(std::shared_ptr<TWAccount> account) {
   return std::make_shared<TWMoveFolder>(std::move(account));
@@ -38,7 +35,7 @@ NKXMLElement TWMoveFolder::getPayload(const TWList& folders,
                                       TWError* error) const {
   const auto version = accountVersion();
   const auto* const target = version ? &*version : nullptr;
-  auto payload = TWUtils::createElement(serviceClass().rootName());
+  auto payload = TWUtils::createElement(rootName());
   const auto to = detail::folderIdsElement("m:ToFolderId", TWFolders{parent}, target, error);
   if (!to) return {};
   payload.addChild(to);

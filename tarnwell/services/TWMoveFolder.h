@@ -9,11 +9,12 @@
 namespace tarnwell {
 
 /// MoveFolder: puts folders below another one.
-class TWMoveFolder : public TWEWSAccountService {
+class TWMoveFolder : public TWEWSAccountService, public TWServiceStatics<TWMoveFolder> {
  public:
   explicit TWMoveFolder(std::shared_ptr<TWAccount> account);
   [[nodiscard]] static std::shared_ptr<TWMoveFolder> withAccount(
       std::shared_ptr<TWAccount> account);
+  [[nodiscard]] static const TWServiceClass& descriptor();
 
   /// True or a caught error for each folder.
   /// @param folders  folders and folder ids. Lists of an id and a change key are left out,

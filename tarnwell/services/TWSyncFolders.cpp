@@ -3,19 +3,16 @@
 #include <utility>
 
 namespace tarnwell {
-namespace {
 
-const TWServiceClass& syncFolders() {
+const TWServiceClass& TWSyncFolders::descriptor() {
   static const auto* const kClass = new TWServiceClass{
       .serviceName = "SyncFolderHeirarchy",
   };
   return *kClass;
 }
 
-}  // namespace
-
 TWSyncFolders::TWSyncFolders(std::shared_ptr<TWAccount> account)
-    : TWEWSAccountService(syncFolders(), std::move(account)) {}
+    : TWEWSAccountService(descriptor(), std::move(account)) {}
 
 std::shared_ptr<TWSyncFolders> TWSyncFolders::withAccount(std::shared_ptr<TWAccount> account) {
   return std::make_shared<TWSyncFolders>(std::move(account));

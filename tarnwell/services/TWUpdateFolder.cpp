@@ -11,21 +11,19 @@
 #include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
-namespace {
 
-const TWServiceClass& updateFolder() {
+const TWServiceClass& TWUpdateFolder::descriptor() {
   static const auto* const kClass = new TWServiceClass{
       .serviceName = "UpdateFolder",
       .elementContainerName = "Folders",
       .elementContainerXMLns = kMessagesNamespace,
+      .resultsAreObjects = true,
   };
   return *kClass;
 }
 
-}  // namespace
-
 TWUpdateFolder::TWUpdateFolder(std::shared_ptr<TWAccount> account)
-    : TWEWSAccountService(updateFolder(), std::move(account)) {}
+    : TWEWSAccountService(descriptor(), std::move(account)) {}
 
 std::shared_ptr<TWUpdateFolder> TWUpdateFolder::withAccount(std::shared_ptr<TWAccount> account) {
   return std::make_shared<TWUpdateFolder>(std::move(account));
@@ -36,13 +34,13 @@ std::optional<TWResults<std::shared_ptr<TWFolder>>> TWUpdateFolder::call(
   const auto payload = getPayload(updates, error);
   const auto results = payload ? getElements(payload, error) : std::nullopt;
   if (!results) return std::nullopt;
-  return detail::foldersFromResults(*results, serviceClass(), account());
+  return detail::foldersFromResults(*results, TWFolder::elementClass(), account());
 }
 
 NKXMLElement TWUpdateFolder::getPayload(const std::vector<TWFolderUpdate>& updates,
                                         TWError* error) const {
   const auto version = accountVersion();
-  auto payload = TWUtils::createElement(serviceClass().rootName());
+  auto payload = TWUtils::createElement(rootName());
   auto changes = TWUtils::createElement("m:FolderChanges");
   for (const auto& [folder, names] : updates) {
     const auto change = detail::folderIdsElement("t:FolderChange", TWFolders{folder},

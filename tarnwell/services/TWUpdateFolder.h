@@ -17,11 +17,12 @@ struct TWFolderUpdate {
 };
 
 /// UpdateFolder: writes properties of folders. One without a value is cleared.
-class TWUpdateFolder : public TWEWSAccountService {
+class TWUpdateFolder : public TWEWSAccountService, public TWServiceStatics<TWUpdateFolder> {
  public:
   explicit TWUpdateFolder(std::shared_ptr<TWAccount> account);
   [[nodiscard]] static std::shared_ptr<TWUpdateFolder> withAccount(
       std::shared_ptr<TWAccount> account);
+  [[nodiscard]] static const TWServiceClass& descriptor();
 
   /// A folder with the new change key, or a caught error, for each.
   ///

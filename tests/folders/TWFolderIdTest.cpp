@@ -38,11 +38,13 @@ TEST(TWDistinguishedFolderId, NamesAFolderOfAnotherMailbox) {
   const auto id = TWDistinguishedFolderId::withDict(
       {{"id", "inbox"}, {"mailbox", TWMailbox::withDict({{"email_address", "bob@example.com"}})}});
   const auto xml = id->toXML(nullptr);
-  EXPECT_THAT(xml.XMLString(),
-              EqualsXML("<t:DistinguishedFolderId "
-                        "Id=\"inbox\"><t:Mailbox><t:EmailAddress>bob@example.com</t:EmailAddress>"
-                        "<t:MailboxType>Mailbox</t:MailboxType></t:Mailbox>"
-                        "</t:DistinguishedFolderId>"));
+  EXPECT_THAT(
+      xml.XMLString(),
+      EqualsXML(
+          "<t:DistinguishedFolderId "
+          "Id=\"inbox\"><t:Mailbox><t:EmailAddress>bob@example.com</t:EmailAddress>"
+          "<t:RoutingType>SMTP</t:RoutingType><t:MailboxType>Mailbox</t:MailboxType></t:Mailbox>"
+          "</t:DistinguishedFolderId>"));
 }
 
 }  // namespace

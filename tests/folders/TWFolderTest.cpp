@@ -23,6 +23,7 @@ using test::localFolder;
 using test::namesOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
@@ -62,6 +63,20 @@ TEST(TWFolder, TheIdIsNoneOfItsSupportedFields) {
   EXPECT_THAT(namesOfFields(TWFolder::supportedFields(nullptr)),
               ElementsAre("parent_folder_id", "folder_class", "name", "total_count",
                           "child_folder_count", "unread_count", "effective_rights"));
+}
+
+TEST(TWFolder, TakesExtendedPropertiesAfterItsLastField) {
+  ASSERT_TRUE(TWInbox::registerAttr("extern_id", TWExternId::elementClass()));
+  // Folder classes have no lists of their own.
+  EXPECT_EQ(TWFolder::fieldNames().back(), "extern_id");
+  const auto folder = TWFolder::withDict({{"name", "x"}, {"extern_id", "abc"}});
+  EXPECT_THAT(folder->toXML(nullptr).compactXMLString(),
+              HasSubstr("</t:ExtendedFieldURI><t:Value>abc</t:Value></t:ExtendedProperty>"));
+  const auto copy = TWFolder::withSerializedData(folder->serializedData(), nullptr);
+  EXPECT_TRUE(TWFolder::unregisterAttr("extern_id"));
+  ASSERT_TRUE(copy);
+  EXPECT_FALSE((*copy)["extern_id"].isAbsent());
+  EXPECT_EQ(TWFolder::fieldNames().back(), "effective_rights");
 }
 
 TEST(TWFolder, IsReadFromItsElement) {

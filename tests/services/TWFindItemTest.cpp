@@ -49,10 +49,10 @@ constexpr const char* kParents =
     "<t:FolderId Id=\"J\" ChangeKey=\"ck-J\"/></m:ParentFolderIds>";
 
 TEST_F(TWFindItemTest, DeclaresItsNames) {
-  EXPECT_EQ(service->serviceClass().serviceName, "FindItem");
-  EXPECT_EQ(service->serviceClass().rootName(), "m:FindItem");
-  EXPECT_EQ(service->serviceClass().elementContainerName, "Items");
-  EXPECT_EQ(service->serviceClass().elementContainerXMLns,
+  EXPECT_EQ(TWFindItem::serviceName(), "FindItem");
+  EXPECT_EQ(TWFindItem::rootName(), "m:FindItem");
+  EXPECT_EQ(TWFindItem::elementContainerName(), "Items");
+  EXPECT_EQ(TWFindItem::elementContainerXMLns(),
             "http://schemas.microsoft.com/exchange/services/2006/types");
   EXPECT_EQ(TWFindItem::chunkSize, 100U);
 }

@@ -104,6 +104,13 @@ TEST(TWText, LeadingIntegerSaturatesAt64Bits) {
   EXPECT_EQ(leadingInteger("-99999999999999999999999"), Limits::min());
 }
 
+TEST(TWText, TellsExpressionsFromWhatIsNone) {
+  for (const char* text : {"", "Inbox", "a.*b", "(a|b)+", "\xC3\x84"})
+    EXPECT_TRUE(isRegularExpression(text)) << text;
+  for (const char* text : {"*", "(", "[", "a{2", "\\"})
+    EXPECT_FALSE(isRegularExpression(text)) << text;
+}
+
 TEST(TWText, LengthCountsUTF16CodeUnits) {
   EXPECT_EQ(utf16Length(""), 0U);
   EXPECT_EQ(utf16Length("abc"), 3U);

@@ -72,18 +72,15 @@ NKXMLElement folderIdsElement(std::string_view name, const TWFolders& folders,
 }
 
 TWResults<std::shared_ptr<TWFolder>> foldersFromResults(const TWList& results,
-                                                        const TWServiceClass& service,
+                                                        const TWFolderClass& cls,
                                                         const std::shared_ptr<TWAccount>& account) {
   TWResults<std::shared_ptr<TWFolder>> folders;
   for (const auto& result : results) {
     if (auto caught = result.asError())
       folders.emplace_back(std::move(caught));
-    else if (auto folder = TWFolder::fromXML(result.asXML(), account))
-      folders.emplace_back(std::move(folder));
     else
-      folders.emplace_back(TWError(TWErrorCode::ErrorTransport,
-                                   formatMessage("No %@ elements in ResponseMessage %@",
-                                                 {service.elementContainerName, TWValue()})));
+      folders.emplace_back(
+          std::dynamic_pointer_cast<TWFolder>(cls.fromXML(result.asXML(), account)));
   }
   return folders;
 }

@@ -12,7 +12,8 @@
 
 namespace tarnwell {
 class TWFieldPath;
-}
+class TWFolderClass;
+}  // namespace tarnwell
 
 /// What several operations have in their requests and answers.
 namespace tarnwell::detail {
@@ -34,9 +35,9 @@ enum class Pairs { converted, leftOut };
 [[nodiscard]] NKXMLElement folderIdsElement(std::string_view name, const TWFolders& folders,
                                             const TWVersion* version, TWError* error);
 
-/// The folders in the results of a call, caught errors in their place.
+/// The results of a service whose results are folders, as folders of that class; caught errors in
+/// their place.
 [[nodiscard]] TWResults<std::shared_ptr<TWFolder>> foldersFromResults(
-    const TWList& results, const TWServiceClass& service,
-    const std::shared_ptr<TWAccount>& account);
+    const TWList& results, const TWFolderClass& cls, const std::shared_ptr<TWAccount>& account);
 
 }  // namespace tarnwell::detail
