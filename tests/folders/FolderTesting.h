@@ -44,8 +44,8 @@ class MailboxTest : public testing::Test {
                                           : folderXML("T", "Top of Information Store", "R", "")));
     });
     account = makeAccount(server.url());
-    root = TWFolder::make(TWRoot::elementClass(), {{"folder_id", "R"}, {"name", ""}}, account);
-    setRoot(*account, std::static_pointer_cast<TWRoot>(root));
+    root = account->root();
+    server.startOver();
   }
   TWRoot& tree() { return static_cast<TWRoot&>(*root); }
 

@@ -151,13 +151,13 @@ TEST_F(TWFolderSearch, AFieldThatASearchCannotReturnIsRefused) {
 }
 
 TEST_F(TWFolderSearch, AFieldThatTheItemsDoNotHaveIsRefused) {
-  const auto tasks = folder("T", TWTasks::elementClass());
-  const auto foreign = TWFieldPath::fromString("due_date", *tasks, false);
+  const auto contacts = folder("C", TWContacts::elementClass());
+  const auto foreign = TWFieldPath::fromString("given_name", *contacts, false);
   ASSERT_TRUE(foreign);
   TWError error;
   EXPECT_THAT(inbox->findItems(Q(), {.additionalFields = {foreign}}, &error), IsEmpty());
   EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange,
-                           "due_date is not a valid field on (TWMessage, TWMeetingRequest, "
+                           "given_name is not a valid field on (TWMessage, TWMeetingRequest, "
                            "TWMeetingResponse, TWMeetingCancellation)"));
   EXPECT_EQ(server.requestCount(), 0U);
 }

@@ -71,7 +71,7 @@ TEST(TWFolder, TakesExtendedPropertiesAfterItsLastField) {
   EXPECT_EQ(TWFolder::fieldNames().back(), "extern_id");
   const auto folder = TWFolder::withDict({{"name", "x"}, {"extern_id", "abc"}});
   EXPECT_THAT(folder->toXML(nullptr).compactXMLString(),
-              HasSubstr("</t:ExtendedFieldURI><t:Value>abc</t:Value></t:ExtendedProperty>"));
+              HasSubstr("PropertyType=\"String\"/><t:Value>abc</t:Value></t:ExtendedProperty>"));
   const auto copy = TWFolder::withSerializedData(folder->serializedData(), nullptr);
   EXPECT_TRUE(TWFolder::unregisterAttr("extern_id"));
   ASSERT_TRUE(copy);
@@ -121,6 +121,14 @@ TEST(TWFolder, ItsIdStandsForItInRequests) {
               EqualsXML("<t:FolderId Id=\"F\" ChangeKey=\"CK\"/>"));
   EXPECT_THAT(TWInbox::withDict()->idElement()->toXML(nullptr).XMLString(),
               EqualsXML("<t:DistinguishedFolderId Id=\"inbox\"/>"));
+}
+
+TEST(TWFolder, TheWellKnownNameNamesTheMailboxThatTheUserActsFor) {
+  const auto account =
+      test::makeAccount("http://127.0.0.1:9/", TWVersion(TWBuild(15, 1)), "bob@example.com");
+  const auto inbox = TWFolder::make(TWInbox::elementClass(), {}, account);
+  EXPECT_THAT(inbox->idElement()->toXML(nullptr).compactXMLString(),
+              HasSubstr("<t:EmailAddress>ann@example.com</t:EmailAddress>"));
 }
 
 // Otherwise what is done to a folder that was deleted would hit the well-known one of its class.

@@ -152,7 +152,7 @@ TEST_F(TWFindItemTest, SaysNothingOfTheAccountAndUsesTheOrdinaryConnection) {
   server.on("FindItem", answer("FindItem", pageMessage("FindItem", "Items", "")));
   auto pages = service->call({}, std::nullopt, {}, "IdOnly", std::nullopt, "x", nullptr, 1, 0);
   ASSERT_TRUE(pages.nextPage());
-  EXPECT_THAT(server.script().requests().at(0).body, Not(HasSubstr("TimeZoneContext")));
+  EXPECT_THAT(server.requests().at(0).body, Not(HasSubstr("TimeZoneContext")));
 }
 
 }  // namespace

@@ -83,7 +83,7 @@ TEST_F(TWFolderServices, OnlyAccountBoundOnesTellOfTheAccount) {
   auto pages = TWFindFolder::withAccount(account, {folder("A")})->call({}, "IdOnly", "Deep", 1, 0);
   EXPECT_TRUE(pages.nextPage());
   EXPECT_TRUE(TWDeleteFolder::withAccount(account)->call({folder("A")}, "HardDelete"));
-  const auto requests = server.script().requests();
+  const auto requests = server.requests();
   EXPECT_THAT(requests.at(0).body, Not(HasSubstr("TimeZoneContext")));
   EXPECT_THAT(requests.at(0).body, Not(HasSubstr("Impersonation")));
   EXPECT_THAT(requests.at(1).body, HasSubstr("TimeZoneContext"));
@@ -95,7 +95,7 @@ TEST_F(TWFolderServices, FindFolderDeclaresTheProtocolsVersionAndWritesForTheAcc
   account->setVersion(TWVersion(TWBuild(8, 1), "Exchange2007_SP1"));
   auto pages = TWFindFolder::withAccount(account, {folder("A")})->call({}, "IdOnly", "Deep", 1, 0);
   EXPECT_TRUE(pages.nextPage());
-  EXPECT_THAT(server.script().requests().at(0).body,
+  EXPECT_THAT(server.requests().at(0).body,
               HasSubstr("RequestServerVersion Version=\"Exchange2016\""));
   EXPECT_THAT(server.payload(0), Not(HasSubstr("IndexedPageFolderView")));
 }

@@ -111,22 +111,27 @@ class MailboxServer {
   }
 
   [[nodiscard]] std::string url() const { return server_.url("/"); }
-  [[nodiscard]] ScriptedServer& script() noexcept { return server_; }
+  /// The requests up to now count no longer.
+  void startOver() { first_ = server_.requestCount(); }
+  [[nodiscard]] std::vector<ScriptedRequest> requests() const {
+    auto requests = server_.requests();
+    requests.erase(requests.begin(), requests.begin() + static_cast<std::ptrdiff_t>(first_));
+    return requests;
+  }
   /// The operations asked for, in order.
   [[nodiscard]] std::vector<std::string> operations() const {
     std::vector<std::string> names;
-    for (const auto& request : server_.requests()) names.push_back(operationOf(request));
+    for (const auto& request : requests()) names.push_back(operationOf(request));
     return names;
   }
   /// The body of the request of that number.
-  [[nodiscard]] std::string payload(std::size_t at) const {
-    return payloadOf(server_.requests().at(at));
-  }
-  [[nodiscard]] std::size_t requestCount() const { return server_.requestCount(); }
+  [[nodiscard]] std::string payload(std::size_t at) const { return payloadOf(requests().at(at)); }
+  [[nodiscard]] std::size_t requestCount() const { return server_.requestCount() - first_; }
 
  private:
   std::mutex mutex_;
   std::map<std::string, Answer> answers_;
+  std::size_t first_ = 0;
   ScriptedServer server_;  // last: its threads end before the rest goes
 };
 

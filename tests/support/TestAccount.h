@@ -12,27 +12,29 @@
 
 namespace tarnwell::test {
 
-/// An account on that endpoint, whose server is a 2016 one unless said otherwise.
+/// The account of ann@example.com on that endpoint, whose server is a 2016 one unless said
+/// otherwise.
 [[nodiscard]] inline std::shared_ptr<TWAccount> makeAccount(
-    std::string_view url, std::optional<TWVersion> version = TWVersion(TWBuild(15, 1))) {
-  auto account = std::make_shared<TWAccount>();
-  account->protocol_ = TWProtocol::withServiceEndpoint(
-      url, TWCredentials::credentialsWithUsernamePassword("ann@example.com", "pw"), version);
-  account->version_ = std::move(version);
-  return account;
+    std::string_view url, std::optional<TWVersion> version = TWVersion(TWBuild(15, 1)),
+    std::string_view userName = "ann@example.com",
+    std::optional<std::string> locale = std::nullopt) {
+  TWAccountOptions options;
+  options.primarySmtpAddress = "ann@example.com";
+  options.credentials = TWCredentials::credentialsWithUsernamePassword(userName, "pw");
+  options.config = TWConfiguration{
+      TWProtocol::withServiceEndpoint(url, options.credentials, std::move(version))};
+  options.locale = std::move(locale);
+  return TWAccount::withOptions(options);
 }
 
 /// An account that has no server.
 [[nodiscard]] inline std::shared_ptr<TWAccount> makeOfflineAccount(
-    std::optional<TWVersion> version = TWVersion(TWBuild(15, 1))) {
-  auto account = std::make_shared<TWAccount>();
-  account->version_ = std::move(version);
+    const TWVersion& version = TWVersion(TWBuild(15, 1))) {
+  TWAccountOptions options;
+  options.primarySmtpAddress = "ann@example.com";
+  auto account = TWAccount::withOptions(options);
+  account->setVersion(version);
   return account;
-}
-
-/// Gives the account a folder tree that it need not ask the server for.
-inline void setRoot(TWAccount& account, std::shared_ptr<TWRoot> root) {
-  account.root_ = std::move(root);
 }
 
 }  // namespace tarnwell::test
