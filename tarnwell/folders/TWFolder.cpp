@@ -246,8 +246,7 @@ TWItemEntries TWFolder::findItems(const Q& q, std::string_view shape, std::strin
 
 TWItemEntries TWFolder::findItems(const Q& q, const TWFindItemsOptions& options,
                                   TWError* error) const {
-  // Not `!q`, which is the negation of the query.
-  if (!static_cast<bool>(q)) return {};
+  if (!q) return {};
   const auto account = this->account();
   TWError failure;
   std::optional<TWRestriction> restriction;
