@@ -34,7 +34,7 @@ using TWQueries = std::vector<TWQueryArgument>;
 ///
 ///     auto urgent = Q::withKeywords({{"importance", "High"}});
 ///     auto recent = Q::withKeywords({{"datetime_received__gte", yesterday}});
-///     for (const auto& entry : inbox->filter(urgent & !recent)) ...
+///     for (const auto& entry : inbox->filter(urgent & ~recent)) ...
 ///
 /// Names of fields are plain text until the query is sent; they are looked up in the folder then.
 ///
@@ -116,7 +116,7 @@ class Q {
   /// The same on copies. Null when either side is null or they cannot be combined.
   friend Q operator&(const Q& a, const Q& b) { return a.copy().qAnd(b.copy()); }
   friend Q operator|(const Q& a, const Q& b) { return a.copy().qOr(b.copy()); }
-  friend Q operator!(const Q& a) { return a.copy().qNot(); }
+  friend Q operator~(const Q& a) { return a.copy().qNot(); }
 
   /// `m:Restriction` or `m:QueryString` for a search of that folder; invalid without an error for an
   /// empty query.

@@ -267,7 +267,7 @@ TEST(Q, OperatorsWorkOnCopies) {
   changed.setValue("z");
   EXPECT_EQ(a.value(), TWValue("z")) << "a handle means the same node";
   EXPECT_EQ(both.children()[0].value(), TWValue("x"));
-  EXPECT_EQ((!a).op(), "!=");
+  EXPECT_EQ((~a).op(), "!=");
   EXPECT_EQ(a.op(), "==");
   EXPECT_EQ((a | b).connType(), "OR");
 }
@@ -277,7 +277,8 @@ TEST(Q, TheNullQueryStaysNull) {
   EXPECT_FALSE(none);
   EXPECT_FALSE(none & Q());
   EXPECT_FALSE(Q() | none);
-  EXPECT_FALSE(!none);
+  EXPECT_FALSE(~none);
+  EXPECT_TRUE(!none);
   EXPECT_FALSE(none.isEmpty());
   EXPECT_FALSE(none.isLeaf());
   EXPECT_FALSE(none.copy());
@@ -310,7 +311,7 @@ TEST(Q, ExpressionsAreMadeOfTheChildrensDescriptions) {
             "Q(body == y) OR Q(subject == x)");
   EXPECT_EQ(q({{"subject", "x"}, {"body", "y"}, {"conn_type", "NOT"}}).expr(),
             "NOT (Q(body == y) AND Q(subject == x))");
-  EXPECT_EQ((!q({{"subject__contains", "a"}})).expr(), "NOT Q(subject contains a)");
+  EXPECT_EQ((~q({{"subject__contains", "a"}})).expr(), "NOT Q(subject contains a)");
   EXPECT_EQ(q({{"subject", "x"}, {"conn_type", "NOT"}}).expr(), "NOT subject == x");
 }
 
@@ -318,7 +319,7 @@ TEST(Q, DescriptionsListTheConnectorAndTheChildrenByPath) {
   EXPECT_EQ(Q::withQueryString("from:ann").description(), "Q(from:ann)");
   EXPECT_EQ(q({{"subject", "x"}, {"body", "y"}}).description(),
             "Q([[AND], [Q(body == y), body], [Q(subject == x), subject]])");
-  EXPECT_EQ((!q({{"subject__contains", "a"}})).description(),
+  EXPECT_EQ((~q({{"subject__contains", "a"}})).description(),
             "Q([[NOT], [Q(subject contains a), subject]])");
 }
 

@@ -1,0 +1,226 @@
+// What queries are written as for a folder.
+
+#include <gtest/gtest.h>
+
+#include "tarnwell/folders/Q.h"
+#include "tarnwell/folders/TWRestriction.h"
+#include "tarnwell/folders/TWWellKnownFolders.h"
+#include "tarnwell/items/TWIndexedElements.h"
+#include "tarnwell/protocol/TWVersion.h"
+#include "tarnwell/services/TWErrors.h"
+
+#include "tests/support/XMLMatchers.h"
+
+namespace tarnwell {
+namespace {
+
+using test::EqualsXML;
+
+class QXMLTest : public testing::Test {
+ protected:
+  /// The restriction of a search of the inbox.
+  [[nodiscard]] std::string xml(const Q& q) const { return xml(q, *inbox); }
+  [[nodiscard]] static std::string xml(const Q& q, const TWFolder& folder) {
+    TWError error;
+    const auto element = q.toXML(folder, nullptr, &error);
+    EXPECT_FALSE(error) << error;
+    return element.XMLString();
+  }
+  [[nodiscard]] std::string xml(const TWKeywords& keywords) const {
+    return xml(Q::withKeywords(keywords));
+  }
+  [[nodiscard]] std::string contactsXML(const TWKeywords& keywords) const {
+    return xml(Q::withKeywords(keywords), *contacts);
+  }
+  /// Why the query cannot be sent to the folder.
+  static TWError refusal(const TWKeywords& keywords, const TWFolder& folder,
+                         const TWVersion* version = nullptr) {
+    TWError error;
+    EXPECT_FALSE(Q::withKeywords(keywords).toXML(folder, version, &error));
+    return error;
+  }
+
+  std::shared_ptr<TWFolder> inbox = TWInbox::withDict();
+  std::shared_ptr<TWFolder> contacts = TWContacts::withDict();
+};
+
+std::string restriction(const std::string& inner) {
+  return "<m:Restriction>" + inner + "</m:Restriction>";
+}
+std::string path(const std::string& uri) { return "<t:FieldURI FieldURI=\"" + uri + "\"/>"; }
+std::string constant(const std::string& value) { return "<t:Constant Value=\"" + value + "\"/>"; }
+std::string wrapped(const std::string& value) {
+  return "<t:FieldURIOrConstant>" + constant(value) + "</t:FieldURIOrConstant>";
+}
+std::string contains(const std::string& uri, const std::string& value) {
+  return "<t:Contains ContainmentMode=\"Substring\" ContainmentComparison=\"Exact\">" + path(uri) +
+         constant(value) + "</t:Contains>";
+}
+
+TEST_F(QXMLTest, ComparisonsWrapTheirConstant) {
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"size", "t:IsEqualTo"},         {"size__not", "t:IsNotEqualTo"},
+      {"size__gt", "t:IsGreaterThan"}, {"size__gte", "t:IsGreaterThanOrEqualTo"},
+      {"size__lt", "t:IsLessThan"},    {"size__lte", "t:IsLessThanOrEqualTo"},
+      {"size__exists", "t:Exists"}};
+  for (const auto& [key, element] : rows)
+    EXPECT_THAT(xml({{key, 1}}), EqualsXML(restriction("<" + element + ">" + path("item:Size") +
+                                                       wrapped("1") + "</" + element + ">")));
+}
+
+TEST_F(QXMLTest, ContainmentHoldsItsConstantItself) {
+  const std::vector<std::array<std::string, 3>> rows = {
+      {"exact", "FullString", "Exact"},    {"iexact", "FullString", "IgnoreCase"},
+      {"contains", "Substring", "Exact"},  {"icontains", "Substring", "IgnoreCase"},
+      {"startswith", "Prefixed", "Exact"}, {"istartswith", "Prefixed", "IgnoreCase"}};
+  for (const auto& [lookup, mode, comparison] : rows)
+    EXPECT_THAT(xml({{"subject__" + lookup, "a"}}),
+                EqualsXML(restriction("<t:Contains ContainmentMode=\"" + mode +
+                                      "\" ContainmentComparison=\"" + comparison + "\">" +
+                                      path("item:Subject") + constant("a") + "</t:Contains>")));
+}
+
+TEST_F(QXMLTest, ConnectorsHaveNoAttributes) {
+  EXPECT_THAT(Q::connToXML("AND").XMLString(), EqualsXML("<t:And/>"));
+  EXPECT_THAT(Q::connToXML("OR").XMLString(), EqualsXML("<t:Or/>"));
+  EXPECT_THAT(Q::connToXML("NOT").XMLString(), EqualsXML("<t:Not/>"));
+  EXPECT_FALSE(Q::connToXML("XOR"));
+  EXPECT_FALSE(Q::opToXML("~"));
+}
+
+TEST_F(QXMLTest, ChildrenAreOrderedByTheirPath) {
+  EXPECT_THAT(xml({{"subject__contains", "s"}, {"body__contains", "b"}}),
+              EqualsXML(restriction("<t:And>" + contains("item:Body", "b") +
+                                    contains("item:Subject", "s") + "</t:And>")));
+}
+
+TEST_F(QXMLTest, NegationsWrap) {
+  EXPECT_THAT(xml(~Q::withKeywords({{"subject__contains", "a"}})),
+              EqualsXML(restriction("<t:Not>" + contains("item:Subject", "a") + "</t:Not>")));
+  // A leaf's own negation, too.
+  EXPECT_THAT(xml({{"subject__contains", "a"}, {"conn_type", "NOT"}}),
+              EqualsXML(restriction("<t:Not>" + contains("item:Subject", "a") + "</t:Not>")));
+  EXPECT_THAT(xml({{"subject__contains", "a"}, {"body__contains", "b"}, {"conn_type", "NOT"}}),
+              EqualsXML(restriction("<t:Not><t:And>" + contains("item:Body", "b") +
+                                    contains("item:Subject", "a") + "</t:And></t:Not>")));
+}
+
+TEST_F(QXMLTest, AnEmptyQueryIsNoRestriction) {
+  TWError error;
+  EXPECT_FALSE(Q().toXML(*inbox, nullptr, &error));
+  EXPECT_FALSE(Q().xmlElem(*inbox, nullptr, &error));
+  EXPECT_FALSE(Q(nullptr).toXML(*inbox, nullptr, &error));
+  EXPECT_FALSE(error);
+}
+
+TEST_F(QXMLTest, AQueryStringReplacesTheRestriction) {
+  EXPECT_THAT(xml(Q::withQueryString("from:ann <b>")),
+              EqualsXML("<m:QueryString>from:ann &lt;b&gt;</m:QueryString>"));
+}
+
+TEST_F(QXMLTest, ConstantsAreTheTextsOfTheFieldsValues) {
+  EXPECT_THAT(xml({{"is_read", true}}),
+              EqualsXML(restriction("<t:IsEqualTo>" + path("message:IsRead") + wrapped("1") +
+                                    "</t:IsEqualTo>")));
+  EXPECT_THAT(xml({{"to_recipients", "ann@example.com"}}),
+              EqualsXML(restriction("<t:IsEqualTo>" + path("message:ToRecipients") +
+                                    wrapped("ann@example.com") + "</t:IsEqualTo>")))
+      << "a single value of a list field";
+  EXPECT_THAT(xml({{"subject", "a\x01z"}}),
+              EqualsXML(restriction("<t:IsEqualTo>" + path("item:Subject") + wrapped("a?z") +
+                                    "</t:IsEqualTo>")));
+}
+
+TEST_F(QXMLTest, ValuesAreValidatedByTheirField) {
+  const auto error = refusal({{"reminder_minutes_before_start", -1}}, *inbox);
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorValueOutOfRange));
+  EXPECT_EQ(error.message(),
+            "value -1 on field reminder_minutes_before_start must be greater than 0");
+  EXPECT_TRUE(refusal({{"size", "big"}}, *inbox).is(TWErrorCode::ErrorType));
+}
+
+TEST_F(QXMLTest, TheVersionReachesTheFields) {
+  const TWVersion old(TWBuild(8, 0));
+  EXPECT_TRUE(
+      refusal({{"is_associated", true}}, *inbox, &old).is(TWErrorCode::ErrorInvalidServerVersion));
+}
+
+TEST_F(QXMLTest, FieldsMustBelongToTheFoldersItems) {
+  EXPECT_EQ(refusal({{"nope", 1}}, *inbox).message(), "Unknown fieldname nope on class TWInbox");
+  EXPECT_EQ(refusal({{"item_id", "x"}}, *inbox).message(),
+            "item_id is not a valid field when filtering on TWInbox");
+  EXPECT_EQ(refusal({{"culture", "en"}}, *inbox).message(),
+            "EWS does not support filtering on field culture");
+  EXPECT_TRUE(refusal({{"nope", 1}}, *inbox).is(TWErrorCode::ErrorValueOutOfRange));
+}
+
+TEST_F(QXMLTest, TheFirstChildThatFailsEndsTheWalk) {
+  EXPECT_EQ(refusal({{"subject", "x"}, {"a_nope", 1}, {"b_nope", 1}}, *inbox).message(),
+            "Unknown fieldname a_nope on class TWInbox");
+}
+
+TEST_F(QXMLTest, EntriesAreNamedByTheirLabel) {
+  const auto wanted = restriction(
+      "<t:IsEqualTo><t:IndexedFieldURI FieldURI=\"contacts:PhoneNumber\" "
+      "FieldIndex=\"BusinessPhone\"/>" +
+      wrapped("+49") + "</t:IsEqualTo>");
+  EXPECT_THAT(contactsXML({{"phone_numbers__BusinessPhone", "+49"}}), EqualsXML(wanted));
+  // Without a label in the path, the one of the value.
+  const auto number =
+      TWPhoneNumber::withDict({{"label", "BusinessPhone"}, {"phone_number", "+49"}});
+  EXPECT_THAT(contactsXML({{"phone_numbers", number}}), EqualsXML(wanted));
+}
+
+TEST_F(QXMLTest, PartsOfEntriesAreNamedByLabelAndPart) {
+  EXPECT_THAT(contactsXML({{"physical_addresses__Home__city", "Ulm"}}),
+              EqualsXML(restriction(
+                  "<t:IsEqualTo><t:IndexedFieldURI FieldURI=\"contacts:PhysicalAddress:City\" "
+                  "FieldIndex=\"Home\"/>" +
+                  wrapped("Ulm") + "</t:IsEqualTo>")));
+  EXPECT_EQ(refusal({{"physical_addresses__Home", "Ulm"}}, *contacts).message(),
+            "Field path TWFieldPath__physical_addresses__Home must contain a subfield");
+}
+
+TEST_F(QXMLTest, SettersAreHonoured) {
+  Q q = Q::withKeywords({{"size", 1}});
+  q.setOp(">=");
+  q.setValue(2);
+  EXPECT_THAT(xml(q), EqualsXML(restriction("<t:IsGreaterThanOrEqualTo>" + path("item:Size") +
+                                            wrapped("2") + "</t:IsGreaterThanOrEqualTo>")));
+  q.setOp("~");
+  TWError error;
+  EXPECT_FALSE(q.toXML(*inbox, nullptr, &error));
+  EXPECT_EQ(error.message(), "Operator ~ is not supported");
+}
+
+TEST_F(QXMLTest, AThousandLevelsAreWrittenAndMoreAreRefused) {
+  Q deep = Q::withKeywords({{"subject", "x"}});
+  for (int level = 1; level < 1000; ++level) deep = deep.qAnd(Q::withKeywords({{"size", level}}));
+  EXPECT_GT(xml(deep).size(), 100'000U);
+  for (int level = 0; level < 100; ++level) deep = deep.qAnd(Q::withKeywords({{"size", level}}));
+  TWError error;
+  EXPECT_FALSE(deep.toXML(*inbox, nullptr, &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorValueOutOfRange));
+  EXPECT_EQ(error.message(), "Query is nested 1100 levels deep, at most 1024 are allowed");
+}
+
+TEST_F(QXMLTest, ARestrictionNeedsAQueryThatRestricts) {
+  TWError error;
+  EXPECT_FALSE(TWRestriction::withQ(Q(), inbox, &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorValueOutOfRange));
+  EXPECT_EQ(error.message(), "Q object must not be empty");
+  EXPECT_FALSE(TWRestriction::withQ(Q::withQueryString("a"), nullptr, &error));
+  EXPECT_EQ(error.message(), "Restriction must have a folder");
+}
+
+TEST_F(QXMLTest, ARestrictionPrintsItsXML) {
+  const auto made = TWRestriction::withQ(Q::withKeywords({{"subject__contains", "a"}}), inbox);
+  ASSERT_TRUE(made);
+  EXPECT_THAT(made->toXML(nullptr).XMLString(),
+              EqualsXML(restriction(contains("item:Subject", "a"))));
+  EXPECT_THAT(made->description(), EqualsXML(restriction(contains("item:Subject", "a"))));
+  EXPECT_NE(made->description().find("\n  <t:Contains"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tarnwell
