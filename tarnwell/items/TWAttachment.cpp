@@ -146,8 +146,13 @@ bool TWItemAttachment::clean(const TWVersion* version, TWError* error) {
 }
 
 NKXMLElement TWItemAttachment::toXML(const TWVersion* version, TWError* error) {
+  TWError failure;
+  const auto item = getItem(&failure);
+  if (failure) {
+    setError(error, failure);
+    return {};
+  }
   auto xml = withoutItem([&] { return ElementKind::toXML(version, error); });
-  const auto item = get<std::shared_ptr<TWItem>>(kItem);
   if (!xml || !item) return xml;
   const auto child = item->toXML(version, error);
   if (!child) return {};

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -11,7 +12,16 @@
 namespace tarnwell {
 
 class TWAccount;
+class TWAttachment;
+class TWBulkCreateResult;
 class TWFolder;
+
+/// How an item is deleted. (The second name is spelt so in the interface.)
+struct TWItemDeletion {
+  std::string sendMeetingCancellations = "SendToNone";
+  std::string affectedOccurrencies = "AllOccurrences";
+  bool suppressReadReceipts = false;
+};
 
 /// Base of what lies in folders: messages, appointments, contacts, tasks and the like; also an item
 /// of no particular kind (`t:Item`).
@@ -52,6 +62,52 @@ class TWItem : public detail::ElementKind<TWItem, TWRegisterMixIn> {
   [[nodiscard]] std::shared_ptr<TWItem> parentItem() const;
   void setParentItem(const std::shared_ptr<TWItem>& item);
 
+  // The item on the server. Whatever fails leaves the item as it was. Errors: ErrorValueOutOfRange
+  // for an item that has no account, or no id where it must have one; those of the account's
+  // operation; that which came in place of the item's result.
+
+  /// Creates the item in its folder, with its attachments, or updates the one on the server.
+  bool save(TWError* error = nullptr);
+  /// @param updateFields  names of the properties to write, of which those without a value are
+  ///                      cleared on the server. None: all that have a value and can be written.
+  /// Errors: ErrorValueOutOfRange for names given for an item that is not there yet.
+  bool save(const std::vector<std::string>& updateFields,
+            std::string_view conflictResolution = "AutoResolve",
+            std::string_view sendMeetingInvitations = "SendToNone", TWError* error = nullptr);
+  /// What the server says of the new item, which stays as it is; null without an error when it is
+  /// sent ("SendOnly", "SendAndSaveCopy").
+  std::shared_ptr<TWBulkCreateResult> create(std::string_view messageDisposition,
+                                             std::string_view sendMeetingInvitations,
+                                             TWError* error = nullptr);
+  /// The new id pair; the item stays as it is. Absent without an error when it is sent
+  /// ("SendAndSaveCopy").
+  /// @param updateFields  as of `save`. With nothing to write nothing is sent.
+  std::optional<TWIdPair> update(const std::vector<std::string>& updateFields,
+                                 std::string_view messageDisposition,
+                                 std::string_view conflictResolution,
+                                 std::string_view sendMeetingInvitations, TWError* error = nullptr);
+  /// What an update without names writes.
+  [[nodiscard]] std::vector<std::string> fieldNamesToUpdate() const;
+  /// Reads all fields anew. What the server does not tell stays as it was.
+  bool refresh(TWError* error = nullptr);
+  /// Afterwards the item has the id that it has there.
+  bool move(const std::shared_ptr<TWFolder>& toFolder, TWError* error = nullptr);
+  /// Afterwards the item is in the account's Deleted Items, without an id.
+  bool moveToTrash(const TWItemDeletion& how = {}, TWError* error = nullptr);
+  /// Afterwards the item is in the account's folder of recoverable deletions, without an id.
+  bool softDelete(const TWItemDeletion& how = {}, TWError* error = nullptr);
+  /// For good. Afterwards the item has neither id nor folder.
+  bool delete_(const TWItemDeletion& how = {}, TWError* error = nullptr);
+  /// Leaves the item as it is.
+  /// @param deleteType  "HardDelete", "SoftDelete" or "MoveToDeletedItems"
+  bool delete_(std::string_view deleteType, const TWItemDeletion& how, TWError* error = nullptr);
+
+  /// Adds an attachment, once; an item that is on the server has it there at once, others when they
+  /// are saved. See `TWAttachment::attach`.
+  bool attach(const std::shared_ptr<TWAttachment>& attachment, TWError* error = nullptr);
+  /// Removes an attachment, from the server too. See `TWAttachment::detach`.
+  bool detach(const std::shared_ptr<TWAttachment>& attachment, TWError* error = nullptr);
+
  protected:
   /// Also takes over "account", "folder" and "parent_item". An item without an account has that of
   /// its folder. Attachments have this item as their parent from then on; nothing is sent.
@@ -65,6 +121,9 @@ class TWItem : public detail::ElementKind<TWItem, TWRegisterMixIn> {
 
  private:
   void linkAttachments();
+  [[nodiscard]] TWItemEntries asEntries() const;
+  [[nodiscard]] std::shared_ptr<TWAccount> accountForChange(TWError* error) const;
+  void takeAttachmentIds(const TWBulkCreateResult& created);
 };
 
 }  // namespace tarnwell

@@ -64,5 +64,6 @@ class TWItemEntry {
 };
 
 using TWItemEntries = std::vector<TWItemEntry>;
+using TWItems = std::vector<std::shared_ptr<TWItem>>;
 
 }  // namespace tarnwell

@@ -245,7 +245,7 @@ TWValue TWEWSService::getElementContainer(const NKXMLElement& message,
                                           std::string_view xmlns, TWError* error) const {
   const auto container = [&]() -> TWValue {
     if (!name) return true;
-    const auto found = message.elementForName(*name, xmlns);
+    const auto found = findContainer(message, *name, xmlns);
     if (!found) setError(error, missingContainer(*name, message));
     return found;
   };
@@ -285,6 +285,11 @@ std::optional<TWList> TWEWSService::getElementsInResponse(const Messages& messag
       results.push_back(std::move(entry));
   }
   return results;
+}
+
+NKXMLElement TWEWSService::findContainer(const NKXMLElement& message, std::string_view name,
+                                         std::string_view xmlns) const {
+  return message.elementForName(name, xmlns);
 }
 
 TWList TWEWSService::getElementsInContainer(const NKXMLElement& container) const {

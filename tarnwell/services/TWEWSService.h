@@ -164,6 +164,10 @@ class TWEWSService {
   /// The build of the server in use; absent while it is unknown.
   [[nodiscard]] std::optional<TWBuild> build() const;
 
+  /// The element of a response message that holds the results; invalid when there is none.
+  [[nodiscard]] virtual NKXMLElement findContainer(const NKXMLElement& message,
+                                                   std::string_view name,
+                                                   std::string_view xmlns) const;
   /// The results in a container: its child elements, unless a service reads them its own way.
   [[nodiscard]] virtual TWList getElementsInContainer(const NKXMLElement& container) const;
 

@@ -1,0 +1,67 @@
+#include "tarnwell/services/TWGetItem.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "tarnwell/items/TWItemEntry.h"
+#include "tarnwell/schema/TWFieldPath.h"
+#include "tarnwell/services/detail/ItemRequests.h"
+#include "tarnwell/services/detail/RequestParts.h"
+#include "tarnwell/transport/TWNamespaces.h"
+#include "tarnwell/util/TWUtils.h"
+
+namespace tarnwell {
+
+const TWServiceClass& TWGetItem::descriptor() {
+  static const auto* const kClass = new TWServiceClass{
+      .serviceName = "GetItem",
+      .elementContainerName = "Items",
+      .elementContainerXMLns = kMessagesNamespace,
+  };
+  return *kClass;
+}
+
+TWGetItem::TWGetItem(std::shared_ptr<TWAccount> account)
+    : TWEWSAccountService(descriptor(), std::move(account)) {}
+
+std::shared_ptr<TWGetItem> TWGetItem::withAccount(std::shared_ptr<TWAccount> account) {
+  return std::make_shared<TWGetItem>(std::move(account));
+}
+
+std::optional<TWList> TWGetItem::call(const TWItemEntries& ids, const Paths& additionalFields,
+                                      std::string_view shape, TWError* error) {
+  // All are built first: a bad id must not be found when half of the items have been read.
+  std::vector<NKXMLElement> payloads;
+  for (const auto& chunk : TWUtils::chunkify(ids, chunkSize())) {
+    payloads.push_back(getPayload(chunk, additionalFields, shape, error));
+    if (!payloads.back()) return std::nullopt;
+  }
+  TWList results;
+  for (const auto& payload : payloads) {
+    auto chunk = getElements(payload, false, true, error);
+    if (!chunk) return std::nullopt;
+    std::ranges::move(*chunk, std::back_inserter(results));
+  }
+  return results;
+}
+
+NKXMLElement TWGetItem::getPayload(const TWItemEntries& ids, const Paths& additionalFields,
+                                   std::string_view shape, TWError* error) const {
+  const auto version = accountVersion();
+  const auto itemShape = detail::shapeElement("m:ItemShape", shape, additionalFields,
+                                              version ? &*version : nullptr, error);
+  if (!itemShape) return {};
+  const auto itemIds = detail::itemIdsElement(ids, error);
+  if (!itemIds) return {};
+  auto payload = TWUtils::createElement(rootName());
+  payload.addChild(itemShape);
+  payload.addChild(itemIds);
+  return payload;
+}
+
+TWList TWGetItem::getElementsInContainer(const NKXMLElement& container) const {
+  return detail::elementOrTrue(container);
+}
+
+}  // namespace tarnwell
