@@ -11,38 +11,30 @@
 namespace tarnwell {
 namespace {
 
-constexpr int kDeepestNesting = 64;
+constexpr std::size_t kDeepestNesting = 64;
 
-/// One step down into nested elements, in a walk of one kind on one thread. Lives on the stack; the
-/// steps above it are linked from `innermost`.
+/// One step down into nested elements, in a walk of one kind on one thread.
 class Nesting {
  public:
-  explicit Nesting(const Nesting*& innermost, const TWEWSElement& element,
-                   const TWEWSElement* other = nullptr) noexcept
-      : innermost_(innermost),
-        outer_(innermost),
-        element_(&element),
-        other_(other),
-        depth_(outer_ == nullptr ? 1 : outer_->depth_ + 1) {
-    innermost_ = this;
+  /// The elements (of a comparison the pairs) that a walk is at, from the outermost down.
+  using Steps = std::vector<std::pair<const TWEWSElement*, const TWEWSElement*>>;
+
+  explicit Nesting(Steps& steps, const TWEWSElement& element, const TWEWSElement* other = nullptr)
+      : steps_(steps) {
+    steps_.emplace_back(&element, other);
   }
   Nesting(const Nesting&) = delete;
   Nesting& operator=(const Nesting&) = delete;
-  ~Nesting() { innermost_ = outer_; }
+  ~Nesting() { steps_.pop_back(); }
 
-  [[nodiscard]] bool tooDeep() const noexcept { return depth_ > kDeepestNesting; }
+  [[nodiscard]] bool tooDeep() const noexcept { return steps_.size() > kDeepestNesting; }
   /// True when the walk is at this very element (or pair of elements) already, further up.
   [[nodiscard]] bool isRepeated() const noexcept {
-    for (const auto* at = outer_; at != nullptr; at = at->outer_)
-      if (at->element_ == element_ && at->other_ == other_) return true;
-    return false;
+    return std::find(steps_.begin(), steps_.end() - 1, steps_.back()) != steps_.end() - 1;
   }
 
  private:
-  const Nesting*& innermost_;
-  const Nesting* outer_;
-  const TWEWSElement *element_, *other_;
-  int depth_;
+  Steps& steps_;
 };
 
 /// True when the field has nothing to write.
@@ -91,8 +83,8 @@ void TWEWSElement::readFields(const NKXMLElement& xml, const std::shared_ptr<TWA
 }
 
 bool TWEWSElement::clean(const TWVersion* version, TWError* error) {
-  static thread_local const Nesting* innermost = nullptr;
-  const Nesting nesting(innermost, *this);
+  static thread_local Nesting::Steps steps;
+  const Nesting nesting(steps, *this);
   if (nesting.tooDeep()) {
     setError(error, {TWErrorCode::ErrorValueOutOfRange,
                      formatMessage("%@ is nested more than %d levels deep",
@@ -151,8 +143,8 @@ NKXMLElement TWEWSElement::toXML(const TWVersion* version, TWError* error) {
 }
 
 std::string TWEWSElement::description() const {
-  static thread_local const Nesting* innermost = nullptr;
-  const Nesting nesting(innermost, *this);
+  static thread_local Nesting::Steps steps;
+  const Nesting nesting(steps, *this);
   if (nesting.tooDeep() || nesting.isRepeated()) return formatMessage("[%@] ...", {className()});
   return formatMessage("[%@] %@", {className(), props_.asDictionary()});
 }
@@ -177,16 +169,16 @@ bool TWEWSElement::isEqual(const TWObject& other) const {
   if (this == &other) return true;
   const auto* const element = dynamic_cast<const TWEWSElement*>(&other);
   if (element == nullptr || !isComparable(*element)) return false;
-  static thread_local const Nesting* innermost = nullptr;
-  const Nesting nesting(innermost, *this, element);
+  static thread_local Nesting::Steps steps;
+  const Nesting nesting(steps, *this, element);
   // A pair that is being compared already makes no difference to the outcome.
   if (nesting.isRepeated()) return true;
   return !nesting.tooDeep() && element->identity() == identity();
 }
 
 std::size_t TWEWSElement::hash() const {
-  static thread_local const Nesting* innermost = nullptr;
-  const Nesting nesting(innermost, *this);
+  static thread_local Nesting::Steps steps;
+  const Nesting nesting(steps, *this);
   if (nesting.tooDeep() || nesting.isRepeated()) return 0;
   return TWValue(identity()).hash();
 }
