@@ -30,9 +30,9 @@ class TWAttachmentId : public detail::ElementKind<TWAttachmentId, TWEWSElement> 
 /// Base of the attachments: "attachment_id", "name", "content_type", "content_id",
 /// "content_location", "size", "last_modified_time" and "is_inline".
 ///
-/// Besides its fields an attachment has the property "parent_item" (a weak reference): the item that
-/// it is, or is to be, attached to. Attachments are equal when their ids are, or without ids when
-/// what is known of them is, their content and time of change aside.
+/// Besides its fields an attachment has the property "parent_item" (a weak reference): the item
+/// that it is, or is to be, attached to. Attachments are equal when their ids are, or without ids
+/// when what is known of them is, their content and time of change aside.
 class TWAttachment : public TWEWSElement {
  public:
   [[nodiscard]] static const TWElementClass& elementClass();
@@ -55,8 +55,8 @@ class TWAttachment : public TWEWSElement {
   /// account; those of `TWDeleteAttachment`.
   bool detach(TWError* error = nullptr);
 
-  /// As of the base. A content type that is missing becomes "application/octet-stream" first if there
-  /// is a parent item.
+  /// As of the base. A content type that is missing becomes "application/octet-stream" first if
+  /// there is a parent item.
   bool clean(const TWVersion* version, TWError* error = nullptr) override;
   /// "TWFileAttachment (" with "name=value" for each field but the content, and ")". Nothing stands
   /// between the fields.

@@ -4,9 +4,9 @@
 
 namespace tarnwell {
 
-/// An invitation to a meeting (`t:MeetingRequest`). Like the other two it has what a message has, and
-/// tells of the meeting: "start", "end", "location", "organizer", "required_attendees", "uid" and the
-/// like. The server makes meeting items; most of what they tell is read-only.
+/// An invitation to a meeting (`t:MeetingRequest`). Like the other two it has what a message has,
+/// and tells of the meeting: "start", "end", "location", "organizer", "required_attendees", "uid"
+/// and the like. The server makes meeting items; most of what they tell is read-only.
 class TWMeetingRequest : public detail::ElementKind<TWMeetingRequest, TWItem> {
  public:
   [[nodiscard]] static const TWElementClass& elementClass();

@@ -47,7 +47,8 @@ inline TWError failure(TWEWSElement& element, const TWVersion* version = nullptr
 }
 
 /// What a class declares, one line for each field: "id (Id): TWIdField, isRequired". Flags that
-/// differ from those of every field, and the options default, choices and valueCls.
+/// differ from those of every field, and the options default, choices, valueCls, supportedFrom and
+/// min.
 inline std::vector<std::string> tableOf(const TWElementClass& cls) {
   std::vector<std::string> lines;
   for (const auto& field : cls.fields()) {
@@ -56,7 +57,7 @@ inline std::vector<std::string> tableOf(const TWElementClass& cls) {
     for (const auto* const flag : {"isRequired", "isRequiredAfterSave", "isReadOnly",
                                    "isReadOnlyAfterSend", "isSearchable", "isAttribute"})
       if (field->get(flag) != TWField::defaults().get(flag)) line += std::string(", ") + flag;
-    for (const auto* const option : {"default", "choices", "valueCls"})
+    for (const auto* const option : {"default", "choices", "valueCls", "supportedFrom", "min"})
       if (const auto value = field->get(option); !value.isAbsent())
         line += formatMessage(", %@ %@", {option, value});
     lines.push_back(std::move(line));
