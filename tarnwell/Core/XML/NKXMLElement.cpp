@@ -285,8 +285,17 @@ void NKXMLElement::removeNamespaceForPrefix(std::string_view prefix) {
 }
 
 void NKXMLElement::setNamespaces(std::span<const NKXMLNamespaceNode> namespaces) {
-  for (auto& old : this->namespaces()) old.detach();
+  if (!*this) return;
+  auto* element = nodeOf(*this);
+  const auto replaced = this->namespaces();
+  // Names are left alone until the new declarations are there for them to follow.
+  for (const auto& old : replaced) {
+    auto* ns = detail::asNs(nodeOf(old));
+    XMLArena::addRoot(XMLAccess::arena(*this), ns);
+    detail::unlinkDeclaration(element, ns);
+  }
   for (const auto& declaration : namespaces) addNamespace(declaration);
+  for (const auto& old : replaced) detail::rebindPrefix(element, old.name().value_or(""));
 }
 
 NKXMLNamespaceNode NKXMLElement::resolveNamespaceForName(std::string_view name) const noexcept {

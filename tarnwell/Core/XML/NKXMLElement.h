@@ -100,7 +100,8 @@ class NKXMLElement : public NKXMLNode {
   void addNamespace(const NKXMLNode& declaration);
   /// Names inside that were written with the prefix stay as written.
   void removeNamespaceForPrefix(std::string_view prefix);
-  /// Replaces all declarations of this element.
+  /// Replaces all declarations of this element. Names follow as with `addNamespace`; those whose
+  /// prefix is declared no more stay as written.
   void setNamespaces(std::span<const NKXMLNamespaceNode> namespaces);
   /// The declaration of the name's prefix that is in force here: on this element or the nearest
   /// above.

@@ -218,8 +218,9 @@ class NKXMLNode {
   /// asks for, in document order. A relative path starts here, one with "/" at the top of the tree,
   /// which has a root even without a document. Prefixes that are in scope at this node may be used;
   /// a name without a prefix means no namespace, whatever the default one is. An expression that
-  /// gives a number, a text or a truth value selects none. Absent with an error (the parser's code
-  /// and message) for a bad expression, an unknown prefix among them.
+  /// gives a number, a text or a truth value selects none, and so does any on a namespace. Absent
+  /// with an error (the parser's code and message) for a bad expression, an unknown prefix among
+  /// them.
   [[nodiscard]] std::optional<std::vector<NKXMLNode>> nodesForXPath(std::string_view XPath,
                                                                     TWError* error = nullptr) const;
 

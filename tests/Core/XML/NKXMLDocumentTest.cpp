@@ -67,6 +67,36 @@ TEST(NKXMLDocument, WithDataReadsEncodingsOfOneByte) {
   EXPECT_EQ(NKXMLDocument::withData(bytes(marked)).stringValue(), "\xC3\xA9");
 }
 
+TEST(NKXMLDocument, EncodingsMayHaveTheirOtherNames) {
+  const auto read = [](std::string_view encoding, std::string_view text) {
+    return NKXMLDocument::withData(bytes("<?xml version='1.0' encoding='" + std::string(encoding) +
+                                         "'?><a>" + std::string(text) + "</a>"))
+        .stringValue()
+        .value_or("none");
+  };
+  EXPECT_EQ(read("UTF8", "\xC3\xA9"), "\xC3\xA9");
+  EXPECT_EQ(read("ascii", "x"), "x");
+  EXPECT_EQ(read("ASCII", "\x80"), "none");
+  for (const auto* latin1 : {"latin1", "ISO_8859-1", "iso8859-1"})
+    EXPECT_EQ(read(latin1, "\xE9"), "\xC3\xA9") << latin1;
+  EXPECT_EQ(read("ISO_8859-15", "\xA4"), "\xE2\x82\xAC");
+  EXPECT_EQ(read("cp1252", "\x80"), "\xE2\x82\xAC");
+  EXPECT_EQ(read("x-cp1251", "\xC0"), "\xD0\x90");
+  EXPECT_EQ(read("cp1259", "x"), "none");
+}
+
+TEST(NKXMLDocument, OnlyTheDeclarationNamesTheEncoding) {
+  for (const auto* encoding : {"ISO-8859-1", "Shift_JIS"}) {
+    for (const auto* target : {"xml-model", "xml-stylesheet", "xmlfoo"}) {
+      const auto xml =
+          "<?" + std::string(target) + " href='m' encoding='" + encoding + "'?><a>\xC3\xA9</a>";
+      EXPECT_EQ(NKXMLDocument::withData(bytes(xml)).stringValue(), "\xC3\xA9") << xml;
+    }
+  }
+  const auto lines = "<?xml\nversion='1.0'\nencoding='ISO-8859-1'?><a>\xE9</a>";
+  EXPECT_EQ(NKXMLDocument::withData(bytes(lines)).stringValue(), "\xC3\xA9");
+}
+
 TEST(NKXMLDocument, WithXMLStringReadsUTF8WhateverTheDeclarationSays) {
   for (const auto* encoding : {"ISO-8859-1", "UTF-16", "US-ASCII", "UTF-8", "no-such-encoding"}) {
     const auto document = NKXMLDocument::withXMLString(
@@ -121,6 +151,24 @@ TEST(NKXMLDocument, BlanksInTextAndInLeavesStay) {
   auto root = NKXMLDocument::withXMLString("<a><b>  </b><c> x </c></a>").rootElement();
   EXPECT_EQ(root.elementForName("b").stringValue(), "  ");
   EXPECT_EQ(root.elementForName("c").stringValue(), " x ");
+}
+
+TEST(NKXMLDocument, BlanksBeforeACarriageReturnStay) {
+  const std::pair<const char*, const char*> rows[] = {{"<a>  \r\nfoo</a>", "  \nfoo"},
+                                                      {"<a>\n\r\nfoo</a>", "\n\nfoo"},
+                                                      {"<a>\t\r\n\t\r\n x</a>", "\t\n\t\n x"},
+                                                      {"<a>  \r\n&#65;</a>", "  \nA"},
+                                                      {"<a>  \r\n  </a>", "  \n  "},
+                                                      {"<a> \r\r\n\rx\r</a>", " \n\n\nx\n"},
+                                                      {"<a>x&#13;\r</a>", "x\r\n"}};
+  for (const auto& [xml, text] : rows) {
+    EXPECT_EQ(NKXMLDocument::withXMLString(xml).stringValue(), text) << xml;
+    EXPECT_EQ(NKXMLDocument::withData(bytes(xml)).stringValue(), text) << xml;
+    EXPECT_EQ(NKXMLDocument::withData(utf16(xml)).stringValue(), text) << xml;
+    const auto latin = "<?xml version='1.0' encoding='ISO-8859-1'?>\r" + std::string(xml);
+    EXPECT_EQ(NKXMLDocument::withData(bytes(latin)).stringValue(), text) << xml;
+  }
+  EXPECT_EQ(NKXMLDocument::withXMLString("<a> \r\n<b/>\r\n</a>").rootElement().childCount(), 1U);
 }
 
 TEST(NKXMLDocument, BlanksStayAfterOtherTextAndWhereTheyAreAskedFor) {

@@ -556,6 +556,7 @@ TEST(NKXMLNode, PrettyPrintIndents) {
 TEST(NKXMLNode, TheResultIsTrimmedUnlessItIsAProcessingInstruction) {
   EXPECT_EQ(NKXMLNode::textWithStringValue(" \t x \n ").XMLString(), "x");
   EXPECT_EQ(NKXMLNode::textWithStringValue("  ").XMLString(), "");
+  EXPECT_EQ(NKXMLNode::textWithStringValue("\\N x").XMLString(), " x") << "trimmed first";
   EXPECT_EQ(NKXMLNode::attributeWithName("a", " x ").XMLString(), "a=\" x \"");
   EXPECT_EQ(NKXMLNode::processingInstructionWithName("p", " x ").XMLString(), "<?p  x ?>");
 }

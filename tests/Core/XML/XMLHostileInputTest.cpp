@@ -308,6 +308,18 @@ TEST(XMLHostileInput, BytesThatAreNotTextAreRefusedInSilence) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
+TEST(XMLHostileInput, NothingHidesBehindANUL) {
+  using namespace std::string_literals;
+  for (const auto& xml :
+       {"<a/>\0<b/>"s, "<a/>\0garbage <"s, "<a/>  \0\0x"s, "<a/><!--k-->\0x"s, "<a/>\0"s,
+        "<?xml version='1.0' encoding='ISO-8859-1'?><a/>\0x"s, "\xFF\xFE<\0a\0/\0>\0\0\0x\0"s}) {
+    TWError error;
+    EXPECT_FALSE(NKXMLDocument::withData(bytes(xml), 0, &error)) << xml;
+    EXPECT_TRUE(error.is(NKXMLErrorDomain, 1));
+    EXPECT_NE(NKXMLNode::lastError().message(), "");
+  }
+}
+
 const std::string kSample =
     "<?xml version='1.0' encoding='utf-8'?><!DOCTYPE s SYSTEM 'x'><s:Envelope "
     "xmlns:s='http://schemas/soap' xmlns='d'><!-- c --><s:Body a=\"1\" xml:id='i'><t:Item "

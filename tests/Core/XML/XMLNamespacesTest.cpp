@@ -1,3 +1,4 @@
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -111,6 +112,27 @@ TEST(XMLNamespaces, ReplacingADeclarationTakesTheNamesWithIt) {
   EXPECT_EQ(root.elementForName("p:c").elementForName("p:d").URI(), "w");
   EXPECT_EQ(old.stringValue(), "u");
   EXPECT_FALSE(old.parent());
+}
+
+TEST(XMLNamespaces, ReplacingAllDeclarationsTakesTheNamesWithThem) {
+  auto root = parsed(
+      "<r xmlns='d' xmlns:p='u' xmlns:q='v' p:x='1'><p:a/><q:b/><c xmlns:p='w'><p:d/></c></r>");
+  const auto names = namesIn(root);
+  root.setNamespaces(root.namespaces());
+  EXPECT_EQ(namesIn(root), names);
+  expectTextAgrees(root);
+  EXPECT_EQ(root.elementForName("a", "u").name(), "p:a");
+
+  const auto old = root.namespaceForPrefix("p");
+  root.setNamespaces(
+      std::vector{NKXMLNode::namespaceWithName("", "e"), NKXMLNode::namespaceWithName("p", "u2")});
+  EXPECT_EQ(root.URI(), "e");
+  EXPECT_EQ(root.attributeForName("p:x").URI(), "u2");
+  EXPECT_EQ(root.elementForName("p:a").URI(), "u2");
+  EXPECT_FALSE(root.elementForName("q:b").URI()) << "its prefix is declared no more";
+  EXPECT_EQ(root.elementForName("c").elementForName("p:d").URI(), "w");
+  EXPECT_FALSE(old.parent());
+  expectTextAgrees(root);
 }
 
 TEST(XMLNamespaces, RemovingADeclarationLeavesNamesAsWritten) {
@@ -314,6 +336,20 @@ TEST(XMLNamespaces, DetachedNodeKeepsItsDefaultNamespace) {
   auto other = NKXMLElement::withName("o");
   other.addChild(a);
   EXPECT_EQ(other.XMLString(), R"(<o><a xmlns="u"><b></b></a></o>)");
+}
+
+TEST(XMLNamespaces, ARemovedChildKeepsItsDefaultNamespace) {
+  const std::vector<std::function<void(NKXMLElement&)>> ways = {
+      [](NKXMLElement& root) { root.removeChildAtIndex(0); },
+      [](NKXMLElement& root) { root.setChildren({}); },
+      [](NKXMLElement& root) { root.setStringValue("x"); }};
+  for (const auto& remove : ways) {
+    auto root = parsed("<r xmlns='u'><a/></r>");
+    auto a = root.elementForName("a");
+    remove(root);
+    EXPECT_FALSE(a.parent());
+    EXPECT_EQ(a.XMLString(), R"(<a xmlns="u"></a>)");
+  }
 }
 
 TEST(XMLNamespaces, DetachingAndAttachingAgainAndAgainDeclaresOnce) {

@@ -158,6 +158,18 @@ TEST(XMLPath, ABadXPathIsNeverPrinted) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
+TEST(XMLPath, ABadXPathIsAnErrorOnANamespaceToo) {
+  const auto root = parsed("<r xmlns:p='u'/>");
+  for (const auto& declaration :
+       {root.namespaceForPrefix("p"), NKXMLNode::namespaceWithName("p", "u")}) {
+    TWError error;
+    EXPECT_FALSE(declaration.nodesForXPath("//[", &error));
+    EXPECT_EQ(error.domain(), NKXMLErrorDomain);
+    EXPECT_NE(error.message(), "");
+    EXPECT_TRUE(declaration.nodesForXPath("..", nullptr));
+  }
+}
+
 TEST(XMLPath, ASuccessfulXPathLeavesTheErrorAlone) {
   TWError error(NKXMLErrorDomain, 5);
   EXPECT_TRUE(parsed("<r/>").nodesForXPath("//r", &error));

@@ -92,6 +92,20 @@ TEST(XMLThreads, DetachedPartsOfOneTreeMayGoToDifferentThreads) {
   });
 }
 
+TEST(XMLThreads, ADocumentIsWrittenBesideAPartThatWasDetached) {
+  const auto document = NKXMLDocument::withXMLString("<r k='\xC3\xA9'><part a='\xC3\xA9'/></r>");
+  auto part = document.rootElement().elementForName("part");
+  part.detach();
+  inThreads(2, [&](int i) {
+    for (int round = 0; round < 200; ++round) {
+      if (i == 0)
+        EXPECT_THAT(document.XMLString(), testing::HasSubstr("<r k=\"\xC3\xA9\"></r>"));
+      else
+        EXPECT_EQ(part.XMLString(), "<part a=\"\xC3\xA9\"></part>");
+    }
+  });
+}
+
 std::vector<NKXMLElement> detachedParts(int count, std::string_view each) {
   std::string xml = "<r xmlns:p='u'>";
   for (int i = 0; i < count; ++i) xml += each;

@@ -17,7 +17,8 @@ namespace {
 std::string_view declaredEncoding(std::string_view bytes) noexcept {
   constexpr std::string_view kKey = "encoding";
   if (!bytes.starts_with("<?xml")) return {};
-  auto rest = bytes.substr(0, bytes.find('>'));
+  auto rest = bytes.substr(5, bytes.find("?>") - 5);
+  if (!trimmed(rest.substr(0, 1)).empty()) return {};  // an instruction: <?xml-stylesheet
   const auto key = rest.find(kKey);
   if (key == std::string_view::npos) return {};
   rest = trimmed(rest.substr(key + kKey.size()));
@@ -26,6 +27,27 @@ std::string_view declaredEncoding(std::string_view bytes) noexcept {
   if (!rest.starts_with('"') && !rest.starts_with('\'')) return {};
   const auto end = rest.find(rest.front(), 1);
   return end == std::string_view::npos ? std::string_view() : rest.substr(1, end - 1);
+}
+
+/// The name that the converter knows the encoding by.
+std::string canonicalEncoding(std::string_view declared) {
+  struct Alias {
+    std::string_view alias, name;
+  };
+  static constexpr Alias kNames[] = {
+      {"utf8", "utf-8"}, {"ascii", "us-ascii"}, {"latin1", "iso-8859-1"}};
+  static constexpr Alias kPrefixes[] = {{"iso_8859-", "iso-8859-"},
+                                        {"iso8859-", "iso-8859-"},
+                                        {"cp125", "windows-125"},
+                                        {"x-cp125", "windows-125"}};
+  auto name = lowercased(declared);
+  for (const auto& row : kNames) {
+    if (name == row.alias) return std::string(row.name);
+  }
+  for (const auto& row : kPrefixes) {
+    if (name.starts_with(row.alias)) return std::string(row.name) + name.substr(row.alias.size());
+  }
+  return name;
 }
 
 /// True for encodings of one byte to a character in which ASCII stands as itself.
@@ -90,6 +112,20 @@ std::optional<std::string> fromUTF16(std::string_view bytes, bool bigEndian) {
 
 XMLInput::XMLInput(std::string_view bytes, XMLEncoding encoding) : bytes_(bytes) {
   if (encoding == XMLEncoding::asDeclared) readAsDeclared();
+  if (!refused_ && bytes_.find('\r') != std::string_view::npos) joinLineEnds();
+}
+
+void XMLInput::joinLineEnds() {
+  std::string text;
+  text.reserve(bytes_.size());
+  for (std::size_t from = 0; from < bytes_.size();) {
+    const auto end = std::min(bytes_.find('\r', from), bytes_.size());
+    text += bytes_.substr(from, end - from);
+    if (end < bytes_.size()) text += '\n';
+    from = end + (bytes_.substr(end).starts_with("\r\n") ? 2 : 1);
+  }
+  converted_ = std::move(text);
+  bytes_ = converted_;
 }
 
 void XMLInput::readAsDeclared() {
@@ -110,7 +146,7 @@ void XMLInput::readAsDeclared() {
     case XML_CHAR_ENCODING_UTF8:
     case XML_CHAR_ENCODING_NONE: {
       if (bytes_.starts_with("\xEF\xBB\xBF")) return;  // says more than a declaration
-      auto name = lowercased(declaredEncoding(bytes_));
+      auto name = canonicalEncoding(declaredEncoding(bytes_));
       if (name.empty() || name == "utf-8") return;
       refused_ = !isSingleByte(name);
       encoding_ = std::move(name);

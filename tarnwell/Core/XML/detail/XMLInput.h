@@ -26,6 +26,9 @@ class XMLInput {
 
  private:
   void readAsDeclared();
+  /// Makes every line end "\n", as XML asks for. The parser would do so itself, but takes blanks in
+  /// front of a "\r" for blanks between tags.
+  void joinLineEnds();
 
   std::string_view bytes_;
   std::string converted_;

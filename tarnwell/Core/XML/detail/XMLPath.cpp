@@ -109,6 +109,10 @@ struct FreeResult {
   void operator()(xmlXPathObject* result) const noexcept { xmlXPathFreeObject(result); }
 };
 
+struct FreeExpression {
+  void operator()(xmlXPathCompExpr* expression) const noexcept { xmlXPathFreeCompExpr(expression); }
+};
+
 }  // namespace
 
 std::string pathOf(xmlNode* node) {
@@ -130,9 +134,15 @@ std::string pathOf(xmlNode* node) {
 std::optional<std::vector<xmlNode*>> selectNodes(xmlNode* from, std::string_view expression,
                                                  TWError* error) {
   std::vector<xmlNode*> nodes;
-  if (from->type == XML_NAMESPACE_DECL) return nodes;  // nothing can be reached from there
   initXML();
   const XMLErrorScope errors;
+  if (from->type == XML_NAMESPACE_DECL) {  // nothing can be reached from there
+    const std::unique_ptr<xmlXPathCompExpr, FreeExpression> compiled(
+        xmlXPathCompile(XMLCText(expression).get()));
+    if (compiled != nullptr) return nodes;
+    setError(error, lastXMLError());
+    return std::nullopt;
+  }
   Evaluation evaluation(from);
   const std::unique_ptr<xmlXPathObject, FreeResult> result(evaluation.run(expression));
   if (result == nullptr) {

@@ -166,6 +166,11 @@ xmlDoc* parse(std::string_view raw, XMLEncoding encoding) {
   }
   // Half as long again at most when it was converted, so an int still counts it.
   const auto bytes = input.bytes();
+  // The parser takes a NUL after the root for the end of the input.
+  if (bytes.find('\0') != std::string_view::npos) {
+    keepXMLError(XML_ERR_INVALID_CHAR, "Char 0x0 out of allowed range");
+    return nullptr;
+  }
   if (hasEndlessTag(bytes)) {
     keepXMLError(XML_ERR_INTERNAL_ERROR, "Too many attributes or namespaces");
     return nullptr;

@@ -80,7 +80,15 @@ std::string writeXML(xmlNode* node, std::uint32_t options, BackslashN backslashN
   // Naming the encoding makes characters stand as themselves instead of as references.
   auto* writer = xmlSaveToIO(append, nullptr, &text, "UTF-8", flags);
   if (writer == nullptr) return {};
-  const bool failed = xmlSaveTree(writer, node) < 0 || xmlSaveFlush(writer) < 0;
+  // The dump of a document changes its encoding for the time being. Parts that were detached from
+  // it still refer to it, and may be written on another thread: so a copy is what changes.
+  xmlDoc stand_in;
+  auto* written = node;
+  if (node->type == XML_DOCUMENT_NODE) {
+    stand_in = *reinterpret_cast<const xmlDoc*>(node);
+    written = asNode(&stand_in);
+  }
+  const bool failed = xmlSaveTree(writer, written) < 0 || xmlSaveFlush(writer) < 0;
   if (xmlSaveClose(writer) < 0 || failed) return {};
 
   if (node->type != XML_PI_NODE) {
