@@ -220,7 +220,7 @@ void NKXMLElement::removeAttributeForName(std::string_view name) {
   attributeForName(name).detach();
 }
 
-void NKXMLElement::setAttributes(std::span<const NKXMLAttributeNode> attributes) {
+void NKXMLElement::setAttributes(const NKXMLNodeList& attributes) {
   for (auto& old : this->attributes()) old.detach();
   for (const auto& attribute : attributes) addAttribute(attribute);
 }
@@ -284,7 +284,7 @@ void NKXMLElement::removeNamespaceForPrefix(std::string_view prefix) {
   namespaceForPrefix(prefix).detach();
 }
 
-void NKXMLElement::setNamespaces(std::span<const NKXMLNamespaceNode> namespaces) {
+void NKXMLElement::setNamespaces(const NKXMLNodeList& namespaces) {
   if (!*this) return;
   auto* element = nodeOf(*this);
   const auto replaced = this->namespaces();
@@ -357,7 +357,7 @@ void NKXMLElement::removeChildAtIndex(std::size_t index) {
   child.detach();
 }
 
-void NKXMLElement::setChildren(std::span<const NKXMLNode> children) {
+void NKXMLElement::setChildren(const NKXMLNodeList& children) {
   if (!*this) return;
   while (auto child = firstChild()) child.detach();
   for (const auto& child : children) addChild(child);

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <iterator>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -78,8 +77,8 @@ class NKXMLElement : public NKXMLNode {
   void addAttribute(const NKXMLNode& attribute);
   void addAttributeWithName(std::string_view name, std::string_view stringValue);
   void removeAttributeForName(std::string_view name);
-  /// Replaces all attributes.
-  void setAttributes(std::span<const NKXMLAttributeNode> attributes);
+  /// Replaces all attributes. A node of another kind is a programming error.
+  void setAttributes(const NKXMLNodeList& attributes);
 
   /// The URI of the default namespace if this very element declares one.
   [[nodiscard]] std::optional<std::string> xmlns() const;
@@ -102,7 +101,7 @@ class NKXMLElement : public NKXMLNode {
   void removeNamespaceForPrefix(std::string_view prefix);
   /// Replaces all declarations of this element. Names follow as with `addNamespace`; those whose
   /// prefix is declared no more stay as written.
-  void setNamespaces(std::span<const NKXMLNamespaceNode> namespaces);
+  void setNamespaces(const NKXMLNodeList& namespaces);
   /// The declaration of the name's prefix that is in force here: on this element or the nearest
   /// above.
   [[nodiscard]] NKXMLNamespaceNode resolveNamespaceForName(std::string_view name) const noexcept;
@@ -119,7 +118,7 @@ class NKXMLElement : public NKXMLNode {
   /// Ignored when the index is out of range. The child is detached.
   void removeChildAtIndex(std::size_t index);
   /// Detaches all children, then adds these.
-  void setChildren(std::span<const NKXMLNode> children);
+  void setChildren(const NKXMLNodeList& children);
 
   /// Indented, empty elements as one tag.
   [[nodiscard]] std::string prettyXMLString() const {

@@ -119,8 +119,12 @@ NKXMLElement NKXMLNode::elementWithName(std::string_view name, std::string_view 
   return element;
 }
 
-NKXMLElement NKXMLNode::elementWithName(std::string_view name, std::span<const NKXMLNode> children,
-                                        std::span<const NKXMLAttributeNode> attributes) {
+NKXMLElement NKXMLNode::elementWithName(std::string_view name, const NKXMLNodeList& children) {
+  return elementWithName(name, children, {});
+}
+
+NKXMLElement NKXMLNode::elementWithName(std::string_view name, const NKXMLNodeList& children,
+                                        const NKXMLNodeList& attributes) {
   auto element = elementWithName(name);
   for (const auto& child : children) element.addChild(child);
   for (const auto& attribute : attributes) element.addAttribute(attribute);

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <iosfwd>
 #include <optional>
-#include <span>
+#include <ranges>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -19,6 +21,7 @@ class NKXMLAttributeNode;
 class NKXMLDocument;
 class NKXMLElement;
 class NKXMLNamespaceNode;
+class NKXMLNodeList;
 
 namespace detail {
 class XMLArena;
@@ -101,9 +104,11 @@ class NKXMLNode {
   [[nodiscard]] static NKXMLElement elementWithName(std::string_view name,
                                                     std::string_view stringValue);
   /// The children and the attributes must have no parent.
-  [[nodiscard]] static NKXMLElement elementWithName(
-      std::string_view name, std::span<const NKXMLNode> children,
-      std::span<const NKXMLAttributeNode> attributes = {});
+  [[nodiscard]] static NKXMLElement elementWithName(std::string_view name,
+                                                    const NKXMLNodeList& children);
+  [[nodiscard]] static NKXMLElement elementWithName(std::string_view name,
+                                                    const NKXMLNodeList& children,
+                                                    const NKXMLNodeList& attributes);
   /// An element in that namespace, which it declares under the name's prefix.
   [[nodiscard]] static NKXMLElement elementWithNameURI(std::string_view name, std::string_view URI);
   [[nodiscard]] static NKXMLAttributeNode attributeWithName(std::string_view name,
@@ -249,6 +254,29 @@ class NKXMLNode {
   friend struct detail::XMLAccess;
   void* node_ = nullptr;
   detail::XMLArena* arena_ = nullptr;
+};
+
+/// The nodes that an operation is given: a brace list, or anything of handles that can be walked.
+///
+///     item.setChildren({subject, body});
+///     item.setChildren(other.elementsForName("t:ExtendedProperty"));
+class NKXMLNodeList {
+ public:
+  NKXMLNodeList() = default;
+  NKXMLNodeList(std::initializer_list<NKXMLNode> nodes) : nodes_(nodes) {}
+  template <std::ranges::input_range Nodes>
+  requires std::convertible_to<std::ranges::range_reference_t<const Nodes>, NKXMLNode>
+  NKXMLNodeList(const Nodes& nodes) {
+    for (const auto& node : nodes) nodes_.push_back(node);
+  }
+
+  [[nodiscard]] std::vector<NKXMLNode>::const_iterator begin() const noexcept {
+    return nodes_.begin();
+  }
+  [[nodiscard]] std::vector<NKXMLNode>::const_iterator end() const noexcept { return nodes_.end(); }
+
+ private:
+  std::vector<NKXMLNode> nodes_;
 };
 
 /// An attribute.

@@ -209,6 +209,31 @@ TEST(NKXMLElement, ASectionCanBeAChild) {
   EXPECT_EQ(root.XMLString(), "<a><![CDATA[<x>]]></a>");
 }
 
+TEST(NKXMLElement, ListsOfNodesMayBeBracesOrAnyRangeOfHandles) {
+  const auto made = NKXMLNode::elementWithName(
+      "a", {NKXMLElement::withName("b"), NKXMLNode::textWithStringValue("x")},
+      {NKXMLNode::attributeWithName("k", "1"), NKXMLNode::attributeWithName("l", "2")});
+  EXPECT_EQ(made.XMLString(), R"(<a k="1" l="2"><b></b>x</a>)");
+  EXPECT_EQ(
+      NKXMLNode::elementWithName("a", {}, {NKXMLNode::attributeWithName("k", "1")}).XMLString(),
+      R"(<a k="1"></a>)");
+  EXPECT_EQ(NKXMLNode::elementWithName("a", "text").stringValue(), "text");
+
+  auto root = NKXMLElement::withXMLString("<r><c/><d/></r>");
+  const std::vector<NKXMLElement> elements = root.elementsForName("d");
+  root.setChildren(elements);
+  EXPECT_EQ(root.compactXMLString(), "<r><d/></r>");
+  root.setChildren({elements[0], NKXMLElement::withName("e")});
+  EXPECT_EQ(root.compactXMLString(), "<r><d/><e/></r>");
+  root.setChildren(std::vector<NKXMLNode>{NKXMLElement::withName("f")});
+  EXPECT_EQ(root.compactXMLString(), "<r><f/></r>");
+  root.setAttributes({NKXMLNode::attributeWithName("k", "1")});
+  root.setNamespaces({NKXMLNode::namespaceWithName("p", "u")});
+  EXPECT_EQ(root.compactXMLString(), R"(<r xmlns:p="u" k="1"><f/></r>)");
+  root.setAttributes(std::vector<NKXMLNode>{NKXMLNode::attributeWithName("l", "2")});
+  EXPECT_EQ(root.compactXMLString(), R"(<r xmlns:p="u" l="2"><f/></r>)");
+}
+
 TEST(NKXMLElement, AddingNoNodeDoesNothing) {
   auto root = NKXMLElement::withName("r");
   root.addChild(NKXMLNode());
