@@ -158,7 +158,7 @@ std::string TWTimeZone::localize(TWInstant instant, bool isDst) const {
                                 static_cast<int>(offset.count()));
 }
 
-bool operator==(const TWTimeZone& a, const TWTimeZone& b) noexcept { return a.name() == b.name(); }
+bool TWTimeZone::isEqual(const TWTimeZone& other) const noexcept { return name() == other.name(); }
 
 std::ostream& operator<<(std::ostream& stream, const TWTimeZone& zone) {
   return stream << zone.name();

@@ -63,8 +63,11 @@ class TWTimeZone {
   [[nodiscard]] std::string localize(TWInstant instant, bool isDst = false) const;
 
   /// Equal when the names are.
-  friend bool operator==(const TWTimeZone& a, const TWTimeZone& b) noexcept;
+  [[nodiscard]] bool isEqual(const TWTimeZone& other) const noexcept;
+  friend bool operator==(const TWTimeZone& a, const TWTimeZone& b) noexcept { return a.isEqual(b); }
+  [[nodiscard]] std::size_t hash() const noexcept { return std::hash<std::string>{}(name()); }
   /// The IANA name.
+  [[nodiscard]] std::string description() const { return name(); }
   friend std::ostream& operator<<(std::ostream& stream, const TWTimeZone& zone);
 
  private:
@@ -79,7 +82,5 @@ class TWTimeZone {
 
 template <>
 struct std::hash<tarnwell::TWTimeZone> {
-  std::size_t operator()(const tarnwell::TWTimeZone& zone) const noexcept {
-    return std::hash<std::string>{}(zone.name());
-  }
+  std::size_t operator()(const tarnwell::TWTimeZone& zone) const noexcept { return zone.hash(); }
 };

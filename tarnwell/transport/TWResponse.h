@@ -13,7 +13,8 @@ namespace tarnwell {
 
 /// What came of one request: the answer, its body and the body parsed, or why there is none.
 ///
-/// A plain record, cheap to move. Any status is an answer, not an error: look at `response`.
+/// A plain record: what was received is in public fields, only what is made of them is asked for by
+/// operations. Cheap to move. Any status is an answer, not an error: look at `response`.
 ///
 ///     const TWResponse record = connection->get(url);
 ///     if (record.error) std::cerr << record.error;

@@ -90,8 +90,8 @@ std::set<std::string> TWTransport::tokenize(std::string_view value) {
   return tokens;
 }
 
-std::optional<TWAuthInstance> TWTransport::getAuthInstance(const TWCredentials* credentials,
-                                                           TWAuthType authType) {
+std::optional<TWAuthInstance> TWTransport::getAuthInstance(
+    const std::shared_ptr<const TWCredentials>& credentials, TWAuthType authType) {
   if (credentials == nullptr || authType == TWAuthType::none) return std::nullopt;
   TWAuthInstance instance{credentials->username(), credentials->password()};
   // The backslash makes the domain empty; without it a server may take the address's domain for

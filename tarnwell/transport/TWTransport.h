@@ -72,7 +72,7 @@ class TWTransport {
   /// With NTLM an e-mail address gets a leading backslash, that is, an empty domain; the other
   /// schemes send it as it is.
   [[nodiscard]] static std::optional<TWAuthInstance> getAuthInstance(
-      const TWCredentials* credentials, TWAuthType authType);
+      const std::shared_ptr<const TWCredentials>& credentials, TWAuthType authType);
 
   /// Whether a redirect can be followed. Errors, code 2 (ErrorTransport): no new URL, or the URL of
   /// the first request again (compared as text). An empty URL is none.

@@ -55,10 +55,10 @@ std::string TWDictionary::description() const {
   return out + "}";
 }
 
-bool operator==(const TWDictionary& a, const TWDictionary& b) {
-  return a.size() == b.size() && std::ranges::all_of(a, [&b](const TWDictionary::Entry& entry) {
-           const TWValue* other = b.find(entry.first);
-           return other && *other == entry.second;
+bool TWDictionary::isEqual(const TWDictionary& other) const {
+  return size() == other.size() && std::ranges::all_of(entries_, [&other](const Entry& entry) {
+           const TWValue* same = other.find(entry.first);
+           return same && *same == entry.second;
          });
 }
 

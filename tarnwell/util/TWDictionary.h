@@ -55,7 +55,8 @@ class TWDictionary {
   /// "{k = v; ...}" in the order of the keys.
   [[nodiscard]] std::string description() const;
   /// Same names with equal values, in any order.
-  friend bool operator==(const TWDictionary& a, const TWDictionary& b);
+  [[nodiscard]] bool isEqual(const TWDictionary& other) const;
+  friend bool operator==(const TWDictionary& a, const TWDictionary& b) { return a.isEqual(b); }
   friend std::ostream& operator<<(std::ostream& stream, const TWDictionary& dictionary);
   [[nodiscard]] std::size_t hash() const;
 

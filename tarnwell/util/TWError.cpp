@@ -49,10 +49,15 @@ std::string TWError::description() const {
   return formatMessage("%@ %lu: %@", {rep_->domain, rep_->code, userInfo().get("d")});
 }
 
-bool operator==(const TWError& a, const TWError& b) {
-  if (a.rep_ == b.rep_) return true;
-  return a.rep_ && b.rep_ && a.rep_->domain == b.rep_->domain && a.rep_->code == b.rep_->code &&
-         a.rep_->userInfo == b.rep_->userInfo;
+bool TWError::isEqual(const TWError& other) const {
+  if (rep_ == other.rep_) return true;
+  return rep_ && other.rep_ && rep_->domain == other.rep_->domain &&
+         rep_->code == other.rep_->code && rep_->userInfo == other.rep_->userInfo;
+}
+
+std::size_t TWError::hash() const {
+  return 31 * (31 * std::hash<std::string_view>{}(domain()) + std::hash<std::int64_t>{}(code())) +
+         userInfo().hash();
 }
 
 std::ostream& operator<<(std::ostream& stream, const TWError& error) {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -42,6 +44,10 @@ class TWError {
   TWError(TWErrorCode code, TWDictionary userInfo);
   /// An error with a message under "d".
   TWError(std::string_view domain, std::int64_t code, std::string_view message);
+  /// `{}` for the details means none.
+  TWError(std::string_view domain, std::int64_t code, std::nullptr_t) : TWError(domain, code) {}
+  TWError(TWErrorCode code, std::nullptr_t)
+      : TWError(TWErrorDomain, static_cast<std::int64_t>(code)) {}
 
   /// True when there is an error.
   [[nodiscard]] explicit operator bool() const noexcept { return rep_ != nullptr; }
@@ -68,7 +74,9 @@ class TWError {
   [[nodiscard]] std::string description() const;
 
   /// Equal when domain, code and user info are.
-  friend bool operator==(const TWError& a, const TWError& b);
+  [[nodiscard]] bool isEqual(const TWError& other) const;
+  friend bool operator==(const TWError& a, const TWError& b) { return a.isEqual(b); }
+  [[nodiscard]] std::size_t hash() const;
   friend std::ostream& operator<<(std::ostream& stream, const TWError& error);
 
  private:
@@ -80,3 +88,8 @@ class TWError {
 void setError(TWError* out, TWError error);
 
 }  // namespace tarnwell
+
+template <>
+struct std::hash<tarnwell::TWError> {
+  std::size_t operator()(const tarnwell::TWError& error) const { return error.hash(); }
+};

@@ -244,31 +244,32 @@ std::string TWValue::description() const {
       payload_);
 }
 
-bool operator==(const TWValue& a, const TWValue& b) {
-  if (a.isNumber() && b.isNumber()) {
+bool TWValue::isEqual(const TWValue& other) const {
+  if (isNumber() && other.isNumber()) {
     // Integers are compared as such, since a double does not hold all of them.
-    const auto x = a.asInteger();
-    const auto y = b.asInteger();
-    return x && y ? *x == *y : !x && !y && a.asDouble() == b.asDouble();
+    const auto x = asInteger();
+    const auto y = other.asInteger();
+    return x && y ? *x == *y : !x && !y && asDouble() == other.asDouble();
   }
-  if (a.payload_.index() != b.payload_.index()) return false;
-  return std::visit(Overload{
-                        [](std::monostate) { return true; },
-                        [&b](const TWValue::Text& text) {
-                          return text.view() == b.textView() && text.body == b.bodyType();
-                        },
-                        [&b](const std::shared_ptr<TWXMLObject>& object) {
-                          const auto other = b.asObject();
-                          return object == other || object->isEqual(*other);
-                        },
-                        [&b](const NKXMLElement& element) { return element.isEqual(b.asXML()); },
-                        [](const std::weak_ptr<TWObject>&) { return true; },
-                        [&b]<class T>(const std::shared_ptr<const T>& shared) {
-                          return *shared == *std::get<std::shared_ptr<const T>>(b.payload_);
-                        },
-                        [&b]<class T>(const T& plain) { return plain == std::get<T>(b.payload_); },
-                    },
-                    a.payload_);
+  if (payload_.index() != other.payload_.index()) return false;
+  return std::visit(
+      Overload{
+          [](std::monostate) { return true; },
+          [&other](const Text& text) {
+            return text.view() == other.textView() && text.body == other.bodyType();
+          },
+          [&other](const std::shared_ptr<TWXMLObject>& object) {
+            const auto theirs = other.asObject();
+            return object == theirs || object->isEqual(*theirs);
+          },
+          [&other](const NKXMLElement& element) { return element.isEqual(other.asXML()); },
+          [](const std::weak_ptr<TWObject>&) { return true; },
+          [&other]<class T>(const std::shared_ptr<const T>& shared) {
+            return *shared == *std::get<std::shared_ptr<const T>>(other.payload_);
+          },
+          [&other]<class T>(const T& plain) { return plain == std::get<T>(other.payload_); },
+      },
+      payload_);
 }
 
 std::ostream& operator<<(std::ostream& stream, const TWValue& value) {
@@ -294,7 +295,7 @@ std::size_t TWValue::hash() const {
           },
           [](const std::shared_ptr<const TWDictionary>& dictionary) { return dictionary->hash(); },
           [](const std::shared_ptr<TWXMLObject>& object) { return object->hash(); },
-          [](const TWError& error) { return hashOfInteger(error.code()); },
+          [](const TWError& error) { return error.hash(); },
           // Equal values must hash alike, and these are compared by identity or not at all.
           [](const auto&) { return std::size_t{0}; },
       },

@@ -166,7 +166,8 @@ class TWValue {
 
   /// Same kind and same content; numbers by value; objects by their `isEqual`; weak references are
   /// always equal to each other, so that back references do not take part.
-  friend bool operator==(const TWValue& a, const TWValue& b);
+  [[nodiscard]] bool isEqual(const TWValue& other) const;
+  friend bool operator==(const TWValue& a, const TWValue& b) { return a.isEqual(b); }
   friend std::ostream& operator<<(std::ostream& stream, const TWValue& value);
   [[nodiscard]] std::size_t hash() const;
 

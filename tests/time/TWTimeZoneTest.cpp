@@ -313,6 +313,8 @@ TEST(TWTimeZone, LocalizesTheSameWithTheFlagWhenNoDaylightSavingIsInForce) {
 TEST(TWTimeZone, ComparesByName) {
   EXPECT_EQ(zoneNamed("Europe/Berlin"), zoneNamed("Europe/Berlin"));
   EXPECT_NE(zoneNamed("Asia/Calcutta"), zoneNamed("Asia/Kolkata"));
+  EXPECT_TRUE(TWTimeZone().isEqual(zoneNamed("Etc/UTC")));
+  EXPECT_EQ(TWTimeZone().hash(), zoneNamed("Etc/UTC").hash());
   const std::unordered_set<TWTimeZone> set{zoneNamed("Europe/Berlin"), zoneNamed("Europe/Berlin"),
                                            TWTimeZone()};
   EXPECT_EQ(set.size(), 2U);
@@ -322,6 +324,7 @@ TEST(TWTimeZone, PrintsItsName) {
   std::ostringstream stream;
   stream << zoneNamed("Europe/Berlin") << ' ' << TWTimeZone();
   EXPECT_EQ(stream.str(), "Europe/Berlin Etc/UTC");
+  EXPECT_EQ(zoneNamed("Europe/Berlin").description(), "Europe/Berlin");
 }
 
 TEST(TWTimeZone, DefaultCanBeReplaced) {

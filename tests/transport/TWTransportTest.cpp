@@ -227,25 +227,25 @@ TEST(TWTransport, QuotedWordsCountAsTokens) {
 
 TEST(TWTransport, NoCredentialForNoScheme) {
   const auto credentials = TWCredentials::credentialsWithUsernamePassword("ann@example.com", "pw");
-  EXPECT_EQ(TWTransport::getAuthInstance(credentials.get(), TWAuthType::none), std::nullopt);
+  EXPECT_EQ(TWTransport::getAuthInstance(credentials, TWAuthType::none), std::nullopt);
   EXPECT_EQ(TWTransport::getAuthInstance(nullptr, TWAuthType::basic), std::nullopt);
 }
 
 TEST(TWTransport, AnAddressIsSentToNTLMWithAnEmptyDomain) {
   const auto credentials = TWCredentials::credentialsWithUsernamePassword("ann@example.com", "pw");
   const auto nameFor = [&](TWAuthType type) {
-    return TWTransport::getAuthInstance(credentials.get(), type)->username;
+    return TWTransport::getAuthInstance(credentials, type)->username;
   };
   EXPECT_EQ(nameFor(TWAuthType::ntlm), "\\ann@example.com");
   EXPECT_EQ(nameFor(TWAuthType::basic), "ann@example.com");
   EXPECT_EQ(nameFor(TWAuthType::digest), "ann@example.com");
-  EXPECT_EQ(TWTransport::getAuthInstance(credentials.get(), TWAuthType::ntlm)->password, "pw");
+  EXPECT_EQ(TWTransport::getAuthInstance(credentials, TWAuthType::ntlm)->password, "pw");
 }
 
 TEST(TWTransport, OtherFormsOfNamesAreSentToNTLMUnchanged) {
   for (const char* name : {"EXAMPLE\\ann", "ann", "a@b@c"}) {
     const auto credentials = TWCredentials::credentialsWithUsernamePassword(name, "pw");
-    EXPECT_EQ(TWTransport::getAuthInstance(credentials.get(), TWAuthType::ntlm)->username, name);
+    EXPECT_EQ(TWTransport::getAuthInstance(credentials, TWAuthType::ntlm)->username, name);
   }
 }
 

@@ -59,6 +59,7 @@ TEST(TWDictionary, PrintsInTheOrderOfTheKeys) {
 }
 
 TEST(TWDictionary, EqualityAndHashIgnoreTheOrder) {
+  EXPECT_TRUE((TWDictionary{{"a", 1}, {"b", 2}}.isEqual({{"b", 2}, {"a", 1}})));
   const TWDictionary ab{{"a", 1}, {"b", 2}};
   const TWDictionary ba{{"b", 2}, {"a", 1}};
   EXPECT_EQ(ab, ba);

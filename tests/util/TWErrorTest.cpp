@@ -1,5 +1,6 @@
 #include <sstream>
 #include <type_traits>
+#include <unordered_set>
 
 #include <gtest/gtest.h>
 
@@ -85,6 +86,23 @@ TEST(TWError, EqualErrorsHaveEqualDomainCodeAndUserInfo) {
   EXPECT_NE(error, TWError(TWHTTPErrorDomain, 5, "x"));
   EXPECT_NE(error, TWError());
   EXPECT_EQ(TWError(), TWError());
+}
+
+TEST(TWError, EqualErrorsHaveEqualHashes) {
+  const TWError error(TWErrorDomain, 5, "x");
+  EXPECT_TRUE(error.isEqual(TWError(TWErrorDomain, 5, "x")));
+  EXPECT_FALSE(error.isEqual(TWError()));
+  EXPECT_EQ(error.hash(), TWError(TWErrorDomain, 5, "x").hash());
+  EXPECT_NE(error.hash(), TWError(TWErrorDomain, 6, "x").hash());
+  const std::unordered_set<TWError> set{error, error, TWError()};
+  EXPECT_EQ(set.size(), 2U);
+}
+
+TEST(TWError, EmptyBracesMeanNoDetails) {
+  EXPECT_EQ(TWError(TWErrorDomain, 5, {}), TWError(TWErrorDomain, 5));
+  EXPECT_EQ(TWError(TWErrorCode::ErrorItemNotFound, {}).code(),
+            static_cast<std::int64_t>(TWErrorCode::ErrorItemNotFound));
+  EXPECT_EQ(TWError(TWErrorDomain, 5, {{"d", "x"}}).message(), "x");
 }
 
 TEST(TWError, SettingAnErrorNeedsNoOutParameter) {

@@ -109,6 +109,8 @@ TEST(TWValue, SinglePrecisionNumbersKeepTheirShortText) {
 TEST(TWValue, NumbersCompareByValue) {
   EXPECT_EQ(TWValue(1), TWValue(1.0));
   EXPECT_EQ(TWValue(1), TWValue(true));
+  EXPECT_TRUE(TWValue(1).isEqual(1.0));
+  EXPECT_FALSE(TWValue(1).isEqual("1"));
   EXPECT_EQ(TWValue(1).hash(), TWValue(1.0).hash());
   EXPECT_EQ(TWValue(1).hash(), TWValue(true).hash());
   EXPECT_NE(TWValue(1), TWValue(1.5));
