@@ -92,12 +92,17 @@ std::optional<std::string> nameByOffsets(const OffsetAt& offsetAt, sys_seconds n
 
 // A name that the system's files tell may be out of date: a copied zone file beside an old name, or
 // another zone's file mounted where a link leads. Half a year later summer time is told apart.
+// ICU's edition of the zones may be older than the system's: where rules have changed since, as a
+// rule summer time was given up or brought back, the right name still has one of the two offsets.
+// Zones of fixed offset never change, and are what images of containers are made with.
 std::optional<std::string> checked(std::optional<std::string> name, const ZoneSources& sources) {
   if (!name || !sources.offsetAt) return name;
   const auto zone = TWTimeZone::fromTimeZone(*name);
-  for (const auto at : {sources.now, sources.now + std::chrono::hours(183 * 24)})
-    if (zone->offsetAt(at) != sources.offsetAt(at)) return std::nullopt;
-  return name;
+  const auto agreesAt = [&](sys_seconds at) { return zone->offsetAt(at) == sources.offsetAt(at); };
+  const bool isNow = agreesAt(sources.now);
+  const bool isLater = agreesAt(sources.now + std::chrono::hours(183 * 24));
+  const bool isFixed = name->starts_with("Etc/") || name->find('/') == std::string::npos;
+  return (isFixed ? isNow && isLater : isNow || isLater) ? name : std::nullopt;
 }
 
 std::optional<std::string> nameOfTZ(const ZoneSources& sources) {

@@ -218,10 +218,27 @@ TEST_F(DefaultZone, IsThatOfTheCLibraryWhenTheZoneFileIsGone) {
   EXPECT_EQ(resolveZoneName(sourcesLike("Etc/UTC", {})), "Etc/UTC");
 }
 
-TEST_F(DefaultZone, IsNoZoneThatHasOnlyThePresentOffset) {
+TEST_F(DefaultZone, IsNoFixedZoneThatHasOneOfTheOffsetsOnly) {
+  write("share/zoneinfo/Etc/UTC");
+  link("etc/localtime", "../share/zoneinfo/Etc/UTC");
+  auto london = sourcesLike("Europe/London", {});
+  EXPECT_EQ(offsetOf(resolveZoneName(london)), hours(1));
+  london.now += hours(183 * 24);
+  const auto zone = test::zoneNamed(resolveZoneName(london));
+  EXPECT_EQ(zone.offsetAt(kNow + hours(366 * 24)), hours(1)) << zone;
+}
+
+// The system's zones are of a later edition than ICU's, and the country has given summer time up.
+TEST_F(DefaultZone, KeepsANameWhoseRulesHaveChangedSince) {
+  write("share/zoneinfo/Europe/Berlin");
   link("etc/localtime", "../share/zoneinfo/Europe/Berlin");
-  const auto zone = resolveZoneName(sourcesLike("Africa/Johannesburg", {}));
-  EXPECT_EQ(test::zoneNamed(zone).offsetAt(kNow + hours(183 * 24)), hours(2)) << zone;
+  for (const auto offset : {hours(1), hours(2)}) {
+    ZoneSources later = sources();
+    later.offsetAt = [offset](sys_seconds) { return seconds(offset); };
+    EXPECT_EQ(resolveZoneName(later), "Europe/Berlin");
+    later.now += hours(183 * 24);
+    EXPECT_EQ(resolveZoneName(later), "Europe/Berlin");
+  }
 }
 
 TEST_F(DefaultZone, IsUtcWhenNothingTellsIt) {
