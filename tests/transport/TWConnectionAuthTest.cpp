@@ -225,14 +225,18 @@ TEST(TWConnectionAuth, OneStaleLoginIsTriedAgain) {
 }
 
 TEST(TWConnectionAuth, LoginOfTheCallersOwnAnswersNoChallenge) {
-  ScriptedServer server;
-  const RecordingLog log;
-  const auto connection = ann();
-  EXPECT_EQ(status(connection->post(server.url("/"), TWHeaders{{"authorization", "Basic x"}}, "b")),
-            200);
-  EXPECT_EQ(authorization(server, 0), "Basic x");
-  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::none);
-  EXPECT_EQ(log.count("Using auth type"), 0);
+  for (const auto* const scheme : {kBasic, kDigest, "NTLM"}) {
+    ScriptedServer server;
+    const RecordingLog log;
+    const auto connection = ann();
+    server.enqueue(ScriptedAnswer::challenge({scheme}));
+    const TWHeaders own{{"authorization", "Basic x"}};
+    EXPECT_EQ(status(connection->post(server.url("/"), own, "b")), 401) << scheme;
+    ASSERT_EQ(server.requests().size(), 1U) << scheme;
+    EXPECT_EQ(authorization(server, 0), "Basic x");
+    EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::none);
+    EXPECT_EQ(log.count("Using auth type"), 0);
+  }
 }
 
 TEST(TWConnectionAuth, NewPasswordIsTakenAfterARefusal) {

@@ -312,7 +312,12 @@ CURLcode HTTPTransfer::Engine::prepare(const HTTPRequest& wanted) {
   chooseMethod(set, wanted);
   set(CURLOPT_FOLLOWLOCATION, wanted.followsRedirects ? 1L : 0L);
   set(CURLOPT_REDIR_PROTOCOLS_STR, usesTLS(wanted.url) ? "https" : "http,https");
-  if (wanted.login) {
+  // A login of the caller's own answers no challenge: the field would be sent beside ours.
+  const bool answersChallenges =
+      wanted.login && std::ranges::none_of(wanted.headers, [](const auto& field) {
+        return equalIgnoringCase(field.first, "Authorization");
+      });
+  if (answersChallenges) {
     // Without Negotiate: when it is allowed but no ticket is at hand, nothing else is tried.
     set(CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST | CURLAUTH_NTLM));
     set(CURLOPT_USERNAME, wanted.login->username);
@@ -322,11 +327,7 @@ CURLcode HTTPTransfer::Engine::prepare(const HTTPRequest& wanted) {
     set(CURLOPT_USERNAME, nullptr);
     set(CURLOPT_PASSWORD, nullptr);
   }
-  // For `onDebug`, which sees the headers sent. A login of the caller's own answers no challenge.
-  const bool answersChallenges =
-      wanted.login && std::ranges::none_of(wanted.headers, [](const auto& field) {
-        return equalIgnoringCase(field.first, "Authorization");
-      });
+  // For `onDebug`, which sees the headers sent.
   set(CURLOPT_VERBOSE, answersChallenges ? 1L : 0L);
   const CURLcode headerResult = setHeaders(set, wanted);
   return headerResult != CURLE_OK ? headerResult : set.result();
