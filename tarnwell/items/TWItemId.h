@@ -17,6 +17,10 @@ class TWItemId : public detail::ElementKind<TWItemId, TWEWSElement> {
   [[nodiscard]] static constexpr std::string_view idAttr() noexcept { return "Id"; }
   /// "ChangeKey".
   [[nodiscard]] static constexpr std::string_view changeKeyAttr() noexcept { return "ChangeKey"; }
+
+ protected:
+  /// The pair, whether both are there or not.
+  [[nodiscard]] TWList identity() const override { return {get("id"), get("changekey")}; }
 };
 
 /// The id of the item that an attachment is created on (`m:ParentItemId`).

@@ -11,6 +11,7 @@ TWValue TWBase64Field::fromChild(const NKXMLElement& child,
 }
 
 TWValue TWBase64Field::toXML(const TWValue& value, const TWVersion* version, TWError* error) const {
+  if (value.isAbsent()) return elementWith({}, version, error);
   if (!checkInstance(value, version, error)) return {};
   return elementWith(detail::encodeBase64(*value.asData()), version, error);
 }

@@ -27,6 +27,7 @@ TWValue TWTimeZoneField::fromChild(const NKXMLElement& child,
 
 TWValue TWTimeZoneField::toXML(const TWValue& value, const TWVersion* version,
                                TWError* error) const {
+  if (value.isAbsent()) return elementWith({}, version, error);
   if (!checkInstance(value, version, error)) return {};
   const std::string zone = value.asTimeZone()->mszone();
   return TWUtils::createElement(requestTag(), {{"Id", zone}, {"Name", zone}});

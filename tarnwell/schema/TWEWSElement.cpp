@@ -173,7 +173,7 @@ bool TWEWSElement::isEqual(const TWObject& other) const {
   const Nesting nesting(steps, *this, element);
   // A pair that is being compared already makes no difference to the outcome.
   if (nesting.isRepeated()) return true;
-  return !nesting.tooDeep() && element->identity() == identity();
+  return !nesting.tooDeep() && identity() == element->identity();
 }
 
 std::size_t TWEWSElement::hash() const {

@@ -43,6 +43,7 @@ TWValue TWEWSElementField::ownXML(const TWValue& value, const TWVersion* version
 
 TWValue TWRecurrenceField::toXML(const TWValue& value, const TWVersion* version,
                                  TWError* error) const {
+  if (value.isAbsent() && options().fieldURI) return elementWith({}, version, error);
   return ownXML(value, version, error);
 }
 

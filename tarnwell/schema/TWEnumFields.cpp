@@ -86,6 +86,7 @@ TWValue TWEnumField::fromChild(const NKXMLElement& child,
 }
 
 TWValue TWEnumField::toXML(const TWValue& value, const TWVersion* version, TWError* error) const {
+  if (value.isAbsent()) return elementWith({}, version, error);
   const auto enumName = nameAt(value, error);
   return enumName ? elementWith(*enumName, version, error) : TWValue();
 }
@@ -106,6 +107,7 @@ TWValue TWEnumListField::fromChild(const NKXMLElement& child,
 
 TWValue TWEnumListField::toXML(const TWValue& value, const TWVersion* version,
                                TWError* error) const {
+  if (value.isAbsent()) return elementWith({}, version, error);
   const auto list = value.asList();
   if (!list) {
     setError(error, {TWErrorCode::ErrorValueOutOfRange,

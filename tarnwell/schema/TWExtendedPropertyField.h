@@ -30,6 +30,9 @@ class TWExtendedPropertyField : public detail::FieldKind<TWExtendedPropertyField
   /// when there is a default.
   [[nodiscard]] TWValue clean(const TWValue& value, const TWVersion* version,
                               TWError* error = nullptr) const override;
+  /// A value that is no instance of the property is made one, and validated as such.
+  [[nodiscard]] TWValue valueToWrite(const TWValue& value, const TWVersion* version,
+                                     TWError* error = nullptr) const override;
   /// The first `t:ExtendedProperty` child that is addressed as the property is. Absent when its
   /// value cannot be read, the default when there is none.
   [[nodiscard]] TWValue fromXML(const NKXMLElement& element,
@@ -41,6 +44,10 @@ class TWExtendedPropertyField : public detail::FieldKind<TWExtendedPropertyField
   [[nodiscard]] NKXMLElement fieldURIXML() const override;
   /// Of the name, so that two fields of one name are equal.
   [[nodiscard]] std::size_t hash() const override;
+
+ private:
+  /// The value as an instance of the property.
+  [[nodiscard]] TWValue wrapped(const TWValue& value) const;
 };
 
 }  // namespace tarnwell

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <iosfwd>
 #include <memory>
@@ -49,8 +50,16 @@ class TWField {
   /// One option by its name; see `TWFieldOptions::get`, `set` and `remove`.
   [[nodiscard]] TWValue get(std::string_view option) const { return options_.get(option); }
   [[nodiscard]] TWValue operator[](std::string_view option) const { return get(option); }
-  bool set(std::string_view option, const TWValue& value) { return options_.set(option, value); }
-  void remove(std::string_view option) { options_.remove(option); }
+  /// Both change nothing once the field is in the list of an element class.
+  bool set(std::string_view option, const TWValue& value) {
+    return !isFrozen() && options_.set(option, value);
+  }
+  void remove(std::string_view option) {
+    if (!isFrozen()) options_.remove(option);
+  }
+  /// Ends all changes of the options: lists refer to them, and elements to the name.
+  void freeze() const noexcept { frozen_.store(true, std::memory_order_relaxed); }
+  [[nodiscard]] bool isFrozen() const noexcept { return frozen_.load(std::memory_order_relaxed); }
 
   /// The option "name"; empty when there is none. Lives as long as the field.
   [[nodiscard]] std::string_view name() const noexcept {
@@ -88,6 +97,12 @@ class TWField {
   /// out of range; ErrorType for one of the wrong kind. The error of a nested element is passed up.
   [[nodiscard]] virtual TWValue clean(const TWValue& value, const TWVersion* version,
                                       TWError* error = nullptr) const;
+  /// Like `clean`, for callers that write a value by themselves, in a list of changes or in a
+  /// filter: a value that `clean` leaves for `toXML` to wrap comes wrapped.
+  [[nodiscard]] virtual TWValue valueToWrite(const TWValue& value, const TWVersion* version,
+                                             TWError* error = nullptr) const {
+    return clean(value, version, error);
+  }
 
   /// The value in the element that the field belongs to. Never fails: what is missing or cannot be
   /// read gives the default, or absent.
@@ -131,6 +146,7 @@ class TWField {
 
  private:
   TWFieldOptions options_;
+  mutable std::atomic<bool> frozen_ = false;
 };
 
 namespace detail {

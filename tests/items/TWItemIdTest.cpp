@@ -92,12 +92,18 @@ TEST(TWItemId, HasAtMost512Characters) {
       IsFailure(TWErrorCode::ErrorValueOutOfRange, "id value " + longest + "i exceeds length 512"));
 }
 
+TEST(TWItemId, IsWrittenWithTheIdFirst) {
+  EXPECT_EQ(TWItemId::withDict({{"changekey", "c"}, {"id", "i"}})->toXML(nullptr).XMLString(),
+            R"(<t:ItemId Id="i" ChangeKey="c"></t:ItemId>)");
+}
+
 TEST(TWItemId, IsComparedByIdAndChangeKey) {
   const auto id = TWItemId::withDict(kBoth);
   EXPECT_EQ(*id, *TWItemId::withDict(kBoth));
   EXPECT_EQ(id->hash(), TWItemId::withDict(kBoth)->hash());
   EXPECT_FALSE(*id == *TWItemId::withDict({{"id", "i"}, {"changekey", "d"}}));
   EXPECT_FALSE(*id == *TWItemId::withDict({{"id", "i"}}));
+  EXPECT_FALSE(*TWItemId::withDict({{"id", "x"}}) == *TWItemId::withDict({{"changekey", "x"}}));
 }
 
 TEST(TWItemId, OnlyThatOfAConversationStandsForAConstant) {

@@ -334,6 +334,31 @@ TEST(TWEWSElement, EqualityGoesByTheValuesOfFields) {
   EXPECT_FALSE(*a == *Street::withDict({{"name", "Ann"}, {"number", 1}}));
 }
 
+TEST(TWEWSElement, MissingValuesAddNothingToEquality) {
+  const auto kind = Person::withDict({{"kind", "x"}});
+  const auto name = Person::withDict({{"name", "x"}});
+  EXPECT_EQ(*kind, *name);
+  EXPECT_EQ(kind->hash(), name->hash());
+}
+
+TEST(TWEWSElement, NestedElementsAreValidatedAndWrittenForTheSameVersion) {
+  const auto ann = [] {
+    return Person::withDict({{"friend", Person::withDict({{"nick", "too long"}})}});
+  };
+  EXPECT_TRUE(ann()->clean(&k2007));
+  EXPECT_TRUE(cleanFailure(*ann(), &k2013).is(kWrongValue));
+  EXPECT_THAT(written(*ann(), &k2007),
+              EqualsXML("<t:Person><t:Age>18</t:Age><t:Friend><t:Person><t:Age>18</t:Age>"
+                        "</t:Person></t:Friend></t:Person>"));
+}
+
+TEST(TWEWSElement, ANestedElementMayBeOfADerivedClass) {
+  const auto withPerson = Person::withDict({{"friend", Person::withDict({{"name", "Ann"}})}});
+  const auto withGuest = Person::withDict({{"friend", Guest::withDict({{"name", "Ann"}})}});
+  EXPECT_EQ(*withPerson, *withGuest);
+  EXPECT_EQ(withPerson->hash(), withGuest->hash());
+}
+
 TEST(TWEWSElement, ListsDoNotCountForEquality) {
   const auto a = Person::withDict({{"name", "Ann"}, {"tags", TWValue::list({"x"})}});
   const auto b = Person::withDict({{"name", "Ann"}});

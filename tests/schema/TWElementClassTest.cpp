@@ -171,6 +171,23 @@ TEST(TWElementClass, AttributesAreSeparateFromChildren) {
               ElementsAre("name", "age", "created", "tags", "street", "friend"));
 }
 
+TEST(TWElementClass, AFieldInAListKeepsItsOptions) {
+  static const TWElementClass cls(
+      {.name = "Frozen", .base = &Person::elementClass(), .fields = [] { return TWFields(); }});
+  const auto field =
+      TWCharField::withProps({.name = "a_name_that_is_not_short", .isReadOnly = true});
+  EXPECT_TRUE(field->set("fieldURI", "person:Extra"));
+  EXPECT_FALSE(field->isFrozen());
+  cls.addField(field, 0);
+  EXPECT_TRUE(field->isFrozen());
+  EXPECT_FALSE(field->set("name", std::string(100, 'x')));
+  field->remove("name");
+  field->remove("isReadOnly");
+  EXPECT_EQ(field->name(), "a_name_that_is_not_short");
+  EXPECT_TRUE(field->isReadOnly());
+  EXPECT_EQ(cls.getFieldByFieldName("a_name_that_is_not_short"), field);
+}
+
 TEST(TWElementClass, FindsTheFirstFieldOfAName) {
   EXPECT_EQ(Person::getFieldByFieldName("age"), Person::fields()[4]);
   EXPECT_EQ(Person::getFieldByFieldName("Age"), nullptr);

@@ -227,6 +227,7 @@ TEST(TWRecurrenceField, WritesTheValueAloneEvenWithAFieldURI) {
   EXPECT_THAT(written(*field, TWItemId::withDict({{"id", "i"}})),
               EqualsXML(R"(<t:ItemId Id="i"/>)"));
   EXPECT_EQ(written(*field, TWItemId::withDict()), "error: id is a required field with no default");
+  EXPECT_THAT(written(*field, {}), EqualsXML("<t:Recurrence/>"));
 }
 
 TEST(TWRecurrenceField, IsReadAsANestedElement) {

@@ -146,6 +146,17 @@ TEST(TWEnumListField, UnknownNamesComeBeforeRepeatedOnesAndThoseBeforeTheVersion
               testing::HasSubstr("must be unique"));
   EXPECT_TRUE(
       failure(*field, TWValue::list({"Monday"}), &old).is(TWErrorCode::ErrorInvalidServerVersion));
+  EXPECT_THAT(failure(*field, TWList(), &old),
+              IsFailure(kWrongValue, "Value () of field day must not be empty"));
+}
+
+TEST(TWEnumListField, EveryPositionIsComparedWithTheBounds) {
+  auto options = kWeekdays;
+  options.min = 2;
+  const auto field = TWEnumListField::withProps(options);
+  EXPECT_THAT(failure(*field, TWValue::list({"Sunday"})),
+              IsFailure(kWrongValue, "value 1 on field day must be greater than 2"));
+  EXPECT_EQ(cleaned(*field, TWValue::list({"Monday"})), TWValue::list({2}));
 }
 
 TEST(TWEnumListField, WhatIsNoListFailsAsAnyListDoes) {

@@ -137,6 +137,28 @@ TEST(TWExtendedPropertyField, CleanDoesNotAskForTheVersion) {
   EXPECT_EQ(field.clean(value, &old), value);
 }
 
+TEST(TWExtendedPropertyField, APlainValueIsWrappedForCallersThatWriteIt) {
+  const auto field = fieldOf(projectId());
+  const auto plain = field->valueToWrite("P-1", nullptr);
+  EXPECT_EQ(plain, TWValue(projectId().withDict({{"value", "P-1"}})));
+  EXPECT_EQ(field->toXML(plain, nullptr).asXML().XMLString(),
+            field->toXML("P-1", nullptr).asXML().XMLString());
+  EXPECT_EQ(field->valueToWrite(plain, nullptr), plain);
+  TWError error;
+  EXPECT_TRUE(field->valueToWrite({}, nullptr, &error).isAbsent());
+  EXPECT_FALSE(error);
+
+  const auto& lists =
+      TWExtendedPropertyClass::declare({.name = "Lists",
+                                        .distinguishedPropertySetId = "PublicStrings",
+                                        .propertyName = "Lists",
+                                        .propertyType = "StringArray"});
+  const auto list = TWValue::list({"a", "b"});
+  EXPECT_EQ(valueOf(fieldOf(lists)->valueToWrite(list, nullptr)), list);
+  EXPECT_TRUE(fieldOf(lists)->valueToWrite("a", nullptr, &error).isAbsent());
+  EXPECT_EQ(error.message(), "Lists value a must be a list");
+}
+
 TEST(TWExtendedPropertyField, ReadsTheFirstPropertyThatIsAddressedAsItsOwn) {
   const auto xml =
       item(property(R"(PropertyTag="0x1090" PropertyType="Integer")", "2") +
@@ -166,22 +188,26 @@ TEST(TWExtendedPropertyField, AnAttributeThatIsMissingOrDifferentIsNoMatch) {
     EXPECT_EQ(field.fromXML(item(property(attributes, "2")), nullptr), TWValue(7)) << attributes;
 }
 
-TEST(TWExtendedPropertyField, IdentifiersOfSetsAndTagsMatchInEitherCase) {
-  EXPECT_EQ(valueOf(fieldOf(TWExternId::elementClass())
-                        ->fromXML(item(property(
-                                      R"(PropertySetId="C11FF724-AA03-4555-9952-8FA248A11C3F"
-                                   PropertyName="External ID" PropertyType="String")",
-                                      "E-1")),
-                                  nullptr)),
-            TWValue("E-1"));
+TEST(TWExtendedPropertyField, IdentifiersOfSetsAndTagsMatchInLowerCaseOnly) {
+  const auto externId = [](std::string_view set) {
+    return fieldOf(TWExternId::elementClass())
+        ->fromXML(item(property("PropertySetId=\"" + std::string(set) +
+                                    R"(" PropertyName="External ID" PropertyType="String")",
+                                "E-1")),
+                  nullptr);
+  };
+  EXPECT_EQ(valueOf(externId("c11ff724-aa03-4555-9952-8fa248a11c3f")), TWValue("E-1"));
+  EXPECT_TRUE(externId("C11FF724-AA03-4555-9952-8FA248A11C3F").isAbsent());
+
   const auto& tagged = TWExtendedPropertyClass::declare(
       {.name = "Tagged", .propertyTag = "0x3FDE", .propertyType = "Integer"});
-  for (const auto* const tag : {"0x3fde", "0x3FDE"})
-    EXPECT_EQ(valueOf(fieldOf(tagged)->fromXML(
-                  item(property("PropertyTag=\"" + std::string(tag) + "\" PropertyType=\"Integer\"",
-                                "1")),
-                  nullptr)),
-              TWValue(1));
+  const auto number = [&](std::string_view tag) {
+    return fieldOf(tagged)->fromXML(
+        item(property("PropertyTag=\"" + std::string(tag) + "\" PropertyType=\"Integer\"", "1")),
+        nullptr);
+  };
+  EXPECT_EQ(valueOf(number("0x3fde")), TWValue(1));
+  EXPECT_TRUE(number("0x3FDE").isAbsent());
 }
 
 TEST(TWExtendedPropertyField, APropertyWhoseValueCannotBeReadIsNothingNotTheDefault) {

@@ -185,6 +185,8 @@ TEST(TWExtendedPropertyClass, ATagPrintsAsLowerCaseHexadecimalOfTwoDigitsOrMore)
   EXPECT_THAT(classOfTag(4240).propertyTagAsHex(), Optional(std::string("0x1090")));
   EXPECT_THAT(classOfTag(5).propertyTagAsHex(), Optional(std::string("0x05")));
   EXPECT_THAT(classOfTag("0x3FDE").propertyTagAsHex(), Optional(std::string("0x3fde")));
+  EXPECT_THAT(classOfTag(-1).propertyTagAsHex(), Optional(std::string("0xffffffff")));
+  EXPECT_THAT(classOfTag(0).propertyTagAsHex(), Optional(std::string("0x00")));
   EXPECT_EQ(TWExternId::elementClass().propertyTagAsHex(), std::nullopt);
 }
 
@@ -429,6 +431,23 @@ TEST(TWExtendedProperty, TheConstantTextIsThatOfASingleValue) {
             std::nullopt);
   EXPECT_EQ(TWFlag::withDict({{"value", TWFlag::withDict({{"value", 1}})}})->constantText(),
             std::nullopt);
+}
+
+TEST(TWExtendedProperty, CharactersThatXMLForbidsAreReplaced) {
+  const auto property = TWExternId::withDict({{"value",
+                                               "a\x01"
+                                               "b"}});
+  EXPECT_EQ(property->toXML(nullptr).stringValue(), "a?b");
+  EXPECT_THAT(property->constantText(), Optional(std::string("a?b")));
+}
+
+TEST(TWExtendedProperty, AMissingValueIsWrittenAsAnEmptyElement) {
+  EXPECT_EQ(TWFlag::withDict()->toXML(nullptr).compactXMLString(), "<t:Value/>");
+  EXPECT_EQ(classOfType("StringArray")
+                .withDict({{"value", TWValue::list({TWValue(), "a"})}})
+                ->toXML(nullptr)
+                .compactXMLString(),
+            "<t:Values><t:Value/><t:Value>a</t:Value></t:Values>");
 }
 
 TEST(TWExtendedProperty, ASingleValueIsReadByItsType) {

@@ -49,6 +49,14 @@ TEST(TWField, GivenOptionsWinOverTheDefaults) {
   EXPECT_EQ((*field)["name"], TWValue("size"));
 }
 
+TEST(TWField, WhatIsToBeWrittenIsTheValidatedValue) {
+  const auto field = TWEnumField::withProps({.name = "p", .enum_ = {"Low", "High"}});
+  EXPECT_EQ(field->valueToWrite("High", nullptr), TWValue(2));
+  TWError error;
+  EXPECT_TRUE(field->valueToWrite("Odd", nullptr, &error).isAbsent());
+  EXPECT_TRUE(error);
+}
+
 TEST(TWField, OwnsItsOptions) {
   const auto a = TWField::withProps({.name = "a"});
   const auto b = TWField::withProps({.name = "b"});
@@ -376,6 +384,11 @@ TEST(ScalarFields, ReadAnyTextWithoutFailing) {
       EXPECT_TRUE(value.isAbsent() || value.isIterable() || field->valueClass().hasInstance(value))
           << field->className() << " of " << text << ": " << value;
     }
+}
+
+TEST(ScalarFields, AMissingValueIsWrittenAsAnEmptyElement) {
+  for (const auto& kind : scalarKinds())
+    EXPECT_THAT(written(*kind.field, {}), EqualsXML("<t:P/>")) << kind.field->className();
 }
 
 TEST(ScalarFields, AnyValueIsWrittenOrFails) {

@@ -7,6 +7,7 @@ namespace tarnwell::detail {
 FieldList::FieldList(TWFields fields) : fields_(std::move(fields)) {
   for (std::size_t at = 0; at < fields_.size(); ++at) {
     const TWField& field = *fields_[at];
+    field.freeze();
     if (field.isAttribute()) attributes_.push_back(&field);
     if (const auto tag = field.childTag(); tag && !tag->name.empty())
       readers_[tag->name].push_back(static_cast<std::uint16_t>(at));
