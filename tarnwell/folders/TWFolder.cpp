@@ -329,6 +329,15 @@ std::optional<TWItemEntries> TWFolder::fetch(const TWItemEntries& ids,
   return std::nullopt;
 }
 
+std::optional<TWResults<std::shared_ptr<TWBulkCreateResult>>> TWFolder::bulkCreateItems(
+    const std::vector<std::shared_ptr<TWItem>>& items, std::string_view messageDisposition,
+    std::string_view sendMeetingInvitiations, TWError* error) const {
+  if (const auto account = this->account())
+    return account->bulkCreate(self(), items, messageDisposition, sendMeetingInvitiations, error);
+  setError(error, badValue("Folder must have an account", {}));
+  return std::nullopt;
+}
+
 bool TWFolder::testAccess(TWError* error) const {
   TWError failure;
   static_cast<void>(findItems(Q(), {.pageSize = 1, .maxItems = 1}, &failure));

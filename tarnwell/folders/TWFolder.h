@@ -19,6 +19,7 @@
 namespace tarnwell {
 
 class TWAccount;
+class TWBulkCreateResult;
 class TWCalendarView;
 class TWFieldOrder;
 class TWFieldPath;
@@ -189,6 +190,11 @@ class TWFolder : public detail::FolderKind<TWFolder, TWRegisterMixIn>, public TW
   [[nodiscard]] std::optional<TWItemEntries> fetch(
       const TWItemEntries& ids, const std::optional<TWList>& onlyFields = std::nullopt,
       TWError* error = nullptr) const;
+  /// Creates items in the folder; see the account's `bulkCreate`. (The parameter is misspelt in the
+  /// interface.)
+  std::optional<TWResults<std::shared_ptr<TWBulkCreateResult>>> bulkCreateItems(
+      const std::vector<std::shared_ptr<TWItem>>& items, std::string_view messageDisposition,
+      std::string_view sendMeetingInvitiations, TWError* error = nullptr) const;
   /// Whether the account may search the folder.
   [[nodiscard]] bool testAccess(TWError* error = nullptr) const;
 

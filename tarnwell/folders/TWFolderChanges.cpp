@@ -1,6 +1,5 @@
 // What a folder does on the server: requests for folders, and changes of them.
 
-#include <algorithm>
 #include <utility>
 
 #include "tarnwell/account/TWAccount.h"

@@ -1,6 +1,7 @@
 #include "tarnwell/folders/TWRoot.h"
 
 #include <algorithm>
+#include <unordered_map>
 #include <utility>
 
 #include "tarnwell/account/TWAccount.h"
@@ -24,6 +25,22 @@ const TWFolderClass& TWRoot::elementClass() {
                                                   .make = &detail::makeElement<TWRoot>});
   return kClass;
 }
+
+/// Folders in the server's order, and where they are.
+struct TWRoot::Cache {
+  TWFolders folders;
+  std::unordered_map<std::string, std::size_t> places;
+  std::unordered_map<std::string, TWFolders> children;  ///< by the parent's id
+  bool isIndexed = false;                               ///< `children` is up to date
+
+  void store(const std::shared_ptr<TWFolder>& folder);
+  void remove(const std::string& folderId);
+  [[nodiscard]] std::shared_ptr<TWFolder> find(const std::string& folderId) const;
+};
+
+TWRoot::TWRoot() = default;
+
+TWRoot::~TWRoot() = default;
 
 void TWRoot::Cache::store(const std::shared_ptr<TWFolder>& folder) {
   auto id = folder ? folderIdOf(*folder) : std::string();
@@ -68,8 +85,8 @@ std::optional<TWFolderMap> TWRoot::subFolders() const {
 }
 
 void TWRoot::setSubFolders(const TWFolders& folders) {
-  Cache cache;
-  for (const auto& folder : folders) cache.store(folder);
+  auto cache = std::make_unique<Cache>();
+  for (const auto& folder : folders) cache->store(folder);
   const std::scoped_lock lock(mutex_);
   cache_ = std::move(cache);
   isFilled_ = true;
@@ -80,13 +97,13 @@ void TWRoot::fillCache(TWError* error) const {
 }
 
 bool TWRoot::updateCache(TWError* error) const {
-  Cache cache;
-  cache.store(self());
+  auto cache = std::make_unique<Cache>();
+  cache->store(self());
   TWError failure;
   if (const auto start = findFoldersRoot(&failure)) {
-    cache.store(start);
+    cache->store(start);
     for (const auto& folder : findFoldersBelow(start, "IdOnly", "Deep", &failure))
-      cache.store(folder);
+      cache->store(folder);
   }
   {
     const std::scoped_lock lock(mutex_);
@@ -115,7 +132,7 @@ std::shared_ptr<TWFolder> TWRoot::getFolder(std::string_view folderId) const {
 
 void TWRoot::addFolder(const std::shared_ptr<TWFolder>& folder) const {
   const std::scoped_lock lock(mutex_);
-  if (!cache_) cache_.emplace();
+  if (!cache_) cache_ = std::make_unique<Cache>();
   cache_->store(folder);
 }
 

@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 #include "tarnwell/folders/TWFolder.h"
 
@@ -21,6 +20,8 @@ using TWFolderMap = std::map<std::string, std::shared_ptr<TWFolder>>;
 /// The look-ups below may be used from several threads.
 class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
  public:
+  TWRoot();
+  ~TWRoot() override;
   [[nodiscard]] static const TWFolderClass& elementClass();
   [[nodiscard]] std::shared_ptr<TWRoot> root() const override;
 
@@ -76,17 +77,7 @@ class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
 
  private:
   friend class detail::FolderTree;
-  /// Folders in the server's order, and where they are.
-  struct Cache {
-    TWFolders folders;
-    std::unordered_map<std::string, std::size_t> places;
-    std::unordered_map<std::string, TWFolders> children;  ///< by the parent's id
-    bool isIndexed = false;                               ///< `children` is up to date
-
-    void store(const std::shared_ptr<TWFolder>& folder);
-    void remove(const std::string& folderId);
-    [[nodiscard]] std::shared_ptr<TWFolder> find(const std::string& folderId) const;
-  };
+  struct Cache;
   [[nodiscard]] std::string parentId(const TWFolder& folder, const Cache& cache) const;
   void fillCache(TWError* error) const;
   [[nodiscard]] TWFolders cachedChildren(const TWFolder& folder) const;
@@ -96,8 +87,8 @@ class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
                                                             std::shared_ptr<TWFolder> folder) const;
   [[nodiscard]] std::shared_ptr<TWFolder> searchDefaultFolder(const TWFolderClass& cls) const;
 
-  mutable std::mutex mutex_;  // guards all below; never held over a request
-  mutable std::optional<Cache> cache_;
+  mutable std::mutex mutex_;              // guards all below; never held over a request
+  mutable std::unique_ptr<Cache> cache_;  ///< null when nothing is cached
   mutable bool isFilled_ = false;
   mutable TWFolderMap defaultFolders_;
 };

@@ -211,6 +211,9 @@ TEST_F(TWFolderSearch, NeedsAnAccount) {
   EXPECT_FALSE(
       TWInbox::withDict({{"folder_id", "I"}})->fetch({TWIdPair{"1"}}, std::nullopt, &error));
   EXPECT_EQ(error.message(), "Folder must have an account");
+  error = {};
+  EXPECT_FALSE(TWInbox::withDict()->bulkCreateItems({}, "SaveOnly", "SendToNone", &error));
+  EXPECT_EQ(error.message(), "Folder must have an account");
 }
 
 TEST_F(TWFolderSearch, QuerySetsStartWithoutARequest) {

@@ -69,7 +69,8 @@ namespace tarnwell::test {
 /// A status 500 without a body.
 [[nodiscard]] inline ScriptedAnswer failedAnswer() { return ScriptedAnswer::xml("", 500); }
 
-/// What stands in the body of a request's envelope, with elements that are empty in their short form.
+/// What stands in the body of a request's envelope, with elements that are empty in their short
+/// form.
 [[nodiscard]] inline std::string payloadOf(const ScriptedRequest& request) {
   constexpr std::string_view kBegin = "<s:Body>", kEnd = "</s:Body>";
   const auto begin = request.body.find(kBegin), end = request.body.rfind(kEnd);

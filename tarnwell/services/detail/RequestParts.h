@@ -19,8 +19,8 @@ class TWFolderClass;
 namespace tarnwell::detail {
 
 /// `m:ItemShape` or `m:FolderShape`, whichever is named, with the shape and the fields asked for
-/// besides: expanded for the version, in the order of their texts. Invalid with an error when a path
-/// cannot be written.
+/// besides: expanded for the version, in the order of their texts. Invalid with an error when a
+/// path cannot be written.
 [[nodiscard]] NKXMLElement shapeElement(std::string_view name, std::string_view shape,
                                         const std::vector<std::shared_ptr<TWFieldPath>>& fields,
                                         const TWVersion* version, TWError* error);
