@@ -482,7 +482,8 @@ NKXMLElement Q::leafXML(const TWFolder& folder, const TWVersion* version, TWErro
     // A path with a part but no label is validated by its field, deliberately.
     const TWField& field = path->subField() && path->label() ? *path->subField() : *path->field();
     TWError failure;
-    operand = field.clean(field.isList() ? TWValue::list({operand}) : operand, version, &failure);
+    operand =
+        field.valueToWrite(field.isList() ? TWValue::list({operand}) : operand, version, &failure);
     if (failure) {
       setError(error, failure);
       return {};

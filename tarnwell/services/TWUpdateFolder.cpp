@@ -73,7 +73,7 @@ std::optional<std::vector<NKXMLElement>> TWUpdateFolder::getFolderUpdateElems(
       refuse("%@ is a read-only field", *field);
       break;
     }
-    const auto value = field->clean(folder.get(field->name()), target, &failure);
+    const auto value = field->valueToWrite(folder.get(field->name()), target, &failure);
     if (failure) break;
     const auto path = TWFieldPath::withField(field);
     if (!value.isAbsent()) {

@@ -26,7 +26,7 @@ class Changes {
     if (failure_) return;
     if (field->isReadOnly() && !field->name().empty())
       return refuse("%@ is a read-only field", *field);
-    const auto value = field->clean(item_.get(field->name()), version_, &failure_);
+    const auto value = field->valueToWrite(item_.get(field->name()), version_, &failure_);
     if (failure_) return;
     if (value.isAbsent()) {
       if (field->isRequired() || field->isRequiredAfterSave())

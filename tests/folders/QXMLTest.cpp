@@ -6,7 +6,9 @@
 #include "tarnwell/folders/TWRestriction.h"
 #include "tarnwell/folders/TWWellKnownFolders.h"
 #include "tarnwell/items/TWIndexedElements.h"
+#include "tarnwell/items/TWMessage.h"
 #include "tarnwell/protocol/TWVersion.h"
+#include "tarnwell/schema/TWExtendedProperty.h"
 #include "tarnwell/services/TWErrors.h"
 
 #include "tests/support/XMLMatchers.h"
@@ -179,6 +181,18 @@ TEST_F(QXMLTest, PartsOfEntriesAreNamedByLabelAndPart) {
                   wrapped("Ulm") + "</t:IsEqualTo>")));
   EXPECT_EQ(refusal({{"physical_addresses__Home", "Ulm"}}, *contacts).message(),
             "Field path TWFieldPath__physical_addresses__Home must contain a subfield");
+}
+
+TEST_F(QXMLTest, ExtendedPropertiesAreComparedToPlainValues) {
+  TWError error;
+  ASSERT_TRUE(TWMessage::registerAttr("external_id", TWExternId::elementClass(), &error)) << error;
+  const auto written = xml({{"external_id", "a&b"}});
+  EXPECT_TRUE(TWMessage::unregisterAttr("external_id", &error)) << error;
+  EXPECT_THAT(written,
+              EqualsXML(restriction("<t:IsEqualTo><t:ExtendedFieldURI "
+                                    "PropertySetId=\"c11ff724-aa03-4555-9952-8fa248a11c3f\" "
+                                    "PropertyName=\"External ID\" PropertyType=\"String\"/>" +
+                                    wrapped("a&amp;b") + "</t:IsEqualTo>")));
 }
 
 TEST_F(QXMLTest, SettersAreHonoured) {
