@@ -30,9 +30,10 @@ std::shared_ptr<TWEWSElement> ElementGenerator::element(const TWElementClass& cl
   TWDictionary values;
   for (const auto& field : cls.fields()) {
     if (field->isReadOnly()) continue;
-    // A mailbox is its address, and the text of an element that has nothing else is never missing.
+    // A mailbox is its address, the text of an element that has nothing else is never missing, and
+    // the content of an attachment would be fetched.
     if (field->isRequired() || field->name() == "email_address" || is<TWSubField>(*field) ||
-        number(100) < share)
+        field->name() == "_content" || is<TWItemField>(*field) || number(100) < share)
       values.set(field->name(), value(*field));
   }
   return cls.withDict(values);
