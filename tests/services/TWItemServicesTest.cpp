@@ -49,8 +49,7 @@ NKXMLElement parse(std::string xml) {
 class TWItemServices : public test::MailboxTest {
  protected:
   std::shared_ptr<TWAccount> at(std::optional<TWBuild> build, const char* api = "Exchange2010") {
-    auto account = test::makeOfflineAccount(TWVersion(build, api));
-    return account;
+    return test::makeOfflineAccount(TWVersion(build, api));
   }
   static std::shared_ptr<TWMessage> message(const TWDictionary& values = {}) {
     auto made =
@@ -244,8 +243,8 @@ TEST_F(TWItemServices, WhatIsSentWithoutBeingSavedHasAResultAllTheSame) {
 }
 
 TEST_F(TWItemServices, UpdateItemTellsOfReadReceiptsToServersFrom2013On) {
-  const auto payload = [&](const std::shared_ptr<TWAccount>& account, bool suppress) {
-    return TWUpdateItem::withAccount(account)
+  const auto payload = [&](const std::shared_ptr<TWAccount>& of, bool suppress) {
+    return TWUpdateItem::withAccount(of)
         ->getPayload({{message({{"subject", "s"}}), {"subject"}}}, "AutoResolve", "SaveOnly",
                      "SendToNone", suppress)
         .compactXMLString();
@@ -364,8 +363,8 @@ TEST_F(TWItemServices, AnIndexedFieldIsClearedEntryByEntryAndNotSet) {
 }
 
 TEST_F(TWItemServices, DeleteItemTellsOfReadReceiptsToServersFrom2013On) {
-  const auto payload = [&](const std::shared_ptr<TWAccount>& account) {
-    return TWDeleteItem::withAccount(account)
+  const auto payload = [&](const std::shared_ptr<TWAccount>& of) {
+    return TWDeleteItem::withAccount(of)
         ->getPayload(ids, "SoftDelete", "SendToNone", "AllOccurrences", true)
         .compactXMLString();
   };
@@ -468,8 +467,8 @@ TEST_F(TWItemServices, CreateAttachmentNamesTheItemByItselfOrByItsIdPair) {
 }
 
 TEST_F(TWItemServices, DeleteAttachmentFindsTheRootIdWithAndWithoutAContainer) {
-  const std::string root = "<m:RootItemId RootItemId='M' RootItemChangeKey='k'/>";
-  for (const auto& content : {root, "<m:Attachments>" + root + "</m:Attachments>"}) {
+  const std::string rootId = "<m:RootItemId RootItemId='M' RootItemChangeKey='k'/>";
+  for (const auto& content : {rootId, "<m:Attachments>" + rootId + "</m:Attachments>"}) {
     server.on("DeleteAttachment",
               answer("DeleteAttachment",
                      responseMessage("DeleteAttachment", "Success", "NoError", content)));

@@ -1,0 +1,242 @@
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tarnwell/account/TWAccount.h"
+#include "tarnwell/folders/TWRoot.h"
+#include "tarnwell/folders/TWWellKnownFolders.h"
+
+#include "tests/folders/FolderTesting.h"
+#include "tests/support/RecordingLog.h"
+
+namespace tarnwell {
+namespace {
+
+using test::answer;
+using test::errorAnswer;
+using test::foldersMessage;
+using test::folderXML;
+using test::namesOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+
+std::string text(const TWData& data) { return {data.begin(), data.end()}; }
+TWData bytes(std::string_view text) { return {text.begin(), text.end()}; }
+
+class TWAccountRoot : public testing::Test {
+ protected:
+  void hasRoot() {
+    server.on("GetFolder",
+              answer("GetFolder", foldersMessage("GetFolder", folderXML("R", "", "", ""))));
+    server.on(
+        "FindFolder",
+        answer("FindFolder",
+               test::pageMessage("FindFolder", "Folders",
+                                 folderXML("T", "Top of Information Store", "R") +
+                                     folderXML("I", "Inbox", "T") + folderXML("A", "A", "I"))));
+  }
+  void refusesRoot(std::string_view code) {
+    server.on("GetFolder", errorAnswer("GetFolder", code));
+  }
+  [[nodiscard]] TWData archive() {
+    hasRoot();
+    const auto root = account->root();
+    EXPECT_EQ(root->walk().size(), 3U);
+    auto data = account->exportRootData();
+    EXPECT_TRUE(data);
+    server.startOver();
+    return data.value_or(TWData());
+  }
+
+  test::MailboxServer server;
+  std::shared_ptr<TWAccount> account = test::makeAccount(server.url());
+  test::RecordingLog log;
+};
+
+TEST_F(TWAccountRoot, IsFetchedOnceWhoeverAsks) {
+  hasRoot();
+  std::vector<std::future<std::shared_ptr<TWRoot>>> asked;
+  for (int i = 0; i < 8; ++i)
+    asked.push_back(std::async(std::launch::async, [this] { return account->root(); }));
+  const auto root = account->root();
+  ASSERT_TRUE(root);
+  for (auto& each : asked) EXPECT_EQ(each.get(), root);
+  EXPECT_THAT(server.operations(), ElementsAre("GetFolder"));
+  EXPECT_EQ(account->root(nullptr), root);
+  EXPECT_THAT(log.lines(), ElementsAre("[ann@example.com] Got Root folder"));
+}
+
+TEST_F(TWAccountRoot, ThatIsDeniedIsReplacedByAPlaceholderWithoutALine) {
+  refusesRoot("ErrorAccessDenied");
+  const auto root = account->root();
+  ASSERT_TRUE(root);
+  EXPECT_EQ((*root)["folder_id"], TWValue("fakeRoot"));
+  EXPECT_EQ(root->account(), account);
+  for (const auto& line : log.lines()) EXPECT_EQ(line.find("Failed to fetch root"), line.npos);
+}
+
+TEST_F(TWAccountRoot, IsNotReplacedByAPlaceholderWhenItIsDeniedLater) {
+  hasRoot();
+  const auto root = account->root();
+  refusesRoot("ErrorAccessDenied");
+  account->fetchRoot();
+  EXPECT_EQ(account->root(), root);
+  EXPECT_THAT(log.lines().back(), HasSubstr("[ann@example.com] Failed to fetch root with error: "));
+}
+
+TEST_F(TWAccountRoot, ThatCannotBeHadIsMissingAndTheLogTells) {
+  refusesRoot("ErrorInternalServerError");
+  EXPECT_EQ(account->root(), nullptr);
+  EXPECT_THAT(log.lines().back(), HasSubstr("[ann@example.com] Failed to fetch root with error: "));
+  EXPECT_EQ(account->inbox(), nullptr);
+}
+
+TEST_F(TWAccountRoot, AskedForWithAnErrorReportsItAndMakesNoPlaceholder) {
+  refusesRoot("ErrorAccessDenied");
+  TWError error;
+  EXPECT_EQ(account->root(&error), nullptr);
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorAccessDenied)) << error;
+  EXPECT_EQ(account->knownRoot(), nullptr);
+}
+
+TEST_F(TWAccountRoot, AskedForWithAnErrorTakesNoNoticeOfAnArchivedTree) {
+  const auto other = test::makeAccount(server.url());
+  ASSERT_TRUE(other->importRootData(archive()));
+  const auto fetched = other->root(nullptr);
+  EXPECT_THAT(server.operations(), ElementsAre("GetFolder"));
+  EXPECT_NE(fetched, other->localRoot());
+  EXPECT_EQ(other->root(), other->localRoot());
+}
+
+TEST_F(TWAccountRoot, RefetchingOneThatIsThereOnlyDropsTheArchivedTree) {
+  const auto data = archive();
+  const auto root = account->root();
+  ASSERT_TRUE(account->importRootData(data));
+  EXPECT_NE(account->root(), root);
+  account->refetchRoot();
+  EXPECT_EQ(account->root(), root);
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWAccountRoot, RefetchingKeepsTheArchivedTreeUntilThereIsAnother) {
+  const auto other = test::makeAccount(server.url());
+  ASSERT_TRUE(other->importRootData(archive()));
+  refusesRoot("ErrorInternalServerError");
+  other->refetchRoot();
+  EXPECT_TRUE(other->localRoot());
+  hasRoot();
+  other->refetchRoot();
+  EXPECT_EQ(other->localRoot(), nullptr);
+  EXPECT_TRUE(other->knownRoot());
+}
+
+/// A delegate that asks the account for its root on every line.
+class AskingLogger : public TWLoggerDelegate {
+ public:
+  void debug(const std::string& /*message*/) override {}
+  void release(const std::string& /*message*/) override {
+    if (auto asked = account.lock()) static_cast<void>(asked->root());
+  }
+  std::weak_ptr<TWAccount> account;
+};
+
+TEST_F(TWAccountRoot, CanBeAskedForByTheDelegateThatIsToldOfIt) {
+  hasRoot();
+  const auto delegate = std::make_shared<AskingLogger>();
+  delegate->account = account;
+  TWLogger::logger().setDelegate(delegate);
+  EXPECT_TRUE(account->root());
+  account->fetchRoot();
+  EXPECT_THAT(server.operations(), ElementsAre("GetFolder", "GetFolder"));
+}
+
+TEST_F(TWAccountRoot, KnowsItsFoldersByTheirClasses) {
+  hasRoot();
+  const auto folders = account->folders();
+  ASSERT_TRUE(folders.contains("TWInbox"));
+  EXPECT_THAT(namesOf(folders.at("TWInbox")), ElementsAre("Inbox"));
+  EXPECT_THAT(namesOf(folders.at("TWMessages")), ElementsAre("A"));
+}
+
+TEST_F(TWAccountRoot, EveryAccessorAsksForTheFolderOfItsName) {
+  server.on("GetFolder", [](const std::string& payload) {
+    const auto at = payload.find(" Id=\"") + 5;
+    const auto name = payload.substr(at, payload.find('"', at) - at);
+    return answer("GetFolder", foldersMessage("GetFolder", folderXML(name, name, "", "")));
+  });
+  using Accessor = std::shared_ptr<TWFolder> (TWAccount::*)();
+  const std::vector<std::pair<Accessor, std::string>> accessors{
+#define TW_ACCOUNT_FOLDER(accessor, folderClass) {&TWAccount::accessor, #folderClass},
+#include "tarnwell/account/TWAccountFolders.inc"
+#undef TW_ACCOUNT_FOLDER
+  };
+  EXPECT_EQ(accessors.size(), 40U);
+  for (const auto& [accessor, className] : accessors) {
+    const auto folder = (account.get()->*accessor)();
+    ASSERT_TRUE(folder) << className;
+    EXPECT_EQ(folder->className(), className);
+    EXPECT_EQ((*folder)["folder_id"],
+              TWValue(std::string(*folder->folderClass().distinguishedFolderId())));
+  }
+  EXPECT_EQ(account->trash()->className(), "TWDeletedItems");
+  EXPECT_EQ(account->sent()->className(), "TWSentItems");
+  EXPECT_EQ(account->junk()->className(), "TWJunkEmail");
+}
+
+TEST_F(TWAccountRoot, ComesBackFromAnArchiveWithItsFoldersWithoutARequest) {
+  const auto data = archive();
+  const auto other = test::makeAccount(server.url());
+  ASSERT_TRUE(other->importRootData(data));
+  const auto root = other->root();
+  ASSERT_TRUE(root);
+  EXPECT_EQ((*root)["folder_id"], TWValue("R"));
+  EXPECT_THAT(namesOf(root->walk()), ElementsAre("Top of Information Store", "Inbox", "A"));
+  const auto inbox = root->walk().at(1);
+  EXPECT_EQ(inbox->className(), "TWInbox");
+  EXPECT_EQ(inbox->account(), other);
+  EXPECT_EQ(inbox->parent()->parent(), root);
+  EXPECT_EQ(root->getFolder("R"), root);
+  EXPECT_EQ(server.requestCount(), 0U);
+  // One that came from an archive can be archived again.
+  EXPECT_EQ(other->exportRootData(), data);
+}
+
+TEST_F(TWAccountRoot, WithoutATreeThereIsNothingToArchive) {
+  EXPECT_EQ(account->exportRootData(), std::nullopt);
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWAccountRoot, ArchivesThatAreCutOrAlteredChangeNothing) {
+  const auto data = archive();
+  const auto other = test::makeAccount(server.url());
+  const auto expectRefused = [&](const TWData& bad) {
+    EXPECT_FALSE(other->importRootData(bad)) << text(bad);
+    EXPECT_EQ(other->knownRoot(), nullptr);
+  };
+  for (std::size_t size = 0; size < data.size(); size += 7)
+    expectRefused(TWData(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(size)));
+  const auto altered = [&](const std::string& from, const std::string& to) {
+    auto changed = text(data);
+    const auto at = changed.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    return bytes(changed.replace(at, from.size(), to));
+  };
+  expectRefused(altered("\"format\":1", "\"format\":2"));
+  expectRefused(altered("\"root\"", "\"ruut\""));
+  expectRefused(altered("\"folders\"", "\"fulders\""));
+  expectRefused(altered("\"class\":\"TWInbox\"", "\"class\":\"TWNothing\""));
+  expectRefused(altered("\"class\":\"TWInbox\"", "\"class\":\"TWOutbox\""));
+  expectRefused(altered("\"class\":\"TWInbox\"", "\"kind\":\"TWInbox\""));
+  expectRefused(bytes("[]"));
+  expectRefused(bytes("{\"format\":1,\"root\":7,\"folders\":[]}"));
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+}  // namespace
+}  // namespace tarnwell

@@ -1,0 +1,238 @@
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tarnwell/account/TWAccount.h"
+#include "tarnwell/items/TWAttachment.h"
+#include "tarnwell/items/TWMessage.h"
+
+#include "tests/folders/FolderTesting.h"
+#include "tests/support/XMLMatchers.h"
+
+namespace tarnwell {
+namespace {
+
+using test::answer;
+using test::EqualsXML;
+using test::errorAnswer;
+using test::responseMessage;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+const TWData kABC{'A', 'B', 'C'};
+
+class TWAttachmentOperations : public test::MailboxTest {
+ protected:
+  static test::ScriptedAnswer attachments(std::string_view operation, const std::string& inner) {
+    return answer(operation, responseMessage(operation, "Success", "NoError",
+                                             "<m:Attachments>" + inner + "</m:Attachments>"));
+  }
+  void creates() {
+    server.on("CreateAttachment",
+              attachments("CreateAttachment",
+                          "<t:FileAttachment><t:AttachmentId Id=\"1\" RootItemId=\"M\" "
+                          "RootItemChangeKey=\"rck\"/></t:FileAttachment>"));
+  }
+  void deletes() {
+    server.on(
+        "DeleteAttachment",
+        answer("DeleteAttachment",
+               responseMessage("DeleteAttachment", "Success", "NoError",
+                               "<m:RootItemId RootItemId=\"M\" RootItemChangeKey=\"rck2\"/>")));
+  }
+  static std::shared_ptr<TWFileAttachment> newFile() {
+    auto file = TWFileAttachment::withDict({{"name", "a"}});
+    EXPECT_TRUE(file->setContent(kABC));
+    return file;
+  }
+  template <class Attachment = TWFileAttachment>
+  std::shared_ptr<Attachment> onServer(const std::shared_ptr<TWItem>& parent) {
+    auto made = Attachment::withDict({{"attachment_id", TWAttachmentId::withDict({{"id", "1"}})}});
+    made->setParentItem(parent);
+    return made;
+  }
+  static std::vector<std::shared_ptr<TWAttachment>> held(const TWItem& item) {
+    return item.get<std::vector<std::shared_ptr<TWAttachment>>>("attachments")
+        .value_or(std::vector<std::shared_ptr<TWAttachment>>());
+  }
+
+  const std::shared_ptr<TWMessage> message =
+      TWMessage::withDict({{"folder", folder("F")}, {"item_id", "M"}, {"changekey", "ck"}});
+};
+
+TEST_F(TWAttachmentOperations, AttachingToAnItemOnTheServerCreatesTheAttachmentThere) {
+  creates();
+  const auto file = newFile();
+  TWError error;
+  ASSERT_TRUE(message->attach(file, &error)) << error;
+  EXPECT_THAT(server.payload(0),
+              EqualsXML("<m:CreateAttachment><m:ParentItemId Id='M' ChangeKey='ck'/><m:Attachments>"
+                        "<t:FileAttachment><t:Name>a</t:Name>"
+                        "<t:ContentType>application/octet-stream</t:ContentType>"
+                        "<t:Content>QUJD</t:Content></t:FileAttachment></m:Attachments>"
+                        "</m:CreateAttachment>"));
+  EXPECT_THAT(held(*message), ElementsAre(file));
+  EXPECT_EQ(file->parentItem(), message);
+  EXPECT_EQ(message->get("root_changekey"), TWValue("rck"));
+  EXPECT_EQ(message->get("changekey"), TWValue("ck"));
+  const auto id = file->get<std::shared_ptr<TWAttachmentId>>("attachment_id");
+  EXPECT_THAT(id->allKeys(), ElementsAre("id"));
+  // A second time changes nothing.
+  EXPECT_TRUE(message->attach(file));
+  EXPECT_EQ(held(*message).size(), 1U);
+  EXPECT_EQ(server.requestCount(), 1U);
+  EXPECT_FALSE(file->attach(&error));
+  EXPECT_EQ(error,
+            TWError(TWErrorCode::ErrorValueOutOfRange, "This attachment has already been created"));
+}
+
+TEST_F(TWAttachmentOperations, TheIdMayStandInTheAnswerByItself) {
+  server.on("CreateAttachment", attachments("CreateAttachment", "<t:AttachmentId Id=\"7\"/>"));
+  const auto file = newFile();
+  ASSERT_TRUE(message->attach(file));
+  EXPECT_EQ(file->get<std::shared_ptr<TWAttachmentId>>("attachment_id")->get("id"), TWValue("7"));
+}
+
+TEST_F(TWAttachmentOperations, AttachingThatFailsChangesNothing) {
+  const auto file = newFile();
+  const auto expectFails = [&](TWErrorCode code) {
+    TWError error;
+    EXPECT_FALSE(message->attach(file, &error));
+    EXPECT_TRUE(error.is(code)) << error;
+    EXPECT_TRUE(held(*message).empty());
+    EXPECT_EQ(file->parentItem(), nullptr);
+    EXPECT_TRUE(file->get("attachment_id").isAbsent());
+    EXPECT_TRUE(message->get("root_changekey").isAbsent());
+  };
+  server.on("CreateAttachment", errorAnswer("CreateAttachment", "ErrorItemNotFound"));
+  expectFails(TWErrorCode::ErrorItemNotFound);
+  server.on("CreateAttachment", attachments("CreateAttachment", "<t:FileAttachment/>"));
+  expectFails(TWErrorCode::ErrorTransport);
+  server.on("CreateAttachment", attachments("CreateAttachment", ""));
+  expectFails(TWErrorCode::ErrorTransport);
+}
+
+TEST_F(TWAttachmentOperations, NeedAnAccountOfTheParent) {
+  TWError error;
+  EXPECT_FALSE(newFile()->attach(&error));
+  EXPECT_EQ(error,
+            TWError(TWErrorCode::ErrorValueOutOfRange, "Parent item (null) must have an account"));
+  const auto offline = TWMessage::withDict({{"item_id", "M"}});
+  const auto file = newFile();
+  file->setParentItem(offline);
+  EXPECT_FALSE(file->attach(&error));
+  EXPECT_THAT(error.description(), HasSubstr("must have an account"));
+  EXPECT_FALSE(onServer(offline)->detach(&error));
+  EXPECT_THAT(error.description(), HasSubstr("Parent item "));
+  EXPECT_FALSE(onServer(nullptr)->getContent(&error));
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "(null) must have an account"));
+  EXPECT_FALSE(onServer<TWItemAttachment>(nullptr)->getItem(&error));
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "(null) must have an account"));
+  // The id is looked at first.
+  EXPECT_FALSE(onServer(nullptr)->attach(&error));
+  EXPECT_THAT(error.description(), HasSubstr("already been created"));
+}
+
+TEST_F(TWAttachmentOperations, DetachingFromAnItemOnTheServerDeletesTheAttachmentThere) {
+  deletes();
+  const auto file = onServer(message), other = onServer(message);
+  EXPECT_TRUE(message->attach(file));
+  EXPECT_TRUE(message->attach(other));
+  TWError error;
+  ASSERT_TRUE(message->detach(file, &error)) << error;
+  EXPECT_THAT(server.operations(), ElementsAre("DeleteAttachment"));
+  EXPECT_THAT(server.payload(0), HasSubstr("<t:AttachmentId Id=\"1\"/>"));
+  EXPECT_THAT(held(*message), ElementsAre(other));
+  EXPECT_EQ(file->parentItem(), nullptr);
+  EXPECT_TRUE(file->get("attachment_id").isAbsent());
+  EXPECT_EQ(message->get("root_changekey"), TWValue("rck2"));
+  EXPECT_FALSE(file->detach(&error));
+  EXPECT_EQ(error,
+            TWError(TWErrorCode::ErrorValueOutOfRange, "This attachment has not been created"));
+}
+
+TEST_F(TWAttachmentOperations, DetachingThatFailsChangesNothing) {
+  server.on("DeleteAttachment", errorAnswer("DeleteAttachment", "ErrorItemNotFound"));
+  const auto file = onServer(message);
+  EXPECT_TRUE(message->attach(file));
+  TWError error;
+  EXPECT_FALSE(message->detach(file, &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorItemNotFound)) << error;
+  EXPECT_THAT(held(*message), ElementsAre(file));
+  EXPECT_EQ(file->parentItem(), message);
+  EXPECT_FALSE(file->get("attachment_id").isAbsent());
+}
+
+TEST_F(TWAttachmentOperations, OfANewItemAskNobody) {
+  const auto fresh = TWMessage::withDict({{"folder", folder("F")}});
+  const auto file = newFile();
+  EXPECT_TRUE(fresh->attach(file));
+  EXPECT_TRUE(fresh->attach(file));
+  EXPECT_THAT(held(*fresh), ElementsAre(file));
+  EXPECT_TRUE(fresh->detach(file));
+  EXPECT_TRUE(held(*fresh).empty());
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWAttachmentOperations, TheContentIsReadOnceAndWhenItIsNotKnown) {
+  server.on("GetAttachment",
+            attachments("GetAttachment",
+                        "<t:FileAttachment><t:Content>QUJD</t:Content></t:FileAttachment>"));
+  const auto file = onServer(message);
+  TWError error;
+  EXPECT_EQ(file->getContent(&error), kABC) << error;
+  EXPECT_EQ(file->getContent(), kABC);
+  EXPECT_EQ(server.requestCount(), 1U);
+  EXPECT_EQ(newFile()->getContent(), kABC);
+  const auto empty = onServer(message);
+  EXPECT_TRUE(empty->setContent({}));
+  EXPECT_EQ(empty->getContent(), TWData());
+  EXPECT_THAT(empty->toXML(nullptr).compactXMLString(), HasSubstr("<t:Content"));
+  EXPECT_EQ(server.requestCount(), 1U);
+}
+
+TEST_F(TWAttachmentOperations, WritingReadsTheContentAndFailsWithoutIt) {
+  server.on("GetAttachment",
+            attachments("GetAttachment",
+                        "<t:FileAttachment><t:Content>QUJD</t:Content></t:FileAttachment>"));
+  EXPECT_THAT(onServer(message)->toXML(nullptr).compactXMLString(),
+              HasSubstr("<t:Content>QUJD</t:Content>"));
+  server.on("GetAttachment", errorAnswer("GetAttachment", "ErrorItemNotFound"));
+  TWError error;
+  EXPECT_FALSE(onServer(message)->toXML(nullptr, &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorItemNotFound)) << error;
+  EXPECT_FALSE(onServer<TWItemAttachment>(message)->toXML(nullptr, &error));
+  server.on("GetAttachment", attachments("GetAttachment", "<t:FileAttachment/>"));
+  error = {};
+  EXPECT_FALSE(onServer(message)->toXML(nullptr, &error));
+  EXPECT_THAT(error.description(), HasSubstr("has no content"));
+  // One that nobody gave any content is written as it is.
+  EXPECT_TRUE(TWFileAttachment::withDict({{"name", "a"}})->toXML(nullptr));
+}
+
+TEST_F(TWAttachmentOperations, TheItemIsReadOnceAndWhenItIsNotKnown) {
+  server.on("GetAttachment", attachments("GetAttachment",
+                                         "<t:ItemAttachment><t:Message><t:Subject>in</t:Subject>"
+                                         "</t:Message></t:ItemAttachment>"));
+  const auto attachment = onServer<TWItemAttachment>(message);
+  TWError error;
+  const auto inner = attachment->getItem(&error);
+  ASSERT_TRUE(inner) << error;
+  EXPECT_EQ(inner->className(), "TWMessage");
+  EXPECT_EQ(inner->get("subject"), TWValue("in"));
+  EXPECT_EQ(inner->parentItem(), message);
+  EXPECT_EQ(inner->account(), account);
+  EXPECT_EQ(attachment->getItem(), inner);
+  EXPECT_EQ(server.requestCount(), 1U);
+  const auto own = TWItemAttachment::withDict();
+  EXPECT_EQ(own->getItem(&error), nullptr);
+  const auto item = TWMessage::withDict();
+  EXPECT_TRUE(own->setItem(item));
+  EXPECT_EQ(own->getItem(), item);
+  EXPECT_EQ(server.requestCount(), 1U);
+}
+
+}  // namespace
+}  // namespace tarnwell
