@@ -207,15 +207,15 @@ TEST_F(TWAccountItems, UpdatingRefusesSendingFirstAndQuerySetsThen) {
 TEST_F(TWAccountItems, EntriesThatAreErrorsGoBackInTheirPlacesAndAreNotSent) {
   hasWellKnownFolders();
   const auto both = [](std::string_view operation) {
-    return answer(operation, done(operation) + failed(operation, "ErrorAccessDenied"));
+    return answer(operation, done(operation) + failed(operation, "ErrorItemSave"));
   };
   const auto expectOutcomes = [&](const auto& outcomes) {
     ASSERT_TRUE(outcomes);
     ASSERT_EQ(outcomes->size(), 3U);
     EXPECT_TRUE((*outcomes)[0]);
     EXPECT_EQ((*outcomes)[1].error(), TWError(TWErrorCode::ErrorItemNotFound, "gone"));
-    EXPECT_TRUE((*outcomes)[2].error().is(TWErrorCode::ErrorAccessDenied));
-    EXPECT_THAT(server.requests().back().body, HasSubstr(idsXML));
+    EXPECT_TRUE((*outcomes)[2].error().is(TWErrorCode::ErrorItemSave));
+    EXPECT_THAT(test::payloadOf(server.requests().back()), HasSubstr(idsXML));
   };
   server.on("DeleteItem", both("DeleteItem"));
   expectOutcomes(
@@ -223,13 +223,13 @@ TEST_F(TWAccountItems, EntriesThatAreErrorsGoBackInTheirPlacesAndAreNotSent) {
   server.on("SendItem", both("SendItem"));
   expectOutcomes(account->bulkSend(withError, true, nullptr));
   server.on("MoveItem",
-            answer("MoveItem", item("MoveItem", "1") + failed("MoveItem", "ErrorAccessDenied")));
+            answer("MoveItem", item("MoveItem", "1") + failed("MoveItem", "ErrorItemSave")));
   expectOutcomes(account->bulkMove(withError, folder("T")));
   server.on("GetItem",
-            answer("GetItem", item("GetItem", "1") + failed("GetItem", "ErrorAccessDenied")));
+            answer("GetItem", item("GetItem", "1") + failed("GetItem", "ErrorItemSave")));
   expectOutcomes(account->fetch(withError, nullptr, TWList{"subject"}));
   server.on("ExportItems", answer("ExportItems", done("ExportItems", "<m:Data>QUJD</m:Data>") +
-                                                     failed("ExportItems", "ErrorAccessDenied")));
+                                                     failed("ExportItems", "ErrorItemSave")));
   expectOutcomes(account->exportItems(withError));
 }
 
@@ -299,7 +299,7 @@ TEST_F(TWAccountItems, SendingKeepsCopiesWhereItIsTold) {
   expectRefused(error, "savecopy must be true when folder is set");
   const auto sent = [&](bool saveCopy, const std::shared_ptr<TWFolder>& to) {
     EXPECT_TRUE(account->bulkSend(one, saveCopy, to));
-    return server.requests().back().body;
+    return test::payloadOf(server.requests().back());
   };
   EXPECT_THAT(sent(true, folder("F")), HasSubstr("<t:FolderId Id=\"F\""));
   EXPECT_THAT(sent(true, nullptr), HasSubstr("<t:FolderId Id=\"sentitems\""));
