@@ -136,6 +136,19 @@ TEST(TWAvailabilityMailbox, NeedsItsAddress) {
               IsFailure(kWrongValue, "email_address is a required field with no default"));
 }
 
+TEST(TWAvailabilityMailbox, IsReadButCannotBeWrittenByItself) {
+  const auto mailbox = TWAvailabilityMailbox::fromXML(
+      test::parsed("<t:Mailbox><t:Name>Ann</t:Name><t:Address>ann@example.com</t:Address>"
+                   "</t:Mailbox>"));
+  EXPECT_EQ(mailbox->get<std::string>("name"), "Ann");
+  EXPECT_EQ(mailbox->get<std::string>("email_address"), "ann@example.com");
+  ASSERT_TRUE(mailbox->clean(nullptr));
+  TWError error;
+  EXPECT_FALSE(mailbox->toXML(nullptr, &error));
+  EXPECT_THAT(error, IsFailure(kWrongValue,
+                               "TWAvailabilityMailbox has no element that it could be written as"));
+}
+
 TEST(TWAvailabilityMailbox, IsComparedByItsAddressInAnyCase) {
   const auto of = [](std::string_view address) {
     return TWAvailabilityMailbox::withDict({{"name", address}, {"email_address", address}});

@@ -49,8 +49,11 @@ TEST(TWBodyField, AnythingElseIsNoBody) {
 }
 
 TEST(TWBodyField, APlainBodyIsReadAsUnescapedHTML) {
-  EXPECT_EQ(readFrom(*TWBodyField::withProps(kBody), R"(<t:Body BodyType="Text">a&lt;b</t:Body>)"),
-            TWValue(TWHTMLBody("<pre>a<b</pre>")));
+  const auto field = TWBodyField::withProps(kBody);
+  const auto body = readFrom(*field, R"(<t:Body BodyType="Text">a&lt;b</t:Body>)");
+  EXPECT_EQ(body, TWValue(TWHTMLBody("<pre>a<b</pre>")));
+  EXPECT_THAT(written(*field, body),
+              EqualsXML(R"(<t:Body BodyType="HTML">&lt;pre>a&lt;b&lt;/pre></t:Body>)"));
 }
 
 TEST(TWBodyField, AnHTMLBodyIsReadAsItIsAndStaysHTML) {

@@ -238,6 +238,16 @@ TEST(TWRecurrenceField, IsReadAsANestedElement) {
             TWValue(TWItemId::withDict({{"id", "i"}})));
 }
 
+TEST(TWOccurenceField, IsReadAndWrittenAsANestedElement) {
+  const auto field = TWOccurenceField::withProps({.name = "first_occurrence",
+                                                  .fieldURI = "calendar:FirstOccurrence",
+                                                  .valueCls = &TWItemId::elementClass()});
+  EXPECT_EQ(readFrom(*field, R"(<t:FirstOccurrence Id="a"/>)"),
+            TWValue(TWItemId::withDict({{"id", "a"}})));
+  EXPECT_THAT(written(*field, TWItemId::withDict({{"id", "a"}})),
+              EqualsXML(R"(<t:FirstOccurrence><t:ItemId Id="a"/></t:FirstOccurrence>)"));
+}
+
 TEST(TWOccurrenceListField, IsReadAndWrittenAsAList) {
   const auto field = TWOccurrenceListField::withProps({.name = "modified_occurrences",
                                                        .fieldURI = "calendar:ModifiedOccurrences",

@@ -214,6 +214,13 @@ TEST(TWExtendedPropertyClass, TheMapHasWhatIsSetInTheOrderOfWriting) {
                           Pair("PropertyType", TWValue("Integer"))));
 }
 
+TEST(TWExtendedPropertyClass, ZeroIsAnIdAndATag) {
+  const auto& byId = TWExtendedPropertyClass::declare(
+      {.name = "Zero", .distinguishedPropertySetId = "Common", .propertyId = 0});
+  EXPECT_EQ(byId.propertiesMap()["PropertyId"], TWValue("0"));
+  EXPECT_EQ(classOfTag(0).propertiesMap()["PropertyTag"], TWValue("0x00"));
+}
+
 /// The message of a declaration's failure; empty when it is valid.
 std::string mistakeIn(Addressing addressing) {
   TWError error;
@@ -536,12 +543,22 @@ TEST(TWExtendedProperty, WhatWasReadIsWrittenBackUnchanged) {
       {"ApplicationTime", "<t:Value>40000.5</t:Value>"},
       {"Binary", "<t:Value>AAH/</t:Value>"},
       {"BinaryArray", "<t:Values><t:Value>TQ==</t:Value></t:Values>"},
+      {"Boolean", "<t:Value>1</t:Value>"},
       {"CLSID", "<t:Value>c11ff724-aa03-4555-9952-8fa248a11c3f</t:Value>"},
+      {"CLSIDArray",
+       "<t:Values><t:Value>c11ff724-aa03-4555-9952-8fa248a11c3f</t:Value></t:Values>"},
       {"Currency", "<t:Value>9223372036854775807</t:Value>"},
+      {"CurrencyArray", "<t:Values><t:Value>1</t:Value><t:Value>-2</t:Value></t:Values>"},
       {"Double", "<t:Value>0.1</t:Value>"},
       {"DoubleArray", "<t:Values><t:Value>0.1</t:Value><t:Value>-2</t:Value></t:Values>"},
+      {"Float", "<t:Value>0.5</t:Value>"},
+      {"FloatArray", "<t:Values><t:Value>0.5</t:Value></t:Values>"},
       {"Integer", "<t:Value>-5</t:Value>"},
+      {"IntegerArray", "<t:Values><t:Value>7</t:Value><t:Value>-7</t:Value></t:Values>"},
+      {"Long", "<t:Value>-9223372036854775808</t:Value>"},
+      {"LongArray", "<t:Values><t:Value>5</t:Value></t:Values>"},
       {"Short", "<t:Value>0</t:Value>"},
+      {"ShortArray", "<t:Values><t:Value>3</t:Value></t:Values>"},
       {"String", "<t:Value/>"},
       {"StringArray", "<t:Values><t:Value>a</t:Value><t:Value/></t:Values>"},
   };
@@ -550,6 +567,17 @@ TEST(TWExtendedProperty, WhatWasReadIsWrittenBackUnchanged) {
                 EqualsXML(content))
         << type;
   }
+}
+
+TEST(TWExtendedProperty, SomeTextsComeBackInTheirNormalForm) {
+  const auto back = [](const char* type, const char* content) {
+    return classOfType(type)
+        .fromXML(rewritten(content), nullptr)
+        ->toXML(nullptr)
+        .compactXMLString();
+  };
+  EXPECT_EQ(back("Boolean", "<t:Value>true</t:Value>"), "<t:Value>1</t:Value>");
+  EXPECT_EQ(back("Binary", "<t:Value/>"), "<t:Value/>");
 }
 
 TEST(TWExtendedProperty, LargeBinaryValuesComeBackWhole) {

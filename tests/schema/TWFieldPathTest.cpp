@@ -166,6 +166,35 @@ TEST(TWFieldPath, AnIndexedFieldIsNotWrittenWithoutLabelAndSubfield) {
                                "Field path for indexed field physical_addresses" + kMessage));
 }
 
+TEST(TWFieldPath, ALabelIsNoSubfieldThatCanBeWritten) {
+  const auto path = pathOf("physical_addresses__Home__label");
+  ASSERT_TRUE(path);
+  TWError error;
+  EXPECT_FALSE(path->toXML(nullptr, &error));
+  EXPECT_TRUE(error);
+}
+
+TEST(TWFieldPath, APathOfPartsIsThatOfTheText) {
+  const auto field = PathContact::getFieldByFieldName("physical_addresses");
+  const auto street = TWPhysicalAddress::elementClass().getFieldByFieldName("street");
+  const auto path = TWFieldPath::withField(field, "Business", street);
+  EXPECT_EQ(path->path(), "physical_addresses__Business__street");
+  EXPECT_THAT(path->toXML(nullptr).XMLString(),
+              EqualsXML(xmlOf("physical_addresses__Business__street")));
+
+  const auto phones = PathContact::getFieldByFieldName("phone_numbers");
+  const auto pager = TWFieldPath::withField(phones, "Pager");
+  EXPECT_EQ(pager->path(), "phone_numbers__Pager");
+  TWError error;
+  EXPECT_FALSE(pager->toXML(nullptr, &error)) << "its subfield is missing";
+  EXPECT_TRUE(error);
+
+  const auto subject =
+      TWFieldPath::withField(PathContact::getFieldByFieldName("subject"), "Business");
+  EXPECT_THAT(subject->toXML(nullptr).XMLString(), EqualsXML(xmlOf("subject")));
+  EXPECT_TRUE(subject->getValue(*PathContact::withDict({{"subject", "s"}})).isAbsent());
+}
+
 TEST(TWFieldPath, AFieldWithoutANameOnTheServerIsNotWritten) {
   EXPECT_EQ(xmlOf("nameless"), "error: Field nameless has no name on the server");
 }

@@ -191,5 +191,25 @@ TEST(TWMemberListField, AddressesBecomeMembersAndAreReadBack) {
   EXPECT_EQ(readFrom(*field, xml), list);
 }
 
+/// Attendees and members are equal by their address alone, so it is the text that is compared.
+TEST(MailboxFields, NothingOfTheirEntriesIsLostInReading) {
+  const std::string mailbox =
+      "<t:Mailbox><t:Name>Ann</t:Name><t:EmailAddress>ann@example.com</t:EmailAddress>"
+      "<t:RoutingType>SMTP</t:RoutingType><t:MailboxType>Contact</t:MailboxType></t:Mailbox>";
+  const auto rewritten = [](const TWField& field, const std::string& xml) {
+    return written(field, cleaned(field, readFrom(field, xml)));
+  };
+  const auto recipients = "<t:ToRecipients>" + mailbox + mailbox + "</t:ToRecipients>";
+  EXPECT_THAT(rewritten(*TWMailboxListField::withProps(kRecipients), recipients),
+              EqualsXML(recipients));
+  const auto attendees = "<t:RequiredAttendees><t:Attendee>" + mailbox +
+                         "<t:ResponseType>Tentative</t:ResponseType></t:Attendee>"
+                         "</t:RequiredAttendees>";
+  EXPECT_THAT(rewritten(*TWAttendeesField::withProps(kAttendees), attendees), EqualsXML(attendees));
+  const auto members =
+      "<t:Members><t:Member>" + mailbox + "<t:Status>Demoted</t:Status></t:Member></t:Members>";
+  EXPECT_THAT(rewritten(*TWMemberListField::withProps(kMembers), members), EqualsXML(members));
+}
+
 }  // namespace
 }  // namespace tarnwell
