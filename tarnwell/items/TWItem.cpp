@@ -173,7 +173,8 @@ void TWItem::initWithDict(const TWDictionary& dict) {
 
 void TWItem::initFromXML(const NKXMLElement& xml, const std::shared_ptr<TWAccount>& account) {
   const auto version = account ? account->version() : std::nullopt;
-  readFields(xml, account, version ? &*version : nullptr);
+  constexpr std::size_t kIdAndAccount = 3;
+  readFields(xml, account, version ? &*version : nullptr, kIdAndAccount);
   setAccount(account);
   if (const auto pair = idFromXML(xml)) setIdPair(pair);
   linkAttachments();

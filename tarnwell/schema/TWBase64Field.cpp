@@ -1,12 +1,13 @@
 #include "tarnwell/schema/TWBase64Field.h"
 
+#include "tarnwell/Core/XML/detail/XMLView.h"
 #include "tarnwell/util/detail/Base64.h"
 
 namespace tarnwell {
 
 TWValue TWBase64Field::fromChild(const NKXMLElement& child,
                                  const std::shared_ptr<TWAccount>& /*account*/) const {
-  const auto text = child.stringValue();
+  const detail::XMLTextView text(child);
   return text ? TWValue(detail::decodeBase64(*text)) : options().default_;
 }
 

@@ -1,5 +1,6 @@
 #include "tarnwell/schema/TWBodyField.h"
 
+#include "tarnwell/Core/XML/detail/XMLView.h"
 #include "tarnwell/items/TWBody.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWUtils.h"
@@ -22,11 +23,12 @@ TWValue TWBodyField::clean(const TWValue& value, const TWVersion* version, TWErr
 
 TWValue TWBodyField::fromChild(const NKXMLElement& child,
                                const std::shared_ptr<TWAccount>& /*account*/) const {
-  const auto text = child.stringValue();
-  const auto type = child.attributeForName("BodyType").stringValue();
-  if (text && type == TWHTMLBody::bodyType()) return TWHTMLBody(*text);
+  const detail::XMLTextView text(child);
+  const auto attribute = child.attributeForName("BodyType");
+  const detail::XMLTextView type(attribute);
+  if (text && *type == TWHTMLBody::bodyType()) return TWValue::body(*text, TWBodyType::html);
   // The text is not escaped, deliberately. What results is HTML, and is saved as such.
-  if (text && type == TWBody::bodyType())
+  if (text && *type == TWBody::bodyType())
     return TWHTMLBody(formatMessage("<pre>%@</pre>", {*text}));
   return options().default_;
 }

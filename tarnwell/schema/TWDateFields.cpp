@@ -1,5 +1,6 @@
 #include "tarnwell/schema/TWDateFields.h"
 
+#include "tarnwell/Core/XML/detail/XMLView.h"
 #include "tarnwell/time/TWDateTime.h"
 #include "tarnwell/util/TWUtils.h"
 
@@ -7,13 +8,13 @@ namespace tarnwell {
 
 TWValue TWDateField::fromChild(const NKXMLElement& child,
                                const std::shared_ptr<TWAccount>& /*account*/) const {
-  const auto text = child.stringValue();
+  const detail::XMLTextView text(child);
   return text ? TWValue(TWDateTime::dateFromString(*text)) : options().default_;
 }
 
 TWValue TWDateTimeField::fromChild(const NKXMLElement& child,
                                    const std::shared_ptr<TWAccount>& /*account*/) const {
-  const auto text = child.stringValue();
+  const detail::XMLTextView text(child);
   return text ? TWValue(TWDateTime::dateTimeFromString(*text)) : options().default_;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ostream>
 
+#include "tarnwell/Core/XML/detail/XMLView.h"
 #include "tarnwell/schema/detail/FieldList.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/util/TWFormat.h"
@@ -61,24 +62,29 @@ void TWEWSElement::initFromXML(const NKXMLElement& xml, const std::shared_ptr<TW
 }
 
 void TWEWSElement::readFields(const NKXMLElement& xml, const std::shared_ptr<TWAccount>& account,
-                              const TWVersion* version) {
+                              const TWVersion* version, std::size_t besides) {
   const auto& list = cls().list();
   const auto& fields = list.fields();
+  std::vector<bool> isRead(fields.size());
+  const auto take = [&](std::size_t at, TWValue&& value) {
+    isRead[at] = true;
+    props_.addField(fields[at]->name(), std::move(value));
+  };
+  props_.reserve(std::min(xml.childCount(), fields.size()) + besides);
   // One pass over the children: each goes to the fields that look at it, the first of a name wins.
-  std::vector<NKXMLElement> children(fields.size());
+  std::size_t next = 0;
   for (const auto& child : xml.childElements()) {
-    const auto name = child.localName();
-    if (!name) continue;
-    for (const auto at : list.readersOf(*name))
-      if (!children[at] && child.isElement(*name, fields[at]->childTag()->xmlns))
-        children[at] = child;
+    const auto readers = list.readersOf(detail::localNameOf(child), next);
+    for (const auto& reader : readers)
+      if (!isRead[reader.field] && detail::isInNamespace(child, reader.xmlns) &&
+          fields[reader.field]->supportsVersion(version))
+        take(reader.field, fields[reader.field]->fromChild(child, account));
+    if (!readers.empty()) next = readers.back().field + 1U;
   }
-  props_.reserve(std::min(xml.childCount(), fields.size()));
   for (std::size_t at = 0; at < fields.size(); ++at) {
     const TWField& field = *fields[at];
-    if (!field.supportsVersion(version)) continue;
-    props_.setField(field.name(), field.childTag() ? field.fromChild(children[at], account)
-                                                   : field.fromXML(xml, account));
+    if (isRead[at] || !field.supportsVersion(version)) continue;
+    take(at, list.readsOneChild(at) ? field.fromChild({}, account) : field.fromXML(xml, account));
   }
 }
 

@@ -62,7 +62,7 @@ class TWEWSElement : public TWXMLObject {
   /// validated nor written.
   void set(std::string_view name, TWValue value) { props_.set(name, std::move(value)); }
   void remove(std::string_view name) { props_.remove(name); }
-  /// Names of the properties that are set.
+  /// Names of the properties that are set, in no particular order.
   [[nodiscard]] std::vector<std::string> allKeys() const { return props_.allKeys(); }
 
   /// Validates all properties in the order of the fields and stores their normal forms, defaults of
@@ -99,9 +99,10 @@ class TWEWSElement : public TWXMLObject {
   virtual void initWithDict(const TWDictionary& dict);
   /// Reads every field from the XML.
   virtual void initFromXML(const NKXMLElement& xml, const std::shared_ptr<TWAccount>& account);
-  /// Reads the fields that the version knows; null reads all.
+  /// Reads the fields that the version knows into an element without properties; null reads all.
+  /// Room is made for so many properties besides.
   void readFields(const NKXMLElement& xml, const std::shared_ptr<TWAccount>& account,
-                  const TWVersion* version);
+                  const TWVersion* version, std::size_t besides = 0);
   /// What equality and hash go by.
   [[nodiscard]] virtual TWList identity() const;
   /// True for what can be equal to this element at all: elements of its class, or derived from it.

@@ -24,7 +24,7 @@ TWValue TWEWSElementField::fromChild(const NKXMLElement& child,
   if (!isList()) return cls->fromXML(child, account);
   TWList values;
   for (const auto& entry : child.childElements())
-    if (entry.localName() == cls->responseTag()) values.emplace_back(cls->fromXML(entry, account));
+    if (entry.hasLocalName(cls->responseTag())) values.emplace_back(cls->fromXML(entry, account));
   return values;
 }
 

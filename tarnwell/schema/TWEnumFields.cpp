@@ -6,6 +6,7 @@
 #include <set>
 #include <utility>
 
+#include "tarnwell/Core/XML/detail/XMLView.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWText.h"
@@ -80,7 +81,7 @@ std::optional<std::string> TWEnumField::nameAt(const TWValue& position, TWError*
 
 TWValue TWEnumField::fromChild(const NKXMLElement& child,
                                const std::shared_ptr<TWAccount>& /*account*/) const {
-  const auto text = child.stringValue();
+  const detail::XMLTextView text(child);
   const auto position = text ? positionOf(*text) : TWValue();
   return position.isAbsent() ? options().default_ : position;
 }
@@ -128,7 +129,7 @@ TWValue TWEnumListField::toXML(const TWValue& value, const TWVersion* version,
 
 TWValue TWEnumAsIntField::fromChild(const NKXMLElement& child,
                                     const std::shared_ptr<TWAccount>& /*account*/) const {
-  const auto text = child.stringValue();
+  const detail::XMLTextView text(child);
   return text ? TWValue(leadingInteger(*text)) : options().default_;
 }
 

@@ -3,6 +3,7 @@
 #include <functional>
 #include <utility>
 
+#include "tarnwell/Core/XML/detail/XMLView.h"
 #include "tarnwell/items/TWIndexedElements.h"
 #include "tarnwell/schema/detail/ValueClassOption.h"
 #include "tarnwell/transport/TWNamespaces.h"
@@ -30,8 +31,8 @@ std::size_t TWSubField::hash() const { return std::hash<std::string_view>{}(name
 
 TWValue TWEmailSubField::fromXML(const NKXMLElement& element,
                                  const std::shared_ptr<TWAccount>& /*account*/) const {
-  const auto text = element.stringValue();
-  if (text && !text->empty()) return *text;
+  const detail::XMLTextView text(element);
+  if (text && !(*text).empty()) return *text;
   return element.attributeForName("Name").stringValue();
 }
 
@@ -48,7 +49,7 @@ std::optional<TWTag> TWNamedSubField::childTag() const {
 
 TWValue TWNamedSubField::fromChild(const NKXMLElement& child,
                                    const std::shared_ptr<TWAccount>& /*account*/) const {
-  const auto text = child.stringValue();
+  const detail::XMLTextView text(child);
   return text ? TWValue(*text) : options().default_;
 }
 

@@ -6,6 +6,7 @@
 #include <limits>
 #include <system_error>
 
+#include "tarnwell/Core/XML/detail/XMLView.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWText.h"
@@ -42,7 +43,7 @@ float leadingDecimal(std::string_view text) {
 
 TWValue TWBooleanField::fromChild(const NKXMLElement& child,
                                   const std::shared_ptr<TWAccount>& /*account*/) const {
-  const auto text = child.stringValue();
+  const detail::XMLTextView text(child);
   return text ? TWValue(isTruth(*text)) : options().default_;
 }
 
@@ -79,13 +80,13 @@ bool TWIntegerField::checkBounds(const TWValue& number, TWError* error) const {
 
 TWValue TWIntegerField::fromChild(const NKXMLElement& child,
                                   const std::shared_ptr<TWAccount>& /*account*/) const {
-  const auto text = child.stringValue();
+  const detail::XMLTextView text(child);
   return text ? TWValue(leadingInteger(*text)) : options().default_;
 }
 
 TWValue TWDecimalField::fromChild(const NKXMLElement& child,
                                   const std::shared_ptr<TWAccount>& /*account*/) const {
-  const auto text = child.stringValue();
+  const detail::XMLTextView text(child);
   return text ? TWValue(leadingDecimal(*text)) : options().default_;
 }
 

@@ -27,11 +27,18 @@ const TWValue& TWPropertyList::get(std::string_view name) const noexcept {
 
 void TWPropertyList::set(std::string_view name, TWValue value) {
   if (value.isAbsent() || name.empty() || replace(name, value)) return;
-  entries_.emplace_back(kept(name), std::move(value));
+  addField(kept(name), std::move(value));
 }
 
 void TWPropertyList::setField(std::string_view fieldName, TWValue value) {
   if (value.isAbsent() || fieldName.empty() || replace(fieldName, value)) return;
+  addField(fieldName, std::move(value));
+}
+
+void TWPropertyList::addField(std::string_view fieldName, TWValue&& value) {
+  if (value.isAbsent()) return;
+  // Few are added to those that were read, and there are many elements: no room for as many again.
+  if (entries_.size() == entries_.capacity()) entries_.reserve(entries_.size() + 4);
   entries_.emplace_back(fieldName, std::move(value));
 }
 

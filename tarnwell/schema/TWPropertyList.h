@@ -26,6 +26,8 @@ class TWPropertyList {
   void set(std::string_view name, TWValue value);
   /// The same for a name that lives as long as the process, as that of a field does.
   void setField(std::string_view fieldName, TWValue value);
+  /// The same for the name of a field that has no entry yet; not looked at again.
+  void addField(std::string_view fieldName, TWValue&& value);
   void reserve(std::size_t count) { entries_.reserve(count); }
   void remove(std::string_view name);
   [[nodiscard]] std::vector<std::string> allKeys() const;

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "tarnwell/Core/XML/detail/XMLView.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
@@ -39,7 +40,8 @@ TWValue TWTextField::fromXML(const NKXMLElement& element,
                              const std::shared_ptr<TWAccount>& account) const {
   if (!isAttribute()) return FieldKind::fromXML(element, account);
   const auto attribute = element.attributeForName(fieldURI());
-  return attribute ? TWValue(attribute.stringValue()) : options().default_;
+  const detail::XMLTextView text(attribute);
+  return text ? TWValue(*text) : options().default_;
 }
 
 std::optional<TWTag> TWTextField::childTag() const {
@@ -48,7 +50,7 @@ std::optional<TWTag> TWTextField::childTag() const {
 
 TWValue TWTextField::fromChild(const NKXMLElement& child,
                                const std::shared_ptr<TWAccount>& /*account*/) const {
-  const auto text = child.stringValue();
+  const detail::XMLTextView text(child);
   return text ? TWValue(*text) : options().default_;
 }
 

@@ -52,6 +52,12 @@ std::size_t hashOfInteger(std::int64_t number) { return std::hash<std::int64_t>{
 TWValue::TWValue(float number) : payload_(shortestDouble(number)) {}
 
 TWValue::TWValue(std::string_view text) {
+  if (ShortText copy; text.size() <= copy.bytes.size()) {
+    std::ranges::copy(text, copy.bytes.begin());
+    copy.size = static_cast<std::uint8_t>(text.size());
+    payload_ = copy;
+    return;
+  }
   auto bytes = std::make_shared_for_overwrite<char[]>(text.size());
   std::ranges::copy(text, bytes.get());
   payload_ = Text{std::move(bytes), text.size(), TWBodyType::none};
@@ -86,7 +92,8 @@ TWValue TWValue::list(std::initializer_list<TWValue> values) { return TWList(val
 
 TWValue TWValue::body(std::string_view text, TWBodyType type) {
   TWValue value(text);
-  std::get<Text>(value.payload_).body = type;
+  if (auto* brief = std::get_if<ShortText>(&value.payload_)) brief->body = type;
+  if (auto* lengthy = std::get_if<Text>(&value.payload_)) lengthy->body = type;
   return value;
 }
 
@@ -109,9 +116,9 @@ TWValue::Kind TWValue::kind() const noexcept {
   }
   // In the order of the alternatives; the place of the shared object was dealt with above.
   static constexpr std::array kKinds = {
-      Kind::absent,  Kind::boolean, Kind::integer,  Kind::real,     Kind::text,
-      Kind::data,    Kind::date,    Kind::timeZone, Kind::list,     Kind::dictionary,
-      Kind::element, Kind::xml,     Kind::error,    Kind::reference};
+      Kind::absent,  Kind::boolean, Kind::integer,  Kind::real,      Kind::text,
+      Kind::data,    Kind::date,    Kind::timeZone, Kind::list,      Kind::dictionary,
+      Kind::element, Kind::xml,     Kind::error,    Kind::reference, Kind::text};
   static_assert(kKinds.size() == std::variant_size_v<decltype(payload_)>);
   return kKinds[payload_.index()];
 }
@@ -150,16 +157,18 @@ std::optional<double> TWValue::asDouble() const noexcept {
 }
 
 std::optional<std::string> TWValue::asText() const {
-  if (const auto* text = std::get_if<Text>(&payload_)) return std::string(text->view());
-  return std::nullopt;
+  if (!isText()) return std::nullopt;
+  return std::string(textView());
 }
 
 std::string_view TWValue::textView() const& noexcept {
+  if (const auto* brief = std::get_if<ShortText>(&payload_)) return brief->view();
   const auto* text = std::get_if<Text>(&payload_);
   return text ? text->view() : std::string_view();
 }
 
 TWBodyType TWValue::bodyType() const noexcept {
+  if (const auto* brief = std::get_if<ShortText>(&payload_)) return brief->body;
   const auto* text = std::get_if<Text>(&payload_);
   return text ? text->body : TWBodyType::none;
 }
@@ -216,6 +225,7 @@ std::string TWValue::description() const {
           [](bool flag) { return std::string(flag ? "1" : "0"); },
           [](std::int64_t number) { return std::to_string(number); },
           [](double number) { return decimalText(number); },
+          [](const ShortText& text) { return std::string(text.view()); },
           [](const Text& text) { return std::string(text.view()); },
           [](const std::shared_ptr<const TWData>& data) {
             return formatMessage("<%lu bytes>", {data->size()});
@@ -255,6 +265,9 @@ bool TWValue::isEqual(const TWValue& other) const {
   return std::visit(
       Overload{
           [](std::monostate) { return true; },
+          [&other](const ShortText& text) {
+            return text.view() == other.textView() && text.body == other.bodyType();
+          },
           [&other](const Text& text) {
             return text.view() == other.textView() && text.body == other.bodyType();
           },
@@ -281,6 +294,7 @@ std::size_t TWValue::hash() const {
   return std::visit(
       Overload{
           [](double number) { return std::hash<double>{}(number); },
+          [](const ShortText& text) { return std::hash<std::string_view>{}(text.view()); },
           [](const Text& text) { return std::hash<std::string_view>{}(text.view()); },
           [](const std::shared_ptr<const TWData>& data) {
             return std::hash<std::string_view>{}(

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -43,8 +44,8 @@ enum class TWBodyType : std::uint8_t { none, plain, html };
 ///     TWValue subject = "Report", size = 12, due = TWInstant(1ms);
 ///     if (auto text = subject.asText()) std::cout << *text;
 ///
-/// A value is 40 bytes or less; texts, bytes, lists and dictionaries are shared and immutable, so
-/// copying costs a reference count at most. Numbers of different make compare by value: 1, 1.0 and
+/// A value is 40 bytes or less; short texts lie in it, and longer ones, bytes, lists and
+/// dictionaries are shared and immutable, so copying costs a reference count at most. Numbers of different make compare by value: 1, 1.0 and
 /// `true` are equal, as in EWS, where a boolean is a number whose decimal text is 1 or 0.
 class TWValue {
  public:
@@ -172,7 +173,14 @@ class TWValue {
   [[nodiscard]] std::size_t hash() const;
 
  private:
-  /// An immutable text in one allocation.
+  /// A text that needs no allocation: most texts of an answer are short.
+  struct ShortText {
+    std::array<char, 30> bytes;  ///< filled up to the size only
+    std::uint8_t size = 0;
+    TWBodyType body = TWBodyType::none;
+    [[nodiscard]] std::string_view view() const noexcept { return {bytes.data(), size}; }
+  };
+  /// Any other text, immutable and in one allocation.
   struct Text {
     std::shared_ptr<const char[]> bytes;
     std::size_t size = 0;
@@ -183,7 +191,7 @@ class TWValue {
   std::variant<std::monostate, bool, std::int64_t, double, Text, std::shared_ptr<const TWData>,
                TWInstant, TWTimeZone, std::shared_ptr<const TWList>,
                std::shared_ptr<const TWDictionary>, std::shared_ptr<TWXMLObject>, NKXMLElement,
-               TWError, std::weak_ptr<TWObject>>
+               TWError, std::weak_ptr<TWObject>, ShortText>
       payload_;
 };
 

@@ -11,6 +11,7 @@ namespace {
 using test::read;
 using test::tableOf;
 using testing::ElementsAre;
+using testing::UnorderedElementsAreArray;
 
 TEST(TWEffectiveRights, DeclaresItsFields) {
   EXPECT_THAT(tableOf(TWEffectiveRights::elementClass()),
@@ -27,7 +28,7 @@ TEST(TWEffectiveRights, WhatTheServerDoesNotSayIsFalse) {
   const auto rights = read<TWEffectiveRights>(
       "<t:EffectiveRights><t:Delete>true</t:Delete><t:Modify>false</t:Modify>"
       "<t:ViewPrivateItems>true</t:ViewPrivateItems></t:EffectiveRights>");
-  EXPECT_EQ(rights->allKeys(), TWEffectiveRights::fieldNames());
+  EXPECT_THAT(rights->allKeys(), UnorderedElementsAreArray(TWEffectiveRights::fieldNames()));
   for (const auto& right : rights->allKeys())
     EXPECT_EQ(rights->get<bool>(right), right == "delete" || right == "view_private_items")
         << right;

@@ -1,5 +1,6 @@
 #include "tarnwell/schema/detail/FieldList.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace tarnwell::detail {
@@ -9,9 +10,13 @@ FieldList::FieldList(TWFields fields) : fields_(std::move(fields)) {
     const TWField& field = *fields_[at];
     field.freeze();
     if (field.isAttribute()) attributes_.push_back(&field);
-    if (const auto tag = field.childTag(); tag && !tag->name.empty())
-      readers_[tag->name].push_back(static_cast<std::uint16_t>(at));
+    const auto tag = field.childTag();
+    readOneChild_.push_back(tag.has_value());
+    if (tag && !tag->name.empty()) readers_[tag->name].push_back({at, tag->name, tag->xmlns});
   }
+  readerAt_.resize(fields_.size());
+  for (const auto& [name, readers] : readers_)
+    if (readers.size() == 1) readerAt_[readers[0].field] = readers[0];
 }
 
 const std::shared_ptr<const TWField>* FieldList::find(std::string_view name) const {
@@ -20,9 +25,13 @@ const std::shared_ptr<const TWField>* FieldList::find(std::string_view name) con
   return nullptr;
 }
 
-std::span<const std::uint16_t> FieldList::readersOf(std::string_view localName) const {
+std::span<const FieldList::Reader> FieldList::readersOf(std::string_view localName,
+                                                        std::size_t next) const {
+  constexpr std::size_t kLookAhead = 3;
+  for (auto at = next; at < std::min(next + kLookAhead, readerAt_.size()); ++at)
+    if (!localName.empty() && readerAt_[at].name == localName) return {&readerAt_[at], 1};
   const auto at = readers_.find(localName);
-  return at == readers_.end() ? std::span<const std::uint16_t>() : at->second;
+  return at == readers_.end() ? std::span<const Reader>() : std::span<const Reader>(at->second);
 }
 
 const FieldList& SharedFieldList::current() {

@@ -26,13 +26,26 @@ class FieldList {
   }
   /// The first field of that name; null when there is none.
   [[nodiscard]] const std::shared_ptr<const TWField>* find(std::string_view name) const;
-  /// Positions of the fields that look at a child of that local name, in order.
-  [[nodiscard]] std::span<const std::uint16_t> readersOf(std::string_view localName) const;
+  /// A field that reads a child: its position, and the tag that the child must have.
+  struct Reader {
+    std::size_t field = 0;
+    std::string_view name = {};
+    std::string_view xmlns = {};
+  };
+  /// The fields that look at a child of that local name, in order. Found at once when it is one of
+  /// the next few fields, since servers answer in the order of the fields.
+  [[nodiscard]] std::span<const Reader> readersOf(std::string_view localName,
+                                                  std::size_t next) const;
+  /// True for a field that looks at nothing but one child.
+  [[nodiscard]] bool readsOneChild(std::size_t field) const { return readOneChild_[field]; }
 
  private:
   TWFields fields_;
   std::vector<const TWField*> attributes_;
-  std::unordered_map<std::string_view, std::vector<std::uint16_t>> readers_;
+  std::vector<bool> readOneChild_;
+  std::unordered_map<std::string_view, std::vector<Reader>> readers_;
+  /// By the position of the field; without a name for a field that reads no child, or not alone.
+  std::vector<Reader> readerAt_;
 };
 
 /// The current list of a class, shared with the classes below it that declare no fields.
