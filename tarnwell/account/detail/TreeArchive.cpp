@@ -23,9 +23,15 @@ std::shared_ptr<TWFolder> readFolder(const Json& data, const std::shared_ptr<TWA
 
 TWData writeTree(const TWRoot& root) {
   Json folders = Json::array();
-  for (const auto& [id, folder] : root.foldersMap())
+  const auto add = [&folders](const TWFolder& folder) {
     folders.push_back(
-        {{"class", std::string(folder->className())}, {"data", asText(folder->serializedData())}});
+        {{"class", std::string(folder.className())}, {"data", asText(folder.serializedData())}});
+  };
+  auto rest = root.foldersMap();
+  // Folders keep their order; those that are not below the root come last.
+  for (const auto& folder : root.walk())
+    if (rest.erase((*folder)["folder_id"].asText().value_or(std::string())) > 0) add(*folder);
+  for (const auto& [id, folder] : rest) add(*folder);
   const Json document{
       {"format", kFormat}, {"root", asText(root.serializedData())}, {"folders", folders}};
   const auto text = document.dump();
