@@ -114,6 +114,10 @@ constexpr std::array kProperties{
              kReadOnly},
     Property{"meeting:ResponseType", "ResponseType", kMeetingMessages, Type::choice, kReadOnly,
              Schema::exchange2007, "Unknown Organizer Tentative Accept Decline NoResponseReceived"},
+    Property{"meeting:ProposedStart", "ProposedStart", kMeetingResponse, Type::dateTime, kReadOnly,
+             Schema::exchange2013},
+    Property{"meeting:ProposedEnd", "ProposedEnd", kMeetingResponse, Type::dateTime, kReadOnly,
+             Schema::exchange2013},
     Property{"meetingRequest:MeetingRequestType", "MeetingRequestType", kMeetingRequest,
              Type::choice, kReadOnly, Schema::exchange2007,
              "None FullUpdate InformationalUpdate NewMeetingRequest Outdated SilentUpdate "

@@ -67,7 +67,7 @@ TEST_F(ItemsEndToEnd, AMessageIsSavedChangedMovedAndDeleted) {
   EXPECT_THAT(subjectsIn(drafts), ElementsAre("Report of May"));
 
   ASSERT_TRUE(message->refresh(&error)) << error;
-  EXPECT_EQ(message->get("body"), TWValue("Dear Bob"));
+  EXPECT_EQ(message->get("text_body"), TWValue("Dear Bob"));
   // Everything that was read can be written back.
   message->set("subject", "Final report");
   ASSERT_TRUE(message->save(&error)) << error;
