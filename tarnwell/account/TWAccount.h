@@ -167,8 +167,8 @@ class TWAccount : public TWObject, public TWServiceContext {
       std::string_view messageDisposition, std::string_view sendMeetingInvitiations,
       TWError* error = nullptr);
 
-  /// Writes the named properties of items; see `TWUpdateItem`. The outcomes are the id pairs with the
-  /// new change keys; without one where the server does not tell it.
+  /// Writes the named properties of items; see `TWUpdateItem`. The outcomes are the id pairs with
+  /// the new change keys; without one where the server does not tell it.
   ///
   /// Errors: "SendOnly"; what `TWUpdateItem` refuses.
   std::optional<TWResults<TWIdPair>> bulkUpdate(
@@ -181,8 +181,9 @@ class TWAccount : public TWObject, public TWServiceContext {
       std::string_view messageDisposition, std::string_view sendMeetingInvitationsOrCancellations,
       bool supressReadReceipts, TWError* error = nullptr);
 
+  /// Deletes items. The query sets of this and of the next operations are evaluated first, and
+  /// what they find is read whole.
   /// @param deleteType  "HardDelete", "SoftDelete" or "MoveToDeletedItems"
-  /// The query set of this and the next operations is evaluated first.
   std::optional<TWResults<bool>> bulkDelete(const TWItemEntries& ids, std::string_view deleteType,
                                             std::string_view sendMeetingCancellations,
                                             std::string_view affectedTaskOccurunces,
