@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include "tarnwell/account/TWAccount.h"
 #include "tarnwell/items/TWMailbox.h"
 #include "tarnwell/protocol/TWAutodiscover.h"
 #include "tarnwell/services/TWResolveNames.h"
@@ -65,6 +66,25 @@ TEST(AutodiscoverEndToEnd, AnAddressIsEnoughToCallAService) {
   ASSERT_TRUE(people);
   ASSERT_EQ(people->size(), 1U);
   EXPECT_EQ(people->front()->get("email_address"), "bob@found.discover.example");
+}
+
+TEST(AutodiscoverEndToEnd, AnAccountHasTheAddressAndTheProtocolThatItFinds) {
+  const Host host("account.discover.example"), ignored("ignored.discover.example");
+  TWAccountOptions options;
+  options.primarySmtpAddress = "ALICE@account.discover.example";
+  options.autodiscover = true;
+  options.credentials = host.credentials();
+  options.config = TWConfiguration{ignored.protocol(TWVersion(TWBuild(14, 0)))};
+  options.discovery = in(host);
+  const auto account = TWAccount::withOptions(options);
+  EXPECT_EQ(account->primarySmtpAddress(), "alice@account.discover.example");
+  ASSERT_TRUE(account->protocol());
+  EXPECT_EQ(account->protocol()->server(), "account.discover.example");
+  EXPECT_EQ(account->version(), account->protocol()->version());
+  EXPECT_TRUE(account->inbox());
+  EXPECT_TRUE(ignored.server.requests().empty());
+  // Accounts of one endpoint and one user share the protocol.
+  EXPECT_EQ(TWAccount::withOptions(options)->protocol(), account->protocol());
 }
 
 TEST(AutodiscoverEndToEnd, EveryServerHandsOutItsVersion) {
