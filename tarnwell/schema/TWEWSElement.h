@@ -62,7 +62,7 @@ class TWEWSElement : public TWXMLObject {
   /// validated nor written.
   void set(std::string_view name, TWValue value) { props_.set(name, std::move(value)); }
   void remove(std::string_view name) { props_.remove(name); }
-  /// Names of the properties that are set, in no particular order.
+  /// Names of the properties that are set, in the order in which they were, or were answered.
   [[nodiscard]] std::vector<std::string> allKeys() const { return props_.allKeys(); }
 
   /// Validates all properties in the order of the fields and stores their normal forms, defaults of

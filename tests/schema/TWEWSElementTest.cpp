@@ -22,6 +22,7 @@ using test::Person;
 using test::Stranger;
 using test::Street;
 using testing::ElementsAre;
+using testing::UnorderedElementsAre;
 
 constexpr auto kWrongType = TWErrorCode::ErrorType;
 constexpr auto kWrongValue = TWErrorCode::ErrorValueOutOfRange;
@@ -46,7 +47,7 @@ TEST(TWEWSElement, TakesOverWhatStandsUnderNamesOfFields) {
   const auto person = Person::withDict(
       {{"age", "not a number"}, {"nope", 1}, {"name", "Ann"}, {"nick", TWValue()}});
   // In the order of the fields; values are not validated.
-  EXPECT_THAT(person->allKeys(), UnorderedElementsAre("name", "age"));
+  EXPECT_THAT(person->allKeys(), ElementsAre("name", "age"));
   EXPECT_EQ(person->get("age"), TWValue("not a number"));
   EXPECT_TRUE(person->get("nope").isAbsent());
   EXPECT_THAT(Person::withDict()->allKeys(), testing::IsEmpty());
@@ -160,7 +161,7 @@ TEST(TWEWSElement, ReadsTheSameInOnePassAsFieldByField) {
 TEST(TWEWSElement, ValidationStoresNormalFormsAndDefaults) {
   const auto person = Person::withDict({{"name", "Ann"}});
   EXPECT_TRUE(person->clean(nullptr));
-  EXPECT_THAT(person->allKeys(), UnorderedElementsAre("name", "age"));
+  EXPECT_THAT(person->allKeys(), ElementsAre("name", "age"));
   EXPECT_EQ(person->get("age"), TWValue(18));
 }
 
