@@ -26,6 +26,11 @@ Registry& registry() {
 }  // namespace
 
 TWElementClass::TWElementClass(const Declaration& declaration)
+    : TWElementClass(declaration, Unlisted()) {
+  enlist();
+}
+
+TWElementClass::TWElementClass(const Declaration& declaration, Unlisted /*unlisted*/)
     : name_(declaration.name),
       base_(declaration.base),
       elementName_(declaration.elementName),
@@ -45,6 +50,9 @@ TWElementClass::TWElementClass(const Declaration& declaration)
   fieldList_ = ownFields_ == nullptr && base_ != nullptr
                    ? base_->fieldList_
                    : std::make_shared<detail::SharedFieldList>([this] { return declaredFields(); });
+}
+
+void TWElementClass::enlist() const {
   const std::scoped_lock lock(registry().mutex);
   registry().classes.push_back(this);
 }

@@ -107,6 +107,13 @@ class TWElementClass {
   [[nodiscard]] std::shared_ptr<TWEWSElement> fromXML(
       const NKXMLElement& xml, const std::shared_ptr<TWAccount>& account) const;
 
+ protected:
+  struct Unlisted {};
+  /// For classes with members of their own, which call `enlist` once they are whole: from then on
+  /// other threads can find them.
+  TWElementClass(const Declaration& declaration, Unlisted);
+  void enlist() const;
+
  private:
   friend class TWEWSElement;
   friend class TWRegisterMixIn;

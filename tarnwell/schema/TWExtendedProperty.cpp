@@ -155,8 +155,11 @@ TWExtendedPropertyClass::TWExtendedPropertyClass(std::unique_ptr<const Addressin
     : TWElementClass({.name = addressing->name,
                       .base = &base,
                       .elementName = "ExtendedProperty",
-                      .make = addressing->make == nullptr ? &makeProperty : addressing->make}),
-      addressing_(std::move(addressing)) {}
+                      .make = addressing->make == nullptr ? &makeProperty : addressing->make},
+                     Unlisted()),
+      addressing_(std::move(addressing)) {
+  enlist();
+}
 
 const std::vector<std::string>& TWExtendedPropertyClass::distinguishedSets() {
   static const auto& kSets = *new std::vector<std::string>{
