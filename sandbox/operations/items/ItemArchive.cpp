@@ -8,6 +8,11 @@
 #include "sandbox/store/EwsError.h"
 
 namespace tarnwell::sandbox {
+namespace {
+
+EwsError corrupt() { return {"ErrorCorruptData", "The data is no exported item."}; }
+
+}  // namespace
 
 std::string archiveItem(const Item& item) {
   Node archive{"SandboxItem", {{"Format", "1"}}};
@@ -22,28 +27,27 @@ std::string archiveItem(const Item& item) {
 }
 
 Item itemFromArchive(Store& store, const std::string& data) {
-  const EwsError corrupt("ErrorCorruptData", "The data is no exported item.");
   const std::optional<std::string> text = decodeBase64(data);
-  if (!text) throw corrupt;
+  if (!text) throw corrupt();
   Node archive;
   try {
     archive = nodeFromText(*text);
   } catch (const std::runtime_error&) {
-    throw corrupt;
+    throw corrupt();
   } catch (const SoapFault&) {
-    throw corrupt;
+    throw corrupt();
   }
   const Node* content = archive.child("Content");
   if (archive.name != "SandboxItem" || content == nullptr || content->children.size() != 1 ||
       findItemKind(content->children[0].name) == nullptr) {
-    throw corrupt;
+    throw corrupt();
   }
   Item item;
   item.content = content->children[0];
   for (const Node& node : archive.children) {
     if (node.name != "Attachment") continue;
     const Node* description = node.child("Description");
-    if (description == nullptr || description->children.size() != 1) throw corrupt;
+    if (description == nullptr || description->children.size() != 1) throw corrupt();
     Attachment attachment;
     attachment.number = store.newNumber();
     attachment.description = description->children[0];
