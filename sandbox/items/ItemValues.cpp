@@ -54,7 +54,8 @@ std::string addresses(const Node* list) {
     if (!text.empty()) text += ", ";
     const std::string name = mailbox.childText("Name");
     const std::string address = mailbox.childText("EmailAddress");
-    text += name.empty() ? address : name + " <" + address + ">";
+    text += name;
+    text += name.empty() ? address : " <" + address + ">";
   }
   return text;
 }
@@ -79,7 +80,12 @@ std::vector<std::pair<std::string, std::string>> headersOf(const Item& item) {
 /// A plain rendering; what a client uploaded as MIME is kept and never gets here.
 Node mimeContent(const Item& item) {
   std::string mime;
-  for (const auto& [name, value] : headersOf(item)) mime += name + ": " + value + "\r\n";
+  for (const auto& [name, value] : headersOf(item)) {
+    mime += name;
+    mime += ": ";
+    mime += value;
+    mime += "\r\n";
+  }
   const Node* body = item.content.child("Body");
   const bool isHtml = body != nullptr && body->attribute("BodyType") == "HTML";
   mime += "MIME-Version: 1.0\r\nContent-Type: ";

@@ -70,8 +70,8 @@ std::string trimmed(const std::string& text) {
 
 /// The text in its one form; throws when it has none of that type.
 std::string readScalar(const Property& property, pugi::xml_node element) {
-  const std::string raw = simpleText(element);
-  const std::string value = trimmed(raw);
+  std::string raw = simpleText(element);
+  std::string value = trimmed(raw);
   const auto refuse = [&](std::string_view type) {
     refuseValue(element, value, std::string(kXsd) + std::string(type),
                 "The string '" + value + "' is not a valid value.");
@@ -184,7 +184,7 @@ void checkAttendees(pugi::xml_node list) {
 
 /// The value in its one form; throws the EwsError for one that the type does not have.
 std::string extendedValue(const std::string& type, const std::string& text) {
-  const std::string value = type == "String" ? text : trimmed(text);
+  std::string value = type == "String" ? text : trimmed(text);
   bool good = true;
   if (type == "Boolean") {
     if (value == "1") return "true";

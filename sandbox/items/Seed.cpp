@@ -97,7 +97,11 @@ class Seeder {
     return std::string(texts.at(below(Size)));
   }
   std::int64_t workingTime() {
-    return kNewYear + below(kDays) * kDay + (7 + below(11)) * kHour + below(60) * 60;
+    // One statement for each number: compilers differ in the order within one.
+    const std::int64_t day = below(kDays);
+    const std::int64_t hour = 7 + below(11);
+    const std::int64_t minute = below(60);
+    return kNewYear + day * kDay + hour * kHour + minute * 60;
   }
   [[nodiscard]] std::uint64_t folder(std::string_view id) const {
     return store_.distinguished(address_, id);
@@ -135,7 +139,8 @@ class Seeder {
     Node& content = item.content;
     const bool isInvitation = !sent && oneIn(15);
     content.name = isInvitation ? "MeetingRequest" : "Message";
-    content.setChild("Subject", (oneIn(3) ? "RE: " : "") + oneOf(kTopics));
+    const std::string prefix = oneIn(3) ? "RE: " : "";
+    content.setChild("Subject", prefix + oneOf(kTopics));
     const bool isHtml = oneIn(2);
     const std::string text = bodyText();
     content.children.push_back({"Body",

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "sandbox/detail/Base64.h"
 #include "tests/sandbox/StoreFixture.h"
 
 namespace tarnwell::sandbox::test {
@@ -423,7 +424,9 @@ TEST_F(Items, OnlyMessagesCanBeSent) {
 TEST_F(Items, AnExportedItemCanBeUploadedElsewhere) {
   const IdPair id = makeItem(
       "<t:Message><t:Subject>Travel</t:Subject><t:Attachments><t:FileAttachment><t:Name>a.txt"
-      "</t:Name><t:Content>YWJj</t:Content></t:FileAttachment></t:Attachments></t:Message>");
+      "</t:Name><t:Content>YWJj</t:Content></t:FileAttachment><t:ItemAttachment><t:Name>b</t:Name>"
+      "<t:Task><t:Subject>Inner</t:Subject></t:Task></t:ItemAttachment></t:Attachments>"
+      "</t:Message>");
   const Answer exported =
       ask("<m:ExportItems><m:ItemIds>" + itemId(id) + "</m:ItemIds></m:ExportItems>");
   EXPECT_EQ(exported.attribute("//ItemId", "Id"), id.id);
@@ -440,6 +443,31 @@ TEST_F(Items, AnExportedItemCanBeUploadedElsewhere) {
   EXPECT_NE(getItem(copy).attribute("//AttachmentId", "Id"),
             getItem(id).attribute("//AttachmentId", "Id"));
   EXPECT_EQ(upload("bm90aGluZw==").text("//ResponseCode"), "ErrorCorruptData");
+}
+
+TEST_F(Items, ForgedDataIsNotUploaded) {
+  const IdPair drafts = idAt(getFolder(distinguished("drafts")), "//FolderId");
+  const auto upload = [&](const std::string& archive) {
+    const std::string data = encodeBase64(
+        "<t:SandboxItem xmlns:t='http://schemas.microsoft.com/exchange/services/2006/types'>" +
+        archive + "</t:SandboxItem>");
+    return code("<m:UploadItems><m:Items><t:Item CreateAction='CreateNew'><t:ParentFolderId Id='" +
+                drafts.id + "'/><t:Data>" + data + "</t:Data></t:Item></m:Items></m:UploadItems>");
+  };
+  const std::string good = "<t:Content><t:Message><t:Subject>a</t:Subject></t:Message></t:Content>";
+  EXPECT_EQ(upload(good), "NoError");
+  EXPECT_EQ(upload(""), "ErrorCorruptData");
+  EXPECT_EQ(upload("<t:Content/>"), "ErrorCorruptData");
+  EXPECT_EQ(upload("<t:Content><t:Folder/></t:Content>"), "ErrorCorruptData");
+  EXPECT_EQ(upload("<t:Content><t:Message><t:ExtendedProperty/></t:Message></t:Content>"),
+            "ErrorCorruptData");
+  EXPECT_EQ(upload("<t:Content><t:CalendarItem><t:RequiredAttendees><t:Attendee/>"
+                   "</t:RequiredAttendees></t:CalendarItem></t:Content>"),
+            "ErrorCorruptData");
+  EXPECT_EQ(upload(good + "<t:Attachment/>"), "ErrorCorruptData");
+  EXPECT_EQ(upload(good + "<t:Attachment><t:Description><t:ItemAttachment/></t:Description>"
+                          "<t:Bytes/></t:Attachment>"),
+            "ErrorCorruptData");
 }
 
 TEST_F(Items, AnUploadCanReplaceAnItem) {

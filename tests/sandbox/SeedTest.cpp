@@ -59,6 +59,15 @@ TEST_F(SeededMailbox, TheItemsAreTheSameEveryTime) {
   EXPECT_EQ(items(server), items(other));
 }
 
+TEST_F(SeededMailbox, TheItemsAreTheSameWhateverBuiltTheProgram) {
+  const Answer tasks =
+      ask("<m:FindItem Traversal='Shallow'><m:ItemShape><t:BaseShape>AllProperties</t:BaseShape>"
+          "</m:ItemShape><m:ParentFolderIds>" +
+          distinguished("tasks") + "</m:ParentFolderIds></m:FindItem>");
+  EXPECT_EQ(tasks.text("//Task/Subject"), "Order toner");
+  EXPECT_EQ(tasks.text("//Task/DueDate"), "2026-10-10T00:00:00Z");
+}
+
 TEST_F(SeededMailbox, TheItemsAreWhole) {
   const Answer messages =
       ask("<m:FindItem Traversal='Shallow'><m:ItemShape><t:BaseShape>AllProperties</t:BaseShape>"
