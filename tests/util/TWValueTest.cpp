@@ -63,6 +63,28 @@ TEST(TWValue, AnEmptyTextIsPresent) {
   EXPECT_EQ(value.asText(), "");
 }
 
+// Short texts lie in the value, longer ones elsewhere.
+TEST(TWValue, TextsOfAllLengthsAreAlike) {
+  for (const std::size_t length : {0U, 1U, 15U, 29U, 30U, 31U, 32U, 1000U}) {
+    const std::string text(length, 'x');
+    const TWValue value(text);
+    const auto copy = value;
+    EXPECT_EQ(value.asText(), text);
+    EXPECT_EQ(value.textView(), text);
+    EXPECT_EQ(value.kind(), Kind::text);
+    EXPECT_EQ(value.description(), text);
+    EXPECT_EQ(copy, value);
+    EXPECT_EQ(copy.hash(), value.hash());
+    EXPECT_NE(value, TWValue(text + "x"));
+    const auto body = TWValue::body(text, TWBodyType::html);
+    EXPECT_EQ(body.bodyType(), TWBodyType::html);
+    EXPECT_EQ(body.textView(), text);
+    EXPECT_NE(body, value);
+  }
+  const std::string_view withNul("a\0b", 3);
+  EXPECT_EQ(TWValue(withNul).asText(), withNul);
+}
+
 TEST(TWValue, TakesWhatAnOptionalHolds) {
   EXPECT_EQ(TWValue(std::optional<std::string>("x")), TWValue("x"));
   EXPECT_EQ(TWValue(std::optional<bool>(false)).kind(), Kind::boolean);
