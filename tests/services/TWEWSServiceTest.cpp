@@ -406,7 +406,8 @@ TEST_F(TWEWSServiceTest, StreamingRequestsGoOverAnExchangeOfTheirOwn) {
   TWConnectionOptions options;
   options.makeStream = [&streamed](std::shared_ptr<TWCredentials>, TWHTTPRequest request,
                                    const TWConnectionOptions&) {
-    streamed.emplace_back(request.body->begin(), request.body->end());
+    const TWData body = request.body.value_or(TWData());
+    streamed.emplace_back(body.begin(), body.end());
     return std::make_shared<ReadyExchange>(
         message("Success", "NoError", "<m:Items><t:Streamed/></m:Items>").body);
   };
