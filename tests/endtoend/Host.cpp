@@ -12,7 +12,8 @@ sandbox::SandboxOptions optionsFor(const std::string& name, Host::Scheme scheme,
                                    sandbox::SandboxOptions options) {
   options.tls = scheme == Host::Scheme::https;
   options.certificateNames = {name};
-  options.mailboxes = {{"alice@" + name, "secret", "Alice"}, {"bob@" + name, "secret", "Bob"}};
+  if (options.mailboxes.empty())
+    options.mailboxes = {{"alice@" + name, "secret", "Alice"}, {"bob@" + name, "secret", "Bob"}};
   if (options.externalUrl.empty())
     options.externalUrl = (options.tls ? "https://" : "http://") + name + "/EWS/Exchange.asmx";
   return options;

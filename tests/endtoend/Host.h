@@ -15,7 +15,8 @@
 namespace tarnwell::test {
 
 /// A running sandbox under a host name of its own, with the mailboxes alice and bob (password
-/// "secret") in the domain of that name, and whatever a client needs to find it there.
+/// "secret") in the domain of that name unless the options have others, and whatever a client needs
+/// to find it there.
 ///
 ///     const Host host("mail.example");
 ///     const auto protocol = host.protocol();
