@@ -159,6 +159,11 @@ std::shared_ptr<TWFolder> TWFolder::navigate(std::string_view step, TWError* err
 }
 
 TWFolders TWFolder::glob(std::string_view pattern) const {
+  detail::FolderTree tree(*this);
+  return glob(pattern, tree);
+}
+
+TWFolders TWFolder::glob(std::string_view pattern, detail::FolderTree& tree) const {
   const auto cut = pattern.rfind('/');
   const bool hasRest = cut != std::string_view::npos;
   const auto head = pattern.substr(0, cut);
@@ -166,17 +171,18 @@ TWFolders TWFolder::glob(std::string_view pattern) const {
   const auto restOrAny = rest.empty() ? std::string_view("*") : rest;
   if (head.empty()) {
     const auto root = this->root();
-    return root ? root->glob(restOrAny) : TWFolders();
+    return root ? root->glob(restOrAny, tree) : TWFolders();
   }
   if (head == "..") {
-    const auto parent = this->parent();
-    return parent ? parent->glob(restOrAny) : TWFolders();
+    const auto parent = tree.parent(*this);
+    return parent ? parent->glob(restOrAny, tree) : TWFolders();
   }
-  if (head == "**") return passing(walk(), restOrAny);
-  auto matches = passing(children(), head);
+  if (head == "**") return passing(tree.below(*this), restOrAny);
+  auto matches = passing(tree.children(*this), head);
   if (rest.empty()) return matches;
   TWFolders found;
-  for (const auto& match : matches) std::ranges::move(match->glob(rest), std::back_inserter(found));
+  for (const auto& match : matches)
+    std::ranges::move(match->glob(rest, tree), std::back_inserter(found));
   return found;
 }
 

@@ -58,6 +58,7 @@ class FolderKind : public ElementKind<Self, Base> {
   [[nodiscard]] static const std::vector<const TWElementClass*>& supportedItemModels() {
     return Self::elementClass().supportedItemModels();
   }
+  [[nodiscard]] static const auto& itemModelMap() { return Self::elementClass().itemModelMap(); }
   [[nodiscard]] static std::span<const TWLocalizedName> localizedNames() {
     return Self::elementClass().localizedNames();
   }
@@ -305,8 +306,11 @@ class TWFolder : public detail::FolderKind<TWFolder, TWRegisterMixIn>, public TW
   bool update(const std::shared_ptr<TWAccount>& account, const std::vector<std::string>& names,
               TWError* error);
   [[nodiscard]] std::vector<std::string> writableFieldNames(const TWVersion* version) const;
+  [[nodiscard]] TWFolders glob(std::string_view pattern, detail::FolderTree& tree) const;
   /// Takes its place below a parent.
   void liesBelow(const TWFolder& parent);
+  /// The same in the account's tree, if that is known.
+  void placeInTree(const std::shared_ptr<TWAccount>& account);
   [[nodiscard]] static bool contains(const TWFields& fields, const TWField& field);
   bool checkSearchable(const std::vector<std::shared_ptr<TWFieldPath>>& paths,
                        TWError* error) const;

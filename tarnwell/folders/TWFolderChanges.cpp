@@ -80,10 +80,12 @@ std::shared_ptr<TWEWSElement> TWFolder::idElement(TWError* error) const {
   const TWValue& id = (*this)["folder_id"];
   if (!id.textView().empty())
     return TWFolderId::withDict({{"id", id}, {"changekey", (*this)["changekey"]}});
-  // A folder whose id is an empty text was deleted: it must not be taken for the well-known one of
-  // its class.
+  // Only a folder that is known by nothing else stands for the well-known one of its class: a
+  // deleted one, whose id is an empty text, does not, nor does a new calendar with a name.
   const auto wellKnown = folderClass().distinguishedFolderId();
-  if (!id.isAbsent() || !wellKnown) {
+  const bool standsForWellKnown =
+      wellKnown && id.isAbsent() && ((*this)["name"].isAbsent() || isDistinguished());
+  if (!standsForWellKnown) {
     setError(error, badValue("Folder must have an ID"));
     return nullptr;
   }
@@ -132,7 +134,7 @@ bool TWFolder::create(const std::shared_ptr<TWAccount>& account, TWError* error)
   set("folder_id", folder["folder_id"]);
   set("changekey", folder["changekey"]);
   liesBelow(*parent);
-  changeTree(account, [&](const TWRoot& root) { root.addFolder(self()); });
+  placeInTree(account);
   return true;
 }
 
@@ -165,6 +167,16 @@ void TWFolder::liesBelow(const TWFolder& parent) {
     set("parent_folder_id", TWParentFolderId::withDict({{"id", id}}));
 }
 
+void TWFolder::placeInTree(const std::shared_ptr<TWAccount>& account) {
+  changeTree(account, [&](const TWRoot& root) {
+    // Below a folder whose id is not known it can only be found by reading the tree again.
+    if ((*this)["parent_folder_id"].isAbsent())
+      root.clearCache();
+    else
+      root.updateFolder(self());
+  });
+}
+
 bool TWFolder::moveToParent(const std::shared_ptr<TWFolder>& parent, TWError* error) {
   const auto account = accountForChange(error);
   if (!account) return false;
@@ -176,7 +188,7 @@ bool TWFolder::moveToParent(const std::shared_ptr<TWFolder>& parent, TWError* er
     return false;
   setParent(parent);
   liesBelow(*parent);
-  changeTree(account, [&](const TWRoot& root) { root.updateFolder(self()); });
+  placeInTree(account);
   return true;
 }
 
@@ -220,7 +232,9 @@ bool TWFolder::wipe(TWError* error) {
   TWError failure;
   empty(kHardDelete, false, &failure);
   remember(std::exchange(failure, {}));
-  const auto children = detail::FolderTree(*this).children(*this, &failure);
+  // The server is asked: the tree knows only the folders below the one that people see as the top.
+  const auto children =
+      children_ ? *children_ : findFoldersBelow(self(), kIdOnly, "Shallow", &failure);
   remember(std::exchange(failure, {}));
   for (const auto& child : children) {
     child->deleteWithError(&failure);
@@ -242,6 +256,9 @@ bool TWFolder::refresh(TWError* error) {
   if (!firstSucceeded(fresh, error)) return false;
   for (const auto& field : cls.fields())
     set(field->name(), (*fresh->front().value())[field->name()]);
+  changeTree(account, [&](const TWRoot& root) {
+    if (root.getFolder(folderId()) == self()) root.updateFolder(self());
+  });
   return true;
 }
 

@@ -64,6 +64,11 @@ const std::vector<const TWElementClass*>& TWFolderClass::supportedItemModels() c
   return items().models;
 }
 
+const std::unordered_map<std::string_view, const TWElementClass*>& TWFolderClass::itemModelMap()
+    const {
+  return items().byElementName;
+}
+
 bool TWFolderClass::hasName(std::string_view name, std::optional<std::string_view> locale) const {
   const auto wanted = lowercasedUnicode(name);
   return std::ranges::any_of(localizedNames_, [&](const auto& each) {
@@ -82,7 +87,7 @@ std::shared_ptr<const TWField> TWFolderClass::getItemFieldByFieldName(std::strin
 
 const TWElementClass* TWFolderClass::itemModelFromTag(std::string_view elementName,
                                                       TWError* error) const {
-  const auto& models = items().byElementName;
+  const auto& models = itemModelMap();
   if (const auto found = models.find(elementName); found != models.end()) return found->second;
   const auto& appointments = TWCalendarItem::elementClass();
   if (elementName == kCalendarItem &&

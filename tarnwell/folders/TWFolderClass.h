@@ -51,6 +51,9 @@ class TWFolderClass final : public TWElementClass {
   [[nodiscard]] std::span<const TWLocalizedName> localizedNames() const noexcept {
     return localizedNames_;
   }
+  /// The same classes by the names of their XML elements.
+  [[nodiscard]] const std::unordered_map<std::string_view, const TWElementClass*>& itemModelMap()
+      const;
   /// True when the text is the name in that locale, or in any without one; case does not matter.
   [[nodiscard]] bool hasName(std::string_view name,
                              std::optional<std::string_view> locale = std::nullopt) const;

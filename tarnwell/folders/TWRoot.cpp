@@ -16,6 +16,11 @@ std::string folderIdOf(const TWFolder& folder) {
   return folder.TWEWSElement::get("folder_id").asText().value_or(std::string());
 }
 
+std::string parentIdOf(const TWFolder& folder) {
+  const auto named = folder.TWEWSElement::get("parent_folder_id").asObject<TWItemId>();
+  return named ? named->get("id").asText().value_or(std::string()) : std::string();
+}
+
 }  // namespace
 
 const TWFolderClass& TWRoot::elementClass() {
@@ -26,9 +31,16 @@ const TWFolderClass& TWRoot::elementClass() {
   return kClass;
 }
 
-/// Folders in the server's order, and where they are.
+/// Folders in the server's order, and where they are. What a folder's place depends on is kept
+/// beside it: other threads may be changing the folder itself while the tree is looked at.
 struct TWRoot::Cache {
-  TWFolders folders;
+  struct Entry {
+    std::shared_ptr<TWFolder> folder;
+    std::string id;
+    std::string parentId;
+  };
+
+  std::vector<Entry> folders;
   std::unordered_map<std::string, std::size_t> places;
   std::unordered_map<std::string, TWFolders> children;  ///< by the parent's id
   bool isIndexed = false;                               ///< `children` is up to date
@@ -46,11 +58,9 @@ void TWRoot::Cache::store(const std::shared_ptr<TWFolder>& folder) {
   auto id = folder ? folderIdOf(*folder) : std::string();
   if (id.empty()) return;
   isIndexed = false;
-  const auto [place, isNew] = places.try_emplace(std::move(id), folders.size());
-  if (isNew)
-    folders.push_back(folder);
-  else
-    folders[place->second] = folder;
+  const auto [place, isNew] = places.try_emplace(id, folders.size());
+  if (isNew) folders.emplace_back();
+  folders[place->second] = {folder, std::move(id), parentIdOf(*folder)};
 }
 
 void TWRoot::Cache::remove(const std::string& folderId) {
@@ -66,7 +76,7 @@ void TWRoot::Cache::remove(const std::string& folderId) {
 
 std::shared_ptr<TWFolder> TWRoot::Cache::find(const std::string& folderId) const {
   const auto found = places.find(folderId);
-  return found == places.end() ? nullptr : folders[found->second];
+  return found == places.end() ? nullptr : folders[found->second].folder;
 }
 
 std::shared_ptr<TWRoot> TWRoot::root() const { return std::static_pointer_cast<TWRoot>(self()); }
@@ -80,7 +90,7 @@ std::optional<TWFolderMap> TWRoot::subFolders() const {
   const std::scoped_lock lock(mutex_);
   if (!cache_) return std::nullopt;
   TWFolderMap map;
-  for (const auto& [id, at] : cache_->places) map.emplace(id, cache_->folders[at]);
+  for (const auto& [id, at] : cache_->places) map.emplace(id, cache_->folders[at].folder);
   return map;
 }
 
@@ -142,16 +152,14 @@ void TWRoot::removeFolder(const std::shared_ptr<TWFolder>& folder) const {
   if (cache_) cache_->remove(folderIdOf(*folder));
 }
 
-std::string TWRoot::parentId(const TWFolder& folder, const Cache& cache) const {
-  const auto id = folderIdOf(folder);
+std::string TWRoot::placedBelow(const TWFolderClass& cls, const std::string& id,
+                                const std::string& parentId, const Cache& cache) const {
   const auto ownId = folderIdOf(*this);
   if (id == ownId) return {};
-  const auto named = folder.TWEWSElement::get("parent_folder_id").asObject<TWItemId>();
-  auto parent = named ? named->get("id").asText().value_or("") : std::string();
-  if (parent != id && cache.places.contains(parent)) return parent;
+  if (parentId != id && cache.places.contains(parentId)) return parentId;
   // The folder that the search of the tree starts from lies right below the root, even where the
   // root itself may not be seen.
-  return folder.cls().isKindOf(TWMsgFolderRoot::elementClass()) ? ownId : std::string();
+  return cls.isKindOf(TWMsgFolderRoot::elementClass()) ? ownId : std::string();
 }
 
 TWFolders TWRoot::cachedChildren(const TWFolder& folder) const {
@@ -161,8 +169,10 @@ TWFolders TWRoot::cachedChildren(const TWFolder& folder) const {
   if (!cache_->isIndexed) {
     cache_->children.clear();
     for (const auto& each : cache_->folders)
-      if (const auto parent = parentId(*each, *cache_); !parent.empty())
-        cache_->children[parent].push_back(each);
+      if (const auto parent =
+              placedBelow(each.folder->folderClass(), each.id, each.parentId, *cache_);
+          !parent.empty())
+        cache_->children[parent].push_back(each.folder);
     cache_->isIndexed = true;
   }
   const auto found = cache_->children.find(id);
@@ -171,7 +181,9 @@ TWFolders TWRoot::cachedChildren(const TWFolder& folder) const {
 
 std::shared_ptr<TWFolder> TWRoot::cachedParent(const TWFolder& folder) const {
   const std::scoped_lock lock(mutex_);
-  return cache_ ? cache_->find(parentId(folder, *cache_)) : nullptr;
+  if (!cache_) return nullptr;
+  return cache_->find(
+      placedBelow(folder.folderClass(), folderIdOf(folder), parentIdOf(folder), *cache_));
 }
 
 TWFolders TWRoot::getChildren(const TWFolder& folder) const {
@@ -222,7 +234,13 @@ TWFolderMap TWRoot::defaultFolders() const {
 
 std::shared_ptr<TWFolder> TWRoot::keepDefaultFolder(const TWFolderClass& cls,
                                                     std::shared_ptr<TWFolder> folder) const {
-  if (auto cached = getFolder(folderIdOf(*folder))) folder = std::move(cached);
+  if (auto cached = getFolder(folderIdOf(*folder))) {
+    // In the tree it may be of another class: of the one for its display name or container class.
+    if (cached->cls().isKindOf(cls))
+      folder = std::move(cached);
+    else
+      updateFolder(folder);
+  }
   const std::scoped_lock lock(mutex_);
   return defaultFolders_.insert_or_assign(std::string(cls.name()), std::move(folder)).first->second;
 }

@@ -78,11 +78,14 @@ class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
  private:
   friend class detail::FolderTree;
   struct Cache;
-  [[nodiscard]] std::string parentId(const TWFolder& folder, const Cache& cache) const;
+  /// The id of the cached folder that one with this id and parent is drawn below; may be empty.
+  [[nodiscard]] std::string placedBelow(const TWFolderClass& cls, const std::string& id,
+                                        const std::string& parentId, const Cache& cache) const;
   void fillCache(TWError* error) const;
   [[nodiscard]] TWFolders cachedChildren(const TWFolder& folder) const;
   [[nodiscard]] std::shared_ptr<TWFolder> cachedParent(const TWFolder& folder) const;
-  /// Keeps the cached folder of the same id, if there is one, and answers what is kept.
+  /// Keeps the cached folder of the same id if it is of that class, else puts this one in its place;
+  /// answers what is kept.
   [[nodiscard]] std::shared_ptr<TWFolder> keepDefaultFolder(const TWFolderClass& cls,
                                                             std::shared_ptr<TWFolder> folder) const;
   [[nodiscard]] std::shared_ptr<TWFolder> searchDefaultFolder(const TWFolderClass& cls) const;

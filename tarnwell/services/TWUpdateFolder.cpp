@@ -1,6 +1,7 @@
 #include "tarnwell/services/TWUpdateFolder.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include "tarnwell/folders/TWFolder.h"
@@ -11,6 +12,12 @@
 #include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
+namespace {
+
+// The misspelling is part of the interface.
+constexpr std::string_view kMayNotBeDeleted = "%@ is a requried field and may not be deleted";
+
+}  // namespace
 
 const TWServiceClass& TWUpdateFolder::descriptor() {
   static const auto* const kClass = new TWServiceClass{
@@ -73,7 +80,13 @@ std::optional<std::vector<NKXMLElement>> TWUpdateFolder::getFolderUpdateElems(
       refuse("%@ is a read-only field", *field);
       break;
     }
-    const auto value = field->valueToWrite(folder.get(field->name()), target, &failure);
+    const auto& current = folder.get(field->name());
+    // Cleaning would refuse it too, with a message that says nothing of deleting.
+    if (current.isAbsent() && field->isRequired() && field->options().default_.isAbsent()) {
+      refuse(kMayNotBeDeleted, *field);
+      break;
+    }
+    const auto value = field->valueToWrite(current, target, &failure);
     if (failure) break;
     const auto path = TWFieldPath::withField(field);
     if (!value.isAbsent()) {
@@ -85,7 +98,7 @@ std::optional<std::vector<NKXMLElement>> TWUpdateFolder::getFolderUpdateElems(
       element.addChild(holder);
       elements.push_back(element);
     } else if (field->isRequired() || field->isRequiredAfterSave()) {
-      refuse("%@ is a requried field and may not be deleted", *field);
+      refuse(kMayNotBeDeleted, *field);
     } else {
       const auto paths = path->expand(target);
       elements.push_back(TWUtils::updateElement(TWUtils::createElement("t:DeleteFolderField"),

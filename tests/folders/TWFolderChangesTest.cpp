@@ -272,6 +272,47 @@ TEST_F(TWFolderWipe, ATreeThatCannotBeReadIsAFailure) {
   EXPECT_TRUE(error.is(TWErrorCode::ErrorSOAP)) << error;
 }
 
+// The tree has no folders outside of what people see, such as those of an archive mailbox.
+TEST_F(TWFolderWipe, AsksTheServerForTheSubfolders) {
+  static_cast<void>(stubborn("ErrorCannotEmptyFolder"));
+  server.on("FindFolder", answer("FindFolder", pageMessage("FindFolder", "Folders",
+                                                           folderXML("C1", "one", "F") +
+                                                               folderXML("C2", "two", "F"))));
+  TWError error;
+  EXPECT_TRUE(folder("F")->wipe(&error)) << error;
+  EXPECT_THAT(server.operations(), ElementsAre("EmptyFolder", "EmptyFolder", "FindFolder",
+                                               "DeleteFolder", "DeleteFolder"));
+  EXPECT_THAT(server.payload(2), HasSubstr("Traversal=\"Shallow\""));
+  EXPECT_THAT(server.payload(3), HasSubstr("Id=\"C1\""));
+  EXPECT_THAT(server.payload(4), HasSubstr("Id=\"C2\""));
+}
+
+TEST_F(TWFolderChanges, RefreshMovesAFolderThatLiesElsewhereNow) {
+  hasFolders(folderXML("A", "a", "T") + folderXML("B", "b", "T") + folderXML("F", "f", "A"));
+  const auto moved = tree().foldersMap().at("F");
+  const auto a = tree().getFolder("A");
+  EXPECT_THAT(a->children(), ElementsAre(moved));
+  server.on("GetFolder",
+            answer("GetFolder", foldersMessage("GetFolder", folderXML("F", "f", "B"))));
+  ASSERT_TRUE(moved->refresh());
+  EXPECT_THAT(a->children(), IsEmpty());
+  EXPECT_THAT(tree().getFolder("B")->children(), ElementsAre(moved));
+  EXPECT_EQ(moved->parent(), tree().getFolder("B"));
+}
+
+TEST_F(TWFolderChanges, BelowAFolderKnownByItsNameAloneTheTreeIsReadAgain) {
+  hasFolders(folderXML("F", "f", "T"));
+  const auto moved = tree().foldersMap().at("F");
+  server.on("MoveFolder",
+            answer("MoveFolder", foldersMessage("MoveFolder", folderXML("F", "f", "D"))));
+  const auto trash = TWFolder::make(TWDeletedItems::elementClass(), {}, account);
+  TWError error;
+  ASSERT_TRUE(moved->moveToParent(trash, &error)) << error;
+  EXPECT_FALSE(tree().isCacheReady());
+  hasFolders(folderXML("D", "Deleted Items", "T") + folderXML("F", "f", "D"));
+  EXPECT_THAT(namesOf(root->walk()), ElementsAre("Top of Information Store", "Deleted Items", "f"));
+}
+
 TEST_F(TWFolderChanges, RefreshCopiesWhatTheServerSays) {
   server.on("GetFolder", answer("GetFolder", foldersMessage("GetFolder",
                                                             "<t:Folder><t:FolderId Id=\"F\" "

@@ -68,6 +68,8 @@ TEST(TWFolderClass, IsFoundByItsName) {
 }
 
 TEST(TWFolderClass, FindsTheItemClassOfAnElement) {
+  EXPECT_EQ(TWMessages::itemModelMap().size(), 4U);
+  EXPECT_EQ(TWMessages::itemModelMap().at("Message"), &TWMessage::elementClass());
   EXPECT_EQ(TWInbox::itemModelFromTag("Message"), &TWMessage::elementClass());
   EXPECT_EQ(TWInbox::itemModelFromTag("MeetingCancellation"),
             &TWMeetingCancellation::elementClass());

@@ -1,3 +1,7 @@
+#include <cstdint>
+#include <limits>
+#include <map>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -139,6 +143,20 @@ TEST(TWFolder, AFolderThatWasDeletedIsNotTakenForTheWellKnownOne) {
     EXPECT_FALSE(folder->idElement(&error));
     EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Folder must have an ID"));
   }
+}
+
+TEST(TWFolder, ANewFolderIsNotTakenForTheWellKnownOneOfItsClass) {
+  for (const auto& unsaved :
+       {TWFolder::make(TWCalendar::elementClass(), {{"name", "Team"}}, nullptr),
+        TWFolder::make(TWContacts::elementClass(), {{"name", "Friends"}}, nullptr)}) {
+    TWError error;
+    EXPECT_FALSE(unsaved->idElement(&error));
+    EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Folder must have an ID"));
+  }
+  // Its own name does no harm.
+  const auto named = TWFolder::make(TWInbox::elementClass(), {{"name", "INBOX"}}, nullptr);
+  ASSERT_TRUE(named->idElement());
+  EXPECT_EQ(named->idElement()->get("id"), TWValue("inbox"));
 }
 
 TEST(TWFolder, AccountAndParentComeWithTheDictionary) {
@@ -347,6 +365,20 @@ TEST(TWFolder, FractionsDoNotComeBackFromTheArchive) {
   const auto copy = TWFolder::withSerializedData(folder->serializedData(), nullptr);
   ASSERT_TRUE(copy);
   EXPECT_EQ((*copy)["total_count"], TWValue(2));
+}
+
+TEST(TWFolder, NumbersWithExponentsComeBackFromTheArchiveWhole) {
+  for (const auto& [written, read] :
+       std::map<double, std::int64_t>{{5e-8, 0},
+                                      {-7.9, -7},
+                                      {1e3, 1000},
+                                      {1e21, std::numeric_limits<std::int64_t>::max()},
+                                      {-1e21, std::numeric_limits<std::int64_t>::min()}}) {
+    const auto folder = TWFolder::withDict({{"total_count", written}});
+    const auto back = TWFolder::withSerializedData(folder->serializedData(), nullptr);
+    ASSERT_TRUE(back) << written;
+    EXPECT_EQ((*back)["total_count"], TWValue(read)) << written;
+  }
 }
 
 TEST(TWFolder, TheArchiveSaysNothingOfTheAccount) {

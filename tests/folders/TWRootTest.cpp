@@ -1,3 +1,5 @@
+#include <string>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -187,6 +189,37 @@ TEST_F(TWRootTest, AWellKnownFolderIsTheOneInTheTreeWhenThatIsKnown) {
   server.on("GetFolder",
             answer("GetFolder", foldersMessage("GetFolder", folderXML("I", "Inbox", "T"))));
   EXPECT_EQ(tree().getDefaultFolder(TWInbox::elementClass()), tree().getFolder("I"));
+}
+
+// Their names or container classes make other classes of them in the tree.
+TEST_F(TWRootTest, AWellKnownFolderTakesThePlaceOfOneOfAnotherClassInTheTree) {
+  hasFolders(folderXML("N", "Notes", "T", "IPF.StickyNote") +
+             folderXML("I", "受信トレイ", "T", "IPF.Note"));
+  EXPECT_EQ(tree().foldersMap().at("I")->className(), "TWMessages");
+  server.on("GetFolder", [](const std::string& payload) {
+    const bool isNotes = payload.find("\"notes\"") != std::string::npos;
+    return answer("GetFolder",
+                  foldersMessage("GetFolder", isNotes ? folderXML("N", "Notes", "T")
+                                                      : folderXML("I", "受信トレイ", "T")));
+  });
+  const auto notes = tree().getDefaultFolder<TWNotes>();
+  const auto inbox = tree().getDefaultFolder<TWInbox>();
+  ASSERT_TRUE(notes && inbox);
+  EXPECT_EQ(tree().getFolder("N"), notes);
+  EXPECT_EQ(tree().getFolder("I"), inbox);
+  EXPECT_EQ(tree().getDefaultFolder<TWInbox>(), inbox);
+}
+
+TEST_F(TWRootTest, AGlobAsksAServerThatFailsOnce) {
+  int page = 0;
+  server.on("FindFolder", [&](const std::string&) {
+    if (++page % 2 == 0) return test::failedAnswer();
+    return answer("FindFolder",
+                  pageMessage("FindFolder", "Folders",
+                              folderXML("A", "a", "T") + folderXML("B", "b", "T"), false, 2));
+  });
+  EXPECT_THAT(namesOf(root->glob("Top/x")), ElementsAre("a", "b"));
+  EXPECT_EQ(page, 2);
 }
 
 TEST_F(TWRootTest, AFolderThatMayOnlyBeSearchedIsKnownByItsName) {

@@ -150,6 +150,18 @@ TEST_F(TWFolderServices, FieldsAreAskedForInTheOrderOfTheirNames) {
       HasSubstr(expected));
 }
 
+TEST_F(TWFolderServices, AMissingFieldIsNotLeftOut) {
+  TWError error;
+  EXPECT_FALSE(TWGetFolder::withAccount(account)->call({folder("A")}, {nullptr}, "IdOnly", &error));
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorType, "A field to ask for is missing"));
+  error = {};
+  auto pages =
+      TWFindFolder::withAccount(account, {folder("A")})->call({nullptr}, "IdOnly", "Deep", 1, 0);
+  EXPECT_FALSE(pages.nextPage(&error));
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorType, "A field to ask for is missing"));
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
 TEST_F(TWFolderServices, PagesOfFoldersCameWithExchange2010) {
   const auto hasPages = [&](std::optional<TWBuild> build) {
     return findAt(build)
@@ -326,14 +338,18 @@ TEST_F(TWFolderServices, UpdateFolderChecksBeforeItSends) {
 }
 
 TEST_F(TWFolderServices, AFieldThatMustHaveAValueIsNotCleared) {
-  const auto required = TWCharField::withProps(
-      {.name = "must", .fieldURI = "folder:Must", .isRequiredAfterSave = true});
-  TWFolder::addField(required, TWFolder::fieldNames().size());
-  TWError error;
-  EXPECT_FALSE(TWUpdateFolder::withAccount(account)->call({{folder("A"), {"must"}}}, &error));
-  TWFolder::removeField(*required);
-  EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange,
-                           "must is a requried field and may not be deleted"));
+  for (const bool isRequired : {true, false}) {
+    const auto required = TWCharField::withProps({.name = "must",
+                                                  .fieldURI = "folder:Must",
+                                                  .isRequired = isRequired,
+                                                  .isRequiredAfterSave = !isRequired});
+    TWFolder::addField(required, TWFolder::fieldNames().size());
+    TWError error;
+    EXPECT_FALSE(TWUpdateFolder::withAccount(account)->call({{folder("A"), {"must"}}}, &error));
+    TWFolder::removeField(*required);
+    EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange,
+                             "must is a requried field and may not be deleted"));
+  }
   EXPECT_EQ(server.requestCount(), 0U);
 }
 

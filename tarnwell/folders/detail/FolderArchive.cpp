@@ -1,5 +1,8 @@
 #include "tarnwell/folders/detail/FolderArchive.h"
 
+#include <cmath>
+#include <cstdint>
+#include <limits>
 #include <string>
 #include <utility>
 
@@ -52,6 +55,16 @@ std::shared_ptr<TWEWSElement> readElement(std::string_view text,
   return cls->fromXML(NKXMLElement::withXMLString(text.substr(end + kSeparator.size())), account);
 }
 
+/// Numbers come back whole, deliberately: fractions are cut off.
+std::int64_t wholeNumber(std::string_view text) {
+  if (const auto whole = parseInteger(text)) return *whole;
+  constexpr double kBound = 9223372036854775808.0;  // 2^63
+  const double number = parseDecimal(text).value_or(0);
+  if (number >= kBound) return std::numeric_limits<std::int64_t>::max();
+  if (number < -kBound) return std::numeric_limits<std::int64_t>::min();
+  return std::isnan(number) ? 0 : static_cast<std::int64_t>(number);
+}
+
 /// Absent for what `written` does not write.
 TWValue read(const Json& entry, const std::shared_ptr<TWAccount>& account) {
   if (!entry.is_object() || !entry.contains("kind") || !entry.contains("value")) return {};
@@ -60,7 +73,7 @@ TWValue read(const Json& entry, const std::shared_ptr<TWAccount>& account) {
   const auto& text = value.get_ref<const std::string&>();
   if (kind == "text") return text;
   if (kind == "num" && text.starts_with(kNumberMark))
-    return leadingInteger(std::string_view(text).substr(kNumberMark.size()));
+    return wholeNumber(std::string_view(text).substr(kNumberMark.size()));
   if (kind == "xml" && text.starts_with(kXMLMark))
     return readElement(std::string_view(text).substr(kXMLMark.size()), account);
   return {};

@@ -6,24 +6,24 @@
 
 namespace tarnwell::detail {
 
-const TWRoot* FolderTree::root(TWError* error) {
+const TWRoot* FolderTree::root() {
   if (!hasLooked_) {
     hasLooked_ = true;
     root_ = from_.root();
-    if (root_) root_->fillCache(error);
+    if (root_) root_->fillCache(nullptr);
   }
   return root_.get();
 }
 
-TWFolders FolderTree::children(const TWFolder& folder, TWError* error) {
+TWFolders FolderTree::children(const TWFolder& folder) {
   if (folder.children_) return *folder.children_;
-  const auto* const root = this->root(error);
+  const auto* const root = this->root();
   return root == nullptr ? TWFolders() : root->cachedChildren(folder);
 }
 
 std::shared_ptr<TWFolder> FolderTree::parent(const TWFolder& folder) {
   if (auto parent = folder.parent_.lock()) return parent;
-  const auto* const root = this->root(nullptr);
+  const auto* const root = this->root();
   return root == nullptr ? nullptr : root->cachedParent(folder);
 }
 

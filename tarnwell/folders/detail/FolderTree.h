@@ -3,7 +3,6 @@
 #include <memory>
 
 #include "tarnwell/folders/TWFolder.h"
-#include "tarnwell/util/TWError.h"
 
 namespace tarnwell::detail {
 
@@ -14,14 +13,13 @@ class FolderTree {
  public:
   explicit FolderTree(const TWFolder& from) : from_(from) {}
 
-  /// The error is that of reading the tree, the first time.
-  [[nodiscard]] TWFolders children(const TWFolder& folder, TWError* error = nullptr);
+  [[nodiscard]] TWFolders children(const TWFolder& folder);
   [[nodiscard]] std::shared_ptr<TWFolder> parent(const TWFolder& folder);
   /// Everything below, depth first, each folder once, whatever the parents say.
   [[nodiscard]] TWFolders below(const TWFolder& folder);
 
  private:
-  const TWRoot* root(TWError* error);
+  const TWRoot* root();
 
   const TWFolder& from_;
   std::shared_ptr<TWRoot> root_;

@@ -34,7 +34,10 @@ NKXMLElement shapeElement(std::string_view name, std::string_view shape,
   if (fields.empty()) return element;
   std::vector<std::pair<std::string, std::shared_ptr<TWFieldPath>>> paths;
   for (const auto& field : fields) {
-    if (!field) continue;
+    if (!field) {
+      setError(error, {TWErrorCode::ErrorType, "A field to ask for is missing"});
+      return {};
+    }
     for (auto& path : field->expand(version)) {
       auto text = path->path();
       paths.emplace_back(std::move(text), std::move(path));
