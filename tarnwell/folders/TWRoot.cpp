@@ -35,11 +35,14 @@ const TWFolderClass& TWRoot::elementClass() {
 /// beside it: other threads may be changing the folder itself while the tree is looked at.
 struct TWRoot::Cache {
   struct Entry {
-    std::shared_ptr<TWFolder> folder;
+    std::shared_ptr<TWFolder> folder;  ///< null for the root, which must not keep itself alive
     std::string id;
     std::string parentId;
   };
 
+  explicit Cache(const TWRoot& owner) : root(owner) {}
+
+  const TWRoot& root;
   std::vector<Entry> folders;
   std::unordered_map<std::string, std::size_t> places;
   std::unordered_map<std::string, TWFolders> children;  ///< by the parent's id
@@ -48,6 +51,10 @@ struct TWRoot::Cache {
   void store(const std::shared_ptr<TWFolder>& folder);
   void remove(const std::string& folderId);
   [[nodiscard]] std::shared_ptr<TWFolder> find(const std::string& folderId) const;
+  [[nodiscard]] std::shared_ptr<TWFolder> at(std::size_t place) const {
+    const auto& folder = folders[place].folder;
+    return folder ? folder : root.self();
+  }
 };
 
 TWRoot::TWRoot() = default;
@@ -60,7 +67,8 @@ void TWRoot::Cache::store(const std::shared_ptr<TWFolder>& folder) {
   isIndexed = false;
   const auto [place, isNew] = places.try_emplace(id, folders.size());
   if (isNew) folders.emplace_back();
-  folders[place->second] = {folder, std::move(id), parentIdOf(*folder)};
+  folders[place->second] = {folder.get() == &root ? nullptr : folder, std::move(id),
+                            parentIdOf(*folder)};
 }
 
 void TWRoot::Cache::remove(const std::string& folderId) {
@@ -76,7 +84,7 @@ void TWRoot::Cache::remove(const std::string& folderId) {
 
 std::shared_ptr<TWFolder> TWRoot::Cache::find(const std::string& folderId) const {
   const auto found = places.find(folderId);
-  return found == places.end() ? nullptr : folders[found->second].folder;
+  return found == places.end() ? nullptr : at(found->second);
 }
 
 std::shared_ptr<TWRoot> TWRoot::root() const { return std::static_pointer_cast<TWRoot>(self()); }
@@ -90,12 +98,12 @@ std::optional<TWFolderMap> TWRoot::subFolders() const {
   const std::scoped_lock lock(mutex_);
   if (!cache_) return std::nullopt;
   TWFolderMap map;
-  for (const auto& [id, at] : cache_->places) map.emplace(id, cache_->folders[at].folder);
+  for (const auto& [id, place] : cache_->places) map.emplace(id, cache_->at(place));
   return map;
 }
 
 void TWRoot::setSubFolders(const TWFolders& folders) {
-  auto cache = std::make_unique<Cache>();
+  auto cache = std::make_unique<Cache>(*this);
   for (const auto& folder : folders) cache->store(folder);
   const std::scoped_lock lock(mutex_);
   cache_ = std::move(cache);
@@ -107,7 +115,7 @@ void TWRoot::fillCache(TWError* error) const {
 }
 
 bool TWRoot::updateCache(TWError* error) const {
-  auto cache = std::make_unique<Cache>();
+  auto cache = std::make_unique<Cache>(*this);
   cache->store(self());
   TWError failure;
   if (const auto start = findFoldersRoot(&failure)) {
@@ -142,7 +150,7 @@ std::shared_ptr<TWFolder> TWRoot::getFolder(std::string_view folderId) const {
 
 void TWRoot::addFolder(const std::shared_ptr<TWFolder>& folder) const {
   const std::scoped_lock lock(mutex_);
-  if (!cache_) cache_ = std::make_unique<Cache>();
+  if (!cache_) cache_ = std::make_unique<Cache>(*this);
   cache_->store(folder);
 }
 
@@ -168,11 +176,11 @@ TWFolders TWRoot::cachedChildren(const TWFolder& folder) const {
   if (!cache_ || id.empty()) return {};
   if (!cache_->isIndexed) {
     cache_->children.clear();
-    for (const auto& each : cache_->folders)
-      if (const auto parent =
-              placedBelow(each.folder->folderClass(), each.id, each.parentId, *cache_);
-          !parent.empty())
-        cache_->children[parent].push_back(each.folder);
+    for (const auto& [each, eachId, parentId] : cache_->folders) {
+      if (!each) continue;
+      const auto parent = placedBelow(each->folderClass(), eachId, parentId, *cache_);
+      if (!parent.empty()) cache_->children[parent].push_back(each);
+    }
     cache_->isIndexed = true;
   }
   const auto found = cache_->children.find(id);
@@ -241,6 +249,7 @@ std::shared_ptr<TWFolder> TWRoot::keepDefaultFolder(const TWFolderClass& cls,
     else
       updateFolder(folder);
   }
+  if (folder.get() == this) return folder;  // it must not keep itself alive
   const std::scoped_lock lock(mutex_);
   return defaultFolders_.insert_or_assign(std::string(cls.name()), std::move(folder)).first->second;
 }

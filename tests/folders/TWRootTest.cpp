@@ -136,6 +136,17 @@ TEST_F(TWRootTest, UpkeepDoesNotMakeACacheLookFilled) {
   EXPECT_EQ(keysOf(tree().foldersMap()), "I R T ");
 }
 
+TEST_F(TWRootTest, DoesNotKeepItselfAlive) {
+  hasFolders(folderXML("I", "Inbox", "T"));
+  EXPECT_EQ(tree().getFolder("R"), nullptr);
+  EXPECT_EQ(tree().foldersMap().at("R"), root);
+  EXPECT_EQ(tree().getDefaultFolder(TWRoot::elementClass()), root);
+  const std::weak_ptr<TWFolder> observed = root;
+  root.reset();
+  account.reset();
+  EXPECT_TRUE(observed.expired());
+}
+
 TEST_F(TWRootTest, UpkeepReplacesAndDropsFolders) {
   hasFolders(folderXML("I", "Inbox", "T") + folderXML("J", "x", "T") + folderXML("K", "y", "T"));
   ASSERT_TRUE(tree().updateCache());
