@@ -36,6 +36,11 @@ TWError cancellation(std::string_view message) {
   return {TWHTTPErrorDomain, TWHTTPErrorCancelled, message};
 }
 
+std::string_view textOf(TWConnection::Body body) {
+  return body ? std::string_view(reinterpret_cast<const char*>(body->data()), body->size())
+              : std::string_view();
+}
+
 void wipeSecrets(TWHeaders& headers) {
   for (auto& [name, value] : headers) detail::wipe(value);
 }
@@ -75,6 +80,7 @@ TWResponse TWConnection::fetch(std::string_view url, std::string_view method,
       record.error = cancellation("The connection is closed");
       reportRedirect(record, {});
     } else {
+      if (options_.onRequest) options_.onRequest(method, url, textOf(body));
       record = stream ? fetchStream(makeRequest(url, method, headers), body)
                       : fetchAnswer(makeRequest(url, method, headers), body, start);
     }

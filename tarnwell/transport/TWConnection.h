@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -25,6 +26,10 @@ class HTTPTransfer;
 struct HTTPRequest;
 }  // namespace detail
 
+/// Told of a request: its method, URL and body. Never of its headers, which may hold a secret.
+using TWRequestObserver =
+    std::function<void(std::string_view method, std::string_view url, std::string_view body)>;
+
 /// How a connection reaches its server, and how long it is patient.
 struct TWConnectionOptions {
   /// When a request is cancelled, counted from the moment it is the connection's turn.
@@ -45,6 +50,11 @@ struct TWConnectionOptions {
   std::vector<std::string> connectTo;
   /// Makes the exchanges of streaming requests. Empty: one that collects all that the server sends.
   TWStreamFactory makeStream;
+  /// Told of each request right before it is sent, streaming ones included; what a login adds to it
+  /// (further rounds, redirects) is not told. Called on the thread of the request, on several
+  /// threads at a time when connections share these options. It must neither throw nor make a
+  /// request on the same connection, which would wait for itself. Empty: nobody is told.
+  TWRequestObserver onRequest;
 };
 
 /// Blocking HTTP with one set of credentials, one request at a time.

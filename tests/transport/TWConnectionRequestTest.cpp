@@ -116,6 +116,36 @@ TEST(TWConnectionRequest, FetchWithoutTheFlagIsFetchWithStreamingOff) {
   EXPECT_EQ(requests[0].head + requests[0].body, requests[2].head + requests[2].body);
 }
 
+TEST(TWConnectionRequest, TheObserverIsToldOfEachRequestBeforeItIsSent) {
+  ScriptedServer server;
+  TWConnectionOptions options;
+  std::vector<std::string> told;
+  std::vector<std::size_t> sentBefore;
+  options.onRequest = [&](std::string_view method, std::string_view url, std::string_view body) {
+    told.push_back(std::string(method) + " " + std::string(url) + " " + std::string(body));
+    sentBefore.push_back(server.requestCount());
+  };
+  const auto connection = TWConnection::withCredentials(withPassword(), false, options);
+  (void)connection->post(server.url("/EWS/Exchange.asmx"), std::nullopt, "<q/>");
+  (void)connection->get(server.url("/EWS/types.xsd"));
+  (void)connection->post(server.url("/stream"), std::nullopt, "<s/>", true);
+  EXPECT_THAT(told, ElementsAre("POST " + server.url("/EWS/Exchange.asmx") + " <q/>",
+                                "GET " + server.url("/EWS/types.xsd") + " ",
+                                "POST " + server.url("/stream") + " <s/>"));
+  EXPECT_THAT(sentBefore, ElementsAre(0U, 1U, 2U));
+}
+
+TEST(TWConnectionRequest, TheObserverIsNotToldOfWhatAClosedConnectionRefuses) {
+  ScriptedServer server;
+  TWConnectionOptions options;
+  int told = 0;
+  options.onRequest = [&](auto, auto, auto) { ++told; };
+  const auto connection = TWConnection::withCredentials(nullptr, false, options);
+  connection->close();
+  EXPECT_THAT(connection->get(server.url("/")).error, IsHTTPError(TWHTTPErrorCancelled));
+  EXPECT_EQ(told, 0);
+}
+
 TEST(TWConnectionRequest, TextsArePostedAsUTF8) {
   ScriptedServer server;
   (void)plainConnection()->post(server.url("/"), std::nullopt, "<q>\xc3\xa4\xe2\x82\xac</q>");
