@@ -20,20 +20,18 @@ void discoverEndpoint(Tour& tour) {
   tell(tour.address + " is at " + tour.protocol->serviceEndpoint());
 }
 
-void reachServer(Tour& tour) {
-  tour.protocol = TWProtocol::protocolForServiceEndpoint(tour.endpoint, tour.credentials,
-                                                         std::nullopt, tour.connection);
-  tell(tour.address + " is at " + tour.protocol->serviceEndpoint());
-}
-
 void openAccount(Tour& tour) {
-  tour.account =
-      TWAccount::withPrimarySMTPAddress(tour.address, std::nullopt, TWAccessTypeDelegate, false,
-                                        tour.credentials, TWConfiguration{tour.protocol});
+  // Without a discovery somebody must say where the server is.
+  const auto config =
+      tour.protocol ? TWConfiguration{tour.protocol}
+                    : TWConfiguration::withCredentials(tour.credentials, "", false, tour.endpoint,
+                                                       std::nullopt, true, tour.connection);
+  tour.account = TWAccount::withPrimarySMTPAddress(tour.address, std::nullopt, TWAccessTypeDelegate,
+                                                   false, tour.credentials, config);
   TWError error;
   const auto root = tour.account->root(&error);
   check(root != nullptr, "the mailbox could not be opened", error);
-  tell(tour.account->description());
+  tell(tour.account->description() + " at " + tour.account->protocol()->serviceEndpoint());
   if (const auto version = tour.account->version()) tell(version->description());
 }
 

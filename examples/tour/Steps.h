@@ -7,7 +7,6 @@ namespace tour {
 
 // AccountSteps.cpp: these change nothing on the server.
 void discoverEndpoint(Tour& tour);
-void reachServer(Tour& tour);  ///< instead of a discovery, when the endpoint is given
 void openAccount(Tour& tour);
 void printFolders(Tour& tour);
 void countInbox(Tour& tour);

@@ -1,32 +1,18 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
-#include <sys/types.h>
+#include "tests/support/Program.h"
 
 namespace tarnwell::sandbox::test {
 
-/// The program with its standard output and error on one pipe. Whatever is left of it at the end is
-/// killed.
-class Program {
+/// The sandbox as a program.
+class Program : public tarnwell::test::Program {
  public:
-  explicit Program(std::vector<std::string> arguments);
-  Program(const Program&) = delete;
-  Program& operator=(const Program&) = delete;
-  ~Program();
-
-  /// The next line, without its end.
-  [[nodiscard]] std::string line() const;
-  /// Everything to the end.
-  [[nodiscard]] std::string rest() const;
-  void signal(int number) const;
-  /// -1 when it did not end by itself.
-  [[nodiscard]] int exitCode();
-
- private:
-  pid_t pid_ = 0;
-  int output_ = -1;
+  explicit Program(std::vector<std::string> arguments)
+      : tarnwell::test::Program(TARNWELL_SANDBOX_PROGRAM, std::move(arguments)) {}
 };
 
 }  // namespace tarnwell::sandbox::test

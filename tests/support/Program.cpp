@@ -1,4 +1,4 @@
-#include "tests/sandbox/Program.h"
+#include "tests/support/Program.h"
 
 #include <array>
 #include <csignal>
@@ -9,10 +9,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace tarnwell::sandbox::test {
+namespace tarnwell::test {
 
-Program::Program(std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), TARNWELL_SANDBOX_PROGRAM);
+Program::Program(const std::string& file, std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), file);
   std::vector<char*> argv;
   for (std::string& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
@@ -60,4 +60,4 @@ int Program::exitCode() {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-}  // namespace tarnwell::sandbox::test
+}  // namespace tarnwell::test
