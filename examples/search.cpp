@@ -47,9 +47,9 @@ int main() {
   const auto inbox = account->inbox();
   if (!inbox) return failed("There is no inbox");
   TWError error;
-  auto reports = inbox->filter({{"subject__contains", "figures"}})->orderBy({"-datetime_received"});
-  reports.setPageSize(5);
-  const auto found = reports.getItems(&error);
+  auto figures = inbox->filter({{"subject__contains", "figures"}})->orderBy({"-datetime_received"});
+  figures.setPageSize(5);
+  const auto found = figures.getItems(&error);
   if (!found) return failed("The search failed", error);
   for (const auto& entry : *found) {
     const auto message = entry.item();
