@@ -5,9 +5,9 @@
 //   tour --server URL --user NAME --password-file FILE [--mailbox ADDRESS] [--ca FILE]
 //                                              the steps that only read, against a real server
 //
-// URL is the server or its EWS endpoint. The mailbox need be given only when NAME is no address. FILE
-// of --ca has certificates of authorities to trust beside the system's own. The password is read
-// from a file, since arguments are seen by everybody on the machine.
+// URL is the server or its EWS endpoint. ADDRESS is the mailbox, when that is not NAME itself. FILE of
+// --ca has certificates of authorities to trust beside the system's own. The password is the first
+// line of a file, since arguments are seen by everybody on the machine.
 #include "examples/tour/Tour.h"
 
 #include <cstdlib>

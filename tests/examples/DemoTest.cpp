@@ -23,6 +23,7 @@ using ::testing::Not;
 using ::testing::StartsWith;
 
 constexpr auto kUser = "alice@example.com";
+constexpr auto kOther = "bob@example.com";
 
 std::vector<std::string> linesOf(const std::string& text) {
   std::istringstream stream(text);
@@ -53,7 +54,7 @@ class Demo {
   int exitCode = -1;
 };
 
-/// A sandbox with some mail of alice's.
+/// A sandbox with alice, who has some mail, and bob, who has none.
 class SandboxProgram : public Program {
  public:
   explicit SandboxProgram(std::vector<std::string> more = {})
@@ -63,7 +64,8 @@ class SandboxProgram : public Program {
 
  private:
   static std::vector<std::string> arguments(std::vector<std::string> more) {
-    more.insert(more.end(), {"--mailbox", std::string(kUser) + ":secret", "--seed-mailbox", "30"});
+    more.insert(more.end(), {"--mailbox", std::string(kUser) + ":secret", "--mailbox",
+                             std::string(kOther) + ":secret", "--seed-mailbox", "30"});
     return more;
   }
   std::string url_;
@@ -108,10 +110,19 @@ TEST(Demo, ThePasswordMayStandInAFileAndTheServerMayHaveACertificateOfItsOwn) {
   const SandboxProgram server({"--tls", "--write-cert", certificate});
   // The endpoint is at its usual place.
   const auto host = server.url().substr(0, server.url().find("/EWS"));
-  const Demo demo({"--server", host, "--user", kUser, "--password-file", password, "--mailbox",
-                   kUser, "--ca", certificate});
+  const Demo demo(
+      {"--server", host, "--user", kUser, "--password-file", password, "--ca", certificate});
   EXPECT_EQ(demo.exitCode, 0) << demo.output;
   EXPECT_THAT(demo.lastLine(), StartsWith("The tour is done: "));
+}
+
+TEST(Demo, TheMailboxMayBeAnotherOneThanTheUsers) {
+  const SandboxProgram server;
+  const Demo own({"--server", server.url(), "--user", kOther}, "secret\n");
+  EXPECT_THAT(own.output, HasSubstr("The inbox is empty.")) << own.output;
+  const Demo other({"--server", server.url(), "--user", kOther, "--mailbox", kUser}, "secret\n");
+  EXPECT_EQ(other.exitCode, 0) << other.output;
+  EXPECT_THAT(other.output, Not(HasSubstr("The inbox is empty."))) << other.output;
 }
 
 TEST(Demo, AWrongPasswordEndsItWithOneInTheStepThatFailed) {
