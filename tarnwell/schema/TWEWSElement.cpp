@@ -174,12 +174,24 @@ bool TWEWSElement::isComparable(const TWEWSElement& other) const {
 bool TWEWSElement::isEqual(const TWObject& other) const {
   if (this == &other) return true;
   const auto* const element = dynamic_cast<const TWEWSElement*>(&other);
-  if (element == nullptr || !isComparable(*element)) return false;
+  return element != nullptr && isComparable(*element) && hasIdentityOf(*element);
+}
+
+bool TWEWSElement::hasIdentityOf(const TWEWSElement& other) const {
+  if (this == &other) return true;
   static thread_local Nesting::Steps steps;
-  const Nesting nesting(steps, *this, element);
+  const Nesting nesting(steps, *this, &other);
   // A pair that is being compared already makes no difference to the outcome.
   if (nesting.isRepeated()) return true;
-  return !nesting.tooDeep() && identity() == element->identity();
+  return !nesting.tooDeep() && haveSameIdentity(identity(), other.identity());
+}
+
+bool TWEWSElement::haveSameIdentity(const TWValue& a, const TWValue& b) {
+  const auto elementA = a.asObject<TWEWSElement>(), elementB = b.asObject<TWEWSElement>();
+  if (elementA && elementB) return elementA->hasIdentityOf(*elementB);
+  const auto listA = a.asList(), listB = b.asList();
+  if (listA && listB) return std::ranges::equal(*listA, *listB, &TWEWSElement::haveSameIdentity);
+  return a == b;
 }
 
 std::size_t TWEWSElement::hash() const {

@@ -86,6 +86,7 @@ class TWEWSElement : public TWXMLObject {
   [[nodiscard]] std::string description() const override;
   /// True when the other one is of this element's class, or derived from it, and both have the same
   /// identity: the values of the fields, of which lists count by their presence in the class only.
+  /// Elements among these values are compared by their identities, whatever their classes.
   [[nodiscard]] bool isEqual(const TWObject& other) const override;
   [[nodiscard]] std::size_t hash() const override;
   friend bool operator==(const TWEWSElement& a, const TWEWSElement& b) { return a.isEqual(b); }
@@ -109,6 +110,10 @@ class TWEWSElement : public TWXMLObject {
   [[nodiscard]] virtual bool isComparable(const TWEWSElement& other) const;
 
  private:
+  [[nodiscard]] bool hasIdentityOf(const TWEWSElement& other) const;
+  /// For values of identities: elements, and those in lists, go by theirs.
+  [[nodiscard]] static bool haveSameIdentity(const TWValue& a, const TWValue& b);
+
   TWPropertyList props_;
 };
 

@@ -91,6 +91,28 @@ TEST(TWAttendee, IsComparedByItsMailbox) {
   EXPECT_EQ(*TWAttendee::withDict(), *TWAttendee::withDict());
 }
 
+TEST(TWAttendee, KindsOfMailboxesCountAlikeFromBothSides) {
+  const auto of = [](const std::shared_ptr<TWMailbox>& mailbox) {
+    return TWAttendee::withDict({{"mailbox", mailbox}});
+  };
+  const TWDictionary address{{"email_address", "ann@example.com"}};
+  const TWDictionary id{{"item_id", TWItemId::withDict({{"id", "i"}})}};
+  const TWDictionary idOfAnotherKind{{"item_id", TWConversationId::withDict({{"id", "i"}})}};
+  const auto mailbox = of(TWMailbox::withDict(address));
+  const auto room = of(TWRoom::withDict(address));
+  const auto list = of(TWRoomList::withDict(address));
+  const auto contact = of(TWMailbox::withDict(id));
+  const auto roomWithId = of(TWRoom::withDict(idOfAnotherKind));
+  using Pair = std::pair<const TWAttendee&, const TWAttendee&>;
+  for (const auto& [a, b] : {Pair{*mailbox, *room}, Pair{*room, *mailbox}, Pair{*room, *list},
+                             Pair{*contact, *roomWithId}, Pair{*roomWithId, *contact}}) {
+    EXPECT_EQ(a, b);
+    EXPECT_EQ(a.hash(), b.hash());
+  }
+  EXPECT_NE(*roomWithId, *room);
+  EXPECT_NE(*of(TWRoom::withDict({{"email_address", "bob@example.com"}})), *mailbox);
+}
+
 TEST(TWAttendee, StandsForTheAddressOfItsMailbox) {
   EXPECT_EQ(TWAttendee::withDict({{"mailbox", mailboxOf("ann@example.com")}})->constantText(),
             "ann@example.com");

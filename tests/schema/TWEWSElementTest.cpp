@@ -383,6 +383,18 @@ TEST(TWEWSElement, NestedElementsAreComparedByTheirValues) {
   EXPECT_FALSE(*a == *b);
 }
 
+TEST(TWEWSElement, NestedElementsOfDerivedClassesAreEqualFromBothSides) {
+  const auto inPerson = [](const TWValue& nested) {
+    return Person::withDict({{"name", TWValue::list({nested})}, {"street", nested}});
+  };
+  const auto person = inPerson(Person::withDict({{"name", "Ann"}}));
+  const auto guest = inPerson(Guest::withDict({{"name", "Ann"}}));
+  EXPECT_EQ(*person, *guest);
+  EXPECT_EQ(*guest, *person);
+  EXPECT_EQ(person->hash(), guest->hash());
+  EXPECT_NE(*guest, *inPerson(Guest::withDict({{"name", "Bob"}})));
+}
+
 TEST(TWEWSElement, IsPrintedWithItsClassAndItsProperties) {
   const auto person = Person::withDict({{"name", "Ann"}, {"age", 1}});
   person->set("zip", 1);
