@@ -40,15 +40,16 @@ const std::unordered_map<std::string, const TWFolderClass*>& classesByName() {
 }  // namespace
 
 TWFolderClass::TWFolderClass(const Declaration& declaration)
-    : TWElementClass(elementDeclaration(declaration)),
+    : TWElementClass(elementDeclaration(declaration), Unlisted()),
       distinguishedFolderId_(declaration.distinguishedFolderId),
       containerClass_(declaration.containerClass),
       supportedItemModels_(declaration.supportedItemModels),
       localizedNames_(declaration.localizedNames) {
-  if (declaration.base == nullptr) return;
-  if (!containerClass_) containerClass_ = declaration.base->containerClass_;
-  if (supportedItemModels_ == nullptr)
-    supportedItemModels_ = declaration.base->supportedItemModels_;
+  if (const auto* const base = declaration.base) {
+    if (!containerClass_) containerClass_ = base->containerClass_;
+    if (supportedItemModels_ == nullptr) supportedItemModels_ = base->supportedItemModels_;
+  }
+  enlist();
 }
 
 const TWFolderClass::Items& TWFolderClass::items() const {
@@ -120,9 +121,6 @@ const TWFolderClass* TWFolderClass::folderClassFromFolderName(
 }
 
 const TWFolderClass* TWFolderClass::named(std::string_view name) {
-  // A class is found by its name once it is in use: these are from here on.
-  static_cast<void>(wellKnown());
-  static_cast<void>(folderClassFromContainerClass(""));
   return dynamic_cast<const TWFolderClass*>(TWElementClass::named(name));
 }
 

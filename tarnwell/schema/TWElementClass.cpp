@@ -6,6 +6,7 @@
 
 #include "tarnwell/schema/TWEWSElement.h"
 #include "tarnwell/schema/detail/FieldList.h"
+#include "tarnwell/schema/detail/LibraryClasses.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
 
@@ -63,6 +64,7 @@ TWElementClass::~TWElementClass() {
 }
 
 const TWElementClass* TWElementClass::named(std::string_view name) {
+  detail::enlistLibraryClasses();
   const std::scoped_lock lock(registry().mutex);
   const auto& classes = registry().classes;
   const auto found = std::ranges::find(classes, name, &TWElementClass::name);

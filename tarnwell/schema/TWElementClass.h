@@ -61,8 +61,9 @@ class TWElementClass {
   TWElementClass& operator=(const TWElementClass&) = delete;
   virtual ~TWElementClass();
 
-  /// The class of that name among those that are in use so far; null when there is none. Of several
-  /// classes with one name it is the first. For names that come from outside, such as an archive's.
+  /// The class of that name among those of the library and the program's own that are in use so
+  /// far; null when there is none. Of several classes with one name it is the first. For names that
+  /// come from outside, such as an archive's.
   [[nodiscard]] static const TWElementClass* named(std::string_view name);
 
   [[nodiscard]] std::string_view name() const noexcept { return name_; }

@@ -8,8 +8,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tarnwell/items/TWEffectiveRights.h"
-#include "tarnwell/items/TWItemId.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
@@ -105,10 +103,6 @@ std::optional<ArchivedFolder> readFolder(const TWData& data,
       !document["properties"].is_object())
     return refuse("not a folder");
   if (document["format"] != kFormat) return refuse("unknown format");
-  // Classes are found by name once they are in use: those of the values that folders have.
-  static_cast<void>(TWFolder::fields());
-  static_cast<void>(TWEffectiveRights::elementClass());
-  static_cast<void>(TWParentFolderId::elementClass());
   ArchivedFolder folder;
   folder.cls = TWFolderClass::named(document["class"].get_ref<const std::string&>());
   if (folder.cls == nullptr) return refuse("unknown class");
