@@ -33,10 +33,7 @@ class TWEWSAccountService : public TWEWSService {
 /// Base of the operations on folders (searches and subscriptions). Although it has an account, its
 /// requests declare the protocol's version and their envelopes say nothing of the account,
 /// deliberately; what is in them is written for the account's version.
-///
-/// Always held by a shared pointer, as the pages of a call hold their service.
-class TWEWSFolderService : public TWEWSService,
-                           public std::enable_shared_from_this<TWEWSFolderService> {
+class TWEWSFolderService : public TWEWSService {
  public:
   [[nodiscard]] const std::shared_ptr<TWAccount>& account() const noexcept { return account_; }
   [[nodiscard]] const TWFolders& folders() const noexcept { return folders_; }

@@ -160,7 +160,7 @@ std::optional<TWEWSService::Messages> TWEWSService::post(NKXMLElement payload, E
         failure.is(TWErrorCode::ErrorInvalidServerVersion))
       continue;
     if (messages || failure.is(TWErrorCode::ErrorResponseMessage))
-      updateApiVersion(inUse, apiVersion, envelope);
+      updateApiVersion(inUse, apiVersion, response);
     if (!messages) setError(error, failure);
     return messages;
   }
@@ -173,9 +173,9 @@ std::optional<TWEWSService::Messages> TWEWSService::post(NKXMLElement payload, E
 }
 
 void TWEWSService::updateApiVersion(const std::optional<TWVersion>& inUse,
-                                    std::string_view apiVersion, const NKXMLElement& envelope) {
+                                    std::string_view apiVersion, const TWResponse& response) {
   if (inUse && inUse->apiVersion() == apiVersion && inUse->build()) return;
-  auto version = TWVersion::versionFromResponse(envelope, apiVersion);
+  auto version = TWVersion::versionFromResponse(response.xmlDoc.rootElement(), apiVersion);
   // An answer that does not say which version it is in was an answer to this one all the same.
   if (!version.apiVersion()) version = TWVersion(version.build(), std::string(apiVersion));
   context_->setVersion(version);
@@ -328,8 +328,8 @@ std::optional<TWEWSService::Page> TWEWSService::getPage(const Messages& messages
 }
 
 TWPagedServiceResponse::TWPagedServiceResponse(std::shared_ptr<TWEWSService> service,
-                                               PayloadBlock payloadBlock, std::int64_t maxItems,
-                                               TWDictionary args)
+                                               TWEWSService::PayloadBlock payloadBlock,
+                                               std::int64_t maxItems, TWDictionary args)
     : service_(std::move(service)),
       payloadBlock_(std::move(payloadBlock)),
       args_(std::move(args)),
@@ -337,44 +337,45 @@ TWPagedServiceResponse::TWPagedServiceResponse(std::shared_ptr<TWEWSService> ser
   args_.set("offset", 0);
 }
 
-TWPagedServiceResponse TWPagedServiceResponse::pagedCall(std::shared_ptr<TWEWSService> service,
-                                                         PayloadBlock payloadBlock,
-                                                         std::int64_t maxItems, TWDictionary args) {
-  return {std::move(service), std::move(payloadBlock), maxItems, std::move(args)};
+TWPagedServiceResponse TWEWSService::pagedCall(PayloadBlock payloadBlock, std::int64_t maxItems,
+                                               TWDictionary args) {
+  auto self = weak_from_this().lock();
+  if (!self) self = std::shared_ptr<TWEWSService>(std::shared_ptr<void>(), this);
+  return {std::move(self), std::move(payloadBlock), maxItems, std::move(args)};
 }
 
-std::optional<std::vector<NKXMLElement>> TWPagedServiceResponse::nextPage(TWError* error) {
+std::optional<std::vector<NKXMLElement>> TWEWSService::nextPage(TWPagedServiceResponse& paged,
+                                                                TWError* error) {
   const auto fail = [&](TWError failure) {
     setError(error, std::move(failure));
     return std::nullopt;
   };
-  if (maxItems_ >= 1 && itemCount_ >= maxItems_) return std::nullopt;
-  if (!nextOffset_) return std::nullopt;
+  if (paged.maxItems_ >= 1 && paged.itemCount_ >= paged.maxItems_) return std::nullopt;
+  if (!paged.nextOffset_) return std::nullopt;
   const TWError mismatch(TWErrorCode::ErrorTransport,
                          "Mismatch between item count and next offset");
-  if (*nextOffset_ != itemCount_) return fail(mismatch);
+  if (*paged.nextOffset_ != paged.itemCount_) return fail(mismatch);
 
   TWError failure;
-  const auto payload = payloadBlock_(args_, &failure);
+  const auto payload = paged.payloadBlock_(paged.args_, &failure);
   if (!payload) return fail(failure);
-  const auto messages = service_->getResponseXML(payload, &failure);
+  const auto messages = getResponseXML(payload, &failure);
   if (!messages) return fail(failure);
-  const auto page = service_->getPage(*messages, &failure);
+  const auto page = getPage(*messages, &failure);
   if (!page) return fail(failure);
 
   std::vector<NKXMLElement> items;
   if (page->rootFolder) {
-    const auto& declared = service_->serviceClass();
-    const auto name = declared.elementContainerName.value_or(std::string_view());
-    const auto container = page->rootFolder.elementForName(name, declared.elementContainerXMLns);
+    const auto name = class_.elementContainerName.value_or(std::string_view());
+    const auto container = page->rootFolder.elementForName(name, class_.elementContainerXMLns);
     if (!container) return fail(missingContainer(name, page->rootFolder));
     for (const auto& item : container.childElements()) items.push_back(item);
   }
-  itemCount_ += static_cast<std::int64_t>(items.size());
+  paged.itemCount_ += static_cast<std::int64_t>(items.size());
   // A page that is empty, not the last and stays where it is would be asked for again for ever.
-  if (items.empty() && page->nextOffset == nextOffset_) return fail(mismatch);
-  nextOffset_ = page->nextOffset;
-  if (nextOffset_) args_.set("offset", *nextOffset_);
+  if (items.empty() && page->nextOffset == paged.nextOffset_) return fail(mismatch);
+  paged.nextOffset_ = page->nextOffset;
+  if (paged.nextOffset_) paged.args_.set("offset", *paged.nextOffset_);
   return items;
 }
 

@@ -78,7 +78,7 @@ class TWServiceStatics {
 ///
 /// Made for one call, used on one thread, and blocks it. A concrete service is a page of code: a
 /// `TWServiceClass` and a function that builds the payload.
-class TWEWSService {
+class TWEWSService : public std::enable_shared_from_this<TWEWSService> {
  public:
   TWEWSService(const TWEWSService&) = delete;
   TWEWSService& operator=(const TWEWSService&) = delete;
@@ -123,6 +123,11 @@ class TWEWSService {
     return post(payload, {stream, alternate}, error);
   }
 
+  /// Learns which version the server runs from an answer that was accepted, and keeps it where the
+  /// context does. Nothing happens when that version is in use already and its build is known.
+  void updateApiVersion(const std::optional<TWVersion>& inUse, std::string_view apiVersion,
+                        const TWResponse& response);
+
   /// The response messages below the root of an answer; the operation's response element itself
   /// when it holds no list of them.
   [[nodiscard]] static std::optional<Messages> getSoapPayload(const TWServiceClass& service,
@@ -155,6 +160,19 @@ class TWEWSService {
   [[nodiscard]] std::optional<Page> getPage(const Messages& messages,
                                             TWError* error = nullptr) const;
 
+  /// Builds the request for one page; "offset" among the arguments tells which. An invalid element
+  /// and the error when it cannot.
+  using PayloadBlock = std::function<NKXMLElement(const TWDictionary& args, TWError* error)>;
+  /// Starts a paged call, which sends nothing until the first page is asked for. It holds the
+  /// service; one that no shared pointer holds must outlive it.
+  /// @param maxItems  stop once that many items have come; 0 or less for no limit. The page that
+  ///                  passes the limit is given whole.
+  [[nodiscard]] TWPagedServiceResponse pagedCall(PayloadBlock payloadBlock, std::int64_t maxItems,
+                                                 TWDictionary args);
+  /// See `TWPagedServiceResponse::nextPage`.
+  [[nodiscard]] std::optional<std::vector<NKXMLElement>> nextPage(TWPagedServiceResponse& paged,
+                                                                  TWError* error = nullptr);
+
  protected:
   /// `serviceClass` is a constant, which outlives the service; the context is held. Without one
   /// (null) every call fails as on a closed protocol.
@@ -172,8 +190,6 @@ class TWEWSService {
   [[nodiscard]] virtual TWList getElementsInContainer(const NKXMLElement& container) const;
 
  private:
-  friend class TWPagedServiceResponse;
-
   struct Exchange {
     bool stream = false;
     bool alternate = false;
@@ -181,8 +197,6 @@ class TWEWSService {
   std::optional<TWList> run(const NKXMLElement& payload, Exchange exchange, TWError* error);
   std::optional<Messages> post(NKXMLElement payload, Exchange exchange, TWError* error);
   TWResponse send(const NKXMLElement& payload, std::string_view apiVersion, Exchange exchange);
-  void updateApiVersion(const std::optional<TWVersion>& inUse, std::string_view apiVersion,
-                        const NKXMLElement& envelope);
 
   const TWServiceClass& class_;
   const std::shared_ptr<TWServiceContext> context_;
@@ -190,38 +204,31 @@ class TWEWSService {
 
 /// A paged call under way (FindFolder, FindItem): asks for one page after the other.
 ///
-///     auto pages = TWPagedServiceResponse::pagedCall(service, payload, 0, {});
+///     auto pages = service->pagedCall(payload, 0, {});
 ///     while (auto page = pages.nextPage(&error)) use(*page);
 class TWPagedServiceResponse {
  public:
-  /// Builds the request for one page; "offset" among the arguments tells which. An invalid element
-  /// and the error when it cannot.
-  using PayloadBlock = std::function<NKXMLElement(const TWDictionary& args, TWError* error)>;
-
-  /// @param maxItems  stop once that many items have come; 0 or less for no limit. The page that
-  /// passes the limit
-  ///                  is given whole.
-  [[nodiscard]] static TWPagedServiceResponse pagedCall(std::shared_ptr<TWEWSService> service,
-                                                        PayloadBlock payloadBlock,
-                                                        std::int64_t maxItems, TWDictionary args);
-
   /// The items of the next page (none for an empty view); absent without an error when there are no
   /// more pages.
   ///
   /// Error 2 (ErrorTransport): "Mismatch between item count and next offset" when the server's
   /// offset is not the number of items that came, or does not advance.
-  [[nodiscard]] std::optional<std::vector<NKXMLElement>> nextPage(TWError* error = nullptr);
+  [[nodiscard]] std::optional<std::vector<NKXMLElement>> nextPage(TWError* error = nullptr) {
+    return service_->nextPage(*this, error);
+  }
 
   [[nodiscard]] std::int64_t itemCount() const noexcept { return itemCount_; }
   [[nodiscard]] std::int64_t maxItems() const noexcept { return maxItems_; }
   [[nodiscard]] std::optional<std::int64_t> nextOffset() const noexcept { return nextOffset_; }
 
  private:
-  TWPagedServiceResponse(std::shared_ptr<TWEWSService> service, PayloadBlock payloadBlock,
-                         std::int64_t maxItems, TWDictionary args);
+  friend class TWEWSService;
+  TWPagedServiceResponse(std::shared_ptr<TWEWSService> service,
+                         TWEWSService::PayloadBlock payloadBlock, std::int64_t maxItems,
+                         TWDictionary args);
 
   std::shared_ptr<TWEWSService> service_;
-  PayloadBlock payloadBlock_;
+  TWEWSService::PayloadBlock payloadBlock_;
   TWDictionary args_;
   std::int64_t itemCount_ = 0;
   std::int64_t maxItems_;

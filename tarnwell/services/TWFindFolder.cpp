@@ -36,8 +36,7 @@ TWPagedServiceResponse TWFindFolder::call(Paths additionalFields, std::string sh
     return getPayload(fields, shape, depth, pageSize, args["offset"].asInteger().value_or(0),
                       error);
   };
-  return TWPagedServiceResponse::pagedCall(shared_from_this(), std::move(payload), maxItems,
-                                           {{"offset", 0}});
+  return pagedCall(std::move(payload), maxItems, {{"offset", 0}});
 }
 
 NKXMLElement TWFindFolder::getPayload(const Paths& additionalFields, std::string_view shape,

@@ -41,8 +41,7 @@ TWPagedServiceResponse TWFindItem::call(
     return getPayload(fields, restriction, orders, shape, query, depth, view, pageSize,
                       args["offset"].asInteger().value_or(0), error);
   };
-  return TWPagedServiceResponse::pagedCall(shared_from_this(), std::move(payload), maxItems,
-                                           {{"offset", 0}});
+  return pagedCall(std::move(payload), maxItems, {{"offset", 0}});
 }
 
 NKXMLElement TWFindItem::getPayload(const Paths& additionalFields,

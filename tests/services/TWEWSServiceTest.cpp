@@ -466,13 +466,13 @@ class TWPagedServiceResponseTest : public TWEWSServiceTest {
                    "FindFolder");
   }
   TWPagedServiceResponse pages(std::int64_t maxItems = 0) {
-    return TWPagedServiceResponse::pagedCall(
-        std::make_shared<Service>(kFindFolder, protocol()),
-        [](const TWDictionary& args, TWError*) {
-          return TWUtils::createElement("m:FindFolder",
-                                        {{"Offset", args["offset"]}, {"Shape", args["shape"]}});
-        },
-        maxItems, TWDictionary{{"shape", "IdOnly"}});
+    return std::make_shared<Service>(kFindFolder, protocol())
+        ->pagedCall(
+            [](const TWDictionary& args, TWError*) {
+              return TWUtils::createElement("m:FindFolder",
+                                            {{"Offset", args["offset"]}, {"Shape", args["shape"]}});
+            },
+            maxItems, TWDictionary{{"shape", "IdOnly"}});
   }
 };
 
@@ -544,12 +544,13 @@ TEST_F(TWPagedServiceResponseTest, APageThatDoesNotSayThatItIsTheLastIsNot) {
 
 TEST_F(TWPagedServiceResponseTest, StartsAtTheBeginningWhateverOffsetIsGiven) {
   server.enqueue(page(R"(IncludesLastItemInRange="true")", "<t:Folder/>"));
-  auto paged = TWPagedServiceResponse::pagedCall(
-      std::make_shared<Service>(kFindFolder, protocol()),
-      [](const TWDictionary& args, TWError*) {
-        return TWUtils::createElement("m:FindFolder", {{"Offset", args["offset"]}});
-      },
-      0, TWDictionary{{"offset", 7}});
+  auto paged =
+      std::make_shared<Service>(kFindFolder, protocol())
+          ->pagedCall(
+              [](const TWDictionary& args, TWError*) {
+                return TWUtils::createElement("m:FindFolder", {{"Offset", args["offset"]}});
+              },
+              0, TWDictionary{{"offset", 7}});
   EXPECT_TRUE(paged.nextPage());
   EXPECT_THAT(server.requests().at(0).body, HasSubstr("Offset=\"0\""));
 }
@@ -583,10 +584,12 @@ TEST_F(TWPagedServiceResponseTest, AnEmptyPageThatDoesNotMoveEndsWithAnError) {
     return page(R"(IndexedPagingOffset="0" TotalItemsInView="5" IncludesLastItemInRange="false")",
                 "");
   });
-  auto paged = TWPagedServiceResponse::pagedCall(
+  auto paged =
       std::make_shared<Service>(
-          kFindFolder, TWProtocol::withServiceEndpoint(stuck.url("/"), nullptr, TWVersion())),
-      [](const TWDictionary&, TWError*) { return TWUtils::createElement("m:FindFolder"); }, 0, {});
+          kFindFolder, TWProtocol::withServiceEndpoint(stuck.url("/"), nullptr, TWVersion()))
+          ->pagedCall(
+              [](const TWDictionary&, TWError*) { return TWUtils::createElement("m:FindFolder"); },
+              0, {});
   TWError error;
   EXPECT_FALSE(paged.nextPage(&error));
   EXPECT_EQ(error.message(), "Mismatch between item count and next offset");
@@ -610,6 +613,21 @@ TEST_F(TWPagedServiceResponseTest, AnOffsetThatStaysGoesBackOrLeapsEndsWithAnErr
     }
     EXPECT_EQ(server.requestCount(), before + 1);
   }
+}
+
+TEST_F(TWPagedServiceResponseTest, TheServiceReadsThePagesOfItsCall) {
+  server.enqueue(page(R"(IndexedPagingOffset="1" IncludesLastItemInRange="false")", "<t:Folder/>"));
+  server.enqueue(page(R"(IncludesLastItemInRange="true")", "<t:Folder/>"));
+  // Held by nothing but this block.
+  Service service(kFindFolder, protocol());
+  auto paged = service.pagedCall(
+      [](const TWDictionary&, TWError*) { return TWUtils::createElement("m:FindFolder"); }, 0, {});
+  EXPECT_EQ(service.nextPage(paged)->size(), 1U);
+  EXPECT_EQ(paged.nextPage()->size(), 1U);
+  EXPECT_EQ(paged.itemCount(), 2);
+  TWError error;
+  EXPECT_FALSE(service.nextPage(paged, &error));
+  EXPECT_FALSE(error) << error;
 }
 
 TEST_F(TWPagedServiceResponseTest, APageWithoutItsContainerIsAnError) {
@@ -646,13 +664,14 @@ TEST_F(TWPagedServiceResponseTest, ACaughtErrorIsTheErrorOfThePage) {
 }
 
 TEST_F(TWPagedServiceResponseTest, ARequestThatCannotBeBuiltIsNotSent) {
-  auto paged = TWPagedServiceResponse::pagedCall(
-      std::make_shared<Service>(kFindFolder, protocol()),
-      [](const TWDictionary&, TWError* error) {
-        setError(error, TWError(TWErrorCode::ErrorValueOutOfRange, "no restriction"));
-        return NKXMLElement();
-      },
-      0, {});
+  auto paged =
+      std::make_shared<Service>(kFindFolder, protocol())
+          ->pagedCall(
+              [](const TWDictionary&, TWError* error) {
+                setError(error, TWError(TWErrorCode::ErrorValueOutOfRange, "no restriction"));
+                return NKXMLElement();
+              },
+              0, {});
   TWError error;
   EXPECT_FALSE(paged.nextPage(&error));
   EXPECT_EQ(error.message(), "no restriction");

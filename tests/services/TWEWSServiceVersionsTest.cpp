@@ -149,6 +149,21 @@ TEST_F(TWEWSServiceTest, AnAnswerWithoutVersionInformationKeepsTheNameTried) {
   EXPECT_EQ(protocol()->version(), TWVersion(TWBuild(), "Exchange2013"));
 }
 
+TEST_F(TWEWSServiceTest, AVersionIsLearntFromAnAnswerOfOnesOwn) {
+  TWResponse answer;
+  answer.xmlDoc = NKXMLDocument::withXMLString(
+      test::envelope("", R"(MajorVersion="8" MinorVersion="1" Version="Exchange2007_SP1")"));
+  Service service(kGetItem, protocol());
+  const TWVersion known(TWBuild(15, 1), "Exchange2016");
+  service.updateApiVersion(known, "Exchange2016", answer);
+  EXPECT_EQ(protocol()->version(), known);
+  service.updateApiVersion(known, "Exchange2007_SP1", answer);
+  EXPECT_EQ(protocol()->version(), TWVersion(TWBuild(8, 1), "Exchange2007_SP1"));
+  // An exchange that nobody answered says nothing, except that this version was tried.
+  service.updateApiVersion(std::nullopt, "Exchange2013", {});
+  EXPECT_EQ(protocol()->version(), TWVersion(TWBuild(), "Exchange2013"));
+}
+
 TEST_F(TWEWSServiceTest, AnAccountsServiceUsesAndKeepsTheAccountsVersion) {
   const auto account = std::make_shared<Account>(protocol());
   account->setVersion(TWVersion(std::nullopt, "Exchange2010_SP1"));
