@@ -123,6 +123,11 @@ NKXMLElement NKXMLNode::elementWithName(std::string_view name, const NKXMLNodeLi
   return elementWithName(name, children, {});
 }
 
+NKXMLElement NKXMLNode::elementWithName(std::string_view name,
+                                        std::initializer_list<NKXMLNode> children) {
+  return elementWithName(name, NKXMLNodeList(children));
+}
+
 NKXMLElement NKXMLNode::elementWithName(std::string_view name, const NKXMLNodeList& children,
                                         const NKXMLNodeList& attributes) {
   auto element = elementWithName(name);

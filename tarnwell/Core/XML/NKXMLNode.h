@@ -106,6 +106,9 @@ class NKXMLNode {
   /// The children and the attributes must have no parent.
   [[nodiscard]] static NKXMLElement elementWithName(std::string_view name,
                                                     const NKXMLNodeList& children);
+  /// For braces, empty ones too: `elementWithName("m:ItemIds", {})`.
+  [[nodiscard]] static NKXMLElement elementWithName(std::string_view name,
+                                                    std::initializer_list<NKXMLNode> children);
   [[nodiscard]] static NKXMLElement elementWithName(std::string_view name,
                                                     const NKXMLNodeList& children,
                                                     const NKXMLNodeList& attributes);

@@ -218,6 +218,9 @@ TEST(NKXMLElement, ListsOfNodesMayBeBracesOrAnyRangeOfHandles) {
       NKXMLNode::elementWithName("a", {}, {NKXMLNode::attributeWithName("k", "1")}).XMLString(),
       R"(<a k="1"></a>)");
   EXPECT_EQ(NKXMLNode::elementWithName("a", "text").stringValue(), "text");
+  EXPECT_EQ(NKXMLNode::elementWithName("a", {}).XMLString(), "<a></a>");
+  EXPECT_EQ(NKXMLNode::elementWithName("a", {NKXMLElement::withName("b")}).XMLString(),
+            "<a><b></b></a>");
 
   auto root = NKXMLElement::withXMLString("<r><c/><d/></r>");
   const std::vector<NKXMLElement> elements = root.elementsForName("d");
