@@ -200,11 +200,25 @@ TEST(TWConnectionAuth, RefusedPasswordIsNotTriedAgain) {
   EXPECT_EQ(record.response->header("WWW-Authenticate"), kBasic);
 }
 
-TEST(TWConnectionAuth, LoginsThatAreAlwaysStaleEndWithTheRefusal) {
+TEST(TWConnectionAuth, ARefusalHasTheBodyThatTheServerSent) {
+  ScriptedServer server([](const ScriptedRequest&) {
+    auto refusal = ScriptedAnswer::challenge({kBasic});
+    refusal.body = "<no/>";
+    return refusal;
+  });
+  const TWResponse record = ann()->get(server.url("/"));
+  EXPECT_EQ(status(record), 401);
+  EXPECT_EQ(text(record.data), "<no/>");
+}
+
+// The body of a refusal after which the login would go on is skipped; that of the last one, too.
+TEST(TWConnectionAuth, LoginsThatAreAlwaysStaleEndWithTheRefusalWithoutItsBody) {
   int nonce = 0;
   ScriptedServer server([&](const ScriptedRequest&) {
-    return ScriptedAnswer::challenge(
+    auto refusal = ScriptedAnswer::challenge(
         {"Digest realm=\"x\", nonce=\"" + std::to_string(++nonce) + "\", stale=true"});
+    refusal.body = "<no/>";
+    return refusal;
   });
   for (const bool follows : {false, true}) {
     const auto before = server.requestCount();
@@ -213,6 +227,10 @@ TEST(TWConnectionAuth, LoginsThatAreAlwaysStaleEndWithTheRefusal) {
     EXPECT_EQ(status(record), 401);
     EXPECT_THAT(record.error, IsNoError());
     EXPECT_LE(server.requestCount() - before, 4U);
+    EXPECT_EQ(text(record.data), "");
+    EXPECT_FALSE(record.xmlDoc);
+    EXPECT_THAT(record.response->header("WWW-Authenticate"),
+                testing::Optional(HasSubstr("nonce=\"" + std::to_string(nonce) + "\"")));
   }
 }
 

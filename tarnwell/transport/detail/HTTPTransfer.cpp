@@ -487,6 +487,8 @@ void HTTPTransfer::Engine::takeHeaderLine(std::string_view line) {
 void HTTPTransfer::Engine::endHead() {
   const int status = result->response->statusCode;
   if (status == 401) {
+    // The answer is given without its body: the transfer library skips that of an answer after
+    // which it means to log in once more. That of a refusal it accepts is delivered.
     gaveUp = ++challenges == kMostChallenges;
     return;
   }
