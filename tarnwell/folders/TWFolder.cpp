@@ -21,11 +21,15 @@
 #include "tarnwell/schema/TWNumberFields.h"
 #include "tarnwell/schema/TWTextFields.h"
 #include "tarnwell/services/TWFindItem.h"
+#include "tarnwell/services/detail/BadValue.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWText.h"
 
 namespace tarnwell {
+
+using detail::badValue;
+
 namespace {
 
 constexpr int kMaxItems = 100000;
@@ -51,10 +55,6 @@ TWFields folderFields() {
       TWEffectiveRightsField::withProps(
           {.name = "effective_rights", .fieldURI = "folder:EffectiveRights", .isReadOnly = true}),
   };
-}
-
-TWError badValue(std::string_view format, std::initializer_list<TWValue> values) {
-  return {TWErrorCode::ErrorValueOutOfRange, formatMessage(format, values)};
 }
 
 /// Where a pattern's name has to be looked for: every name passes a valid expression.
@@ -152,7 +152,7 @@ std::shared_ptr<TWFolder> TWFolder::navigate(std::string_view step, TWError* err
   if (step == ".") return self();
   auto found = step == ".." ? parent() : getFolderByName(step);
   if (!found)
-    setError(error, step == ".." ? badValue("Already at top", {})
+    setError(error, step == ".." ? badValue("Already at top")
                                  : TWError(TWErrorCode::ErrorFolderNotFound,
                                            formatMessage("No subfolder with name: %@", {step})));
   return found;
@@ -257,7 +257,7 @@ TWItemEntries TWFolder::findItems(const Q& q, const TWFindItemsOptions& options,
   TWError failure;
   std::optional<TWRestriction> restriction;
   if (!account)
-    failure = badValue("Folder must have an account", {});
+    failure = badValue("Folder must have an account");
   else if (checkSearchable(options.additionalFields, &failure) && !q.isEmpty())
     restriction = TWRestriction::withQ(q, self(), &failure);
   if (failure) {

@@ -16,19 +16,21 @@
 #include "tarnwell/services/TWGetFolder.h"
 #include "tarnwell/services/TWMoveFolder.h"
 #include "tarnwell/services/TWUpdateFolder.h"
+#include "tarnwell/services/detail/BadValue.h"
 #include "tarnwell/services/detail/RequestParts.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWText.h"
 
 namespace tarnwell {
+
+using detail::badValue;
+
 namespace {
 
 constexpr std::string_view kHardDelete = "HardDelete";
 constexpr std::string_view kIdOnly = "IdOnly";
 constexpr int kPageSize = 1000;
-
-TWError badValue(std::string_view message) { return {TWErrorCode::ErrorValueOutOfRange, message}; }
 
 /// Every property that folders have on the server.
 std::vector<std::shared_ptr<TWFieldPath>> allPaths(const TWElementClass& cls,

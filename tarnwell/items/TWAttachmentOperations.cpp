@@ -8,18 +8,18 @@
 #include "tarnwell/services/TWCreateAttachment.h"
 #include "tarnwell/services/TWDeleteAttachment.h"
 #include "tarnwell/services/TWGetAttachment.h"
+#include "tarnwell/services/detail/BadValue.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
 
 namespace tarnwell {
+
+using detail::badValue;
+
 namespace {
 
 constexpr auto kId = "attachment_id", kContent = "_content", kItem = "_item",
                kRootChangekey = "root_changekey";
-
-TWError badValue(std::string_view format, std::initializer_list<TWValue> values = {}) {
-  return {TWErrorCode::ErrorValueOutOfRange, formatMessage(format, values)};
-}
 
 /// The first result of a call for one attachment; invalid with its error.
 NKXMLElement firstOf(const std::optional<TWList>& results, const TWServiceClass& service,

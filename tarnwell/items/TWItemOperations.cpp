@@ -5,16 +5,18 @@
 #include "tarnwell/items/TWAttachment.h"
 #include "tarnwell/items/TWBulkCreateResult.h"
 #include "tarnwell/items/TWItem.h"
+#include "tarnwell/services/detail/BadValue.h"
 
 namespace tarnwell {
+
+using detail::badValue;
+
 namespace {
 
 constexpr std::string_view kSaveOnly = "SaveOnly", kSendAndSaveCopy = "SendAndSaveCopy";
 constexpr auto kAttachments = "attachments", kAttachmentId = "attachment_id";
 
 using Attachments = std::vector<std::shared_ptr<TWAttachment>>;
-
-TWError badValue(std::string_view text) { return {TWErrorCode::ErrorValueOutOfRange, text}; }
 
 /// The outcome of an operation on one item; null with the error.
 template <class T>
