@@ -110,7 +110,11 @@ class TWFolder : public detail::FolderKind<TWFolder, TWRegisterMixIn>, public TW
   void setParent(const std::shared_ptr<TWFolder>& parent) { parent_ = parent; }
   /// The children that were set, else those in the tree, in the server's order.
   [[nodiscard]] TWFolders children() const;
-  void setChildren(TWFolders children) { children_ = std::move(children); }
+  /// Null ones are left out.
+  void setChildren(TWFolders children) {
+    std::erase(children, nullptr);
+    children_ = std::move(children);
+  }
   /// The account's root folder; null without an account.
   [[nodiscard]] virtual std::shared_ptr<TWRoot> root() const;
   /// The folders from the top of the tree down to this one.

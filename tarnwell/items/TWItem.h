@@ -103,9 +103,10 @@ class TWItem : public detail::ElementKind<TWItem, TWRegisterMixIn> {
   bool delete_(std::string_view deleteType, const TWItemDeletion& how, TWError* error = nullptr);
 
   /// Adds an attachment, once; an item that is on the server has it there at once, others when they
-  /// are saved. See `TWAttachment::attach`.
+  /// are saved. See `TWAttachment::attach`; also ErrorValueOutOfRange for null.
   bool attach(const std::shared_ptr<TWAttachment>& attachment, TWError* error = nullptr);
-  /// Removes an attachment, from the server too. See `TWAttachment::detach`.
+  /// Removes an attachment, from the server too. See `TWAttachment::detach`; also
+  /// ErrorValueOutOfRange for null.
   bool detach(const std::shared_ptr<TWAttachment>& attachment, TWError* error = nullptr);
 
  protected:

@@ -36,7 +36,7 @@ struct TWIdPair {
 class TWItemEntry {
  public:
   TWItemEntry(TWIdPair pair) : value_(std::move(pair)) {}  // NOLINT(google-explicit-constructor)
-  /// The item must not be null.
+  /// Null has no id: operations on the server refuse it.
   template <std::derived_from<TWItem> Item>
   TWItemEntry(std::shared_ptr<Item> item)  // NOLINT(google-explicit-constructor)
       : value_(std::shared_ptr<TWItem>(std::move(item))) {}

@@ -18,6 +18,11 @@ constexpr auto kAttachments = "attachments", kAttachmentId = "attachment_id";
 
 using Attachments = std::vector<std::shared_ptr<TWAttachment>>;
 
+bool isThere(const std::shared_ptr<TWAttachment>& attachment, TWError* error) {
+  if (!attachment) setError(error, badValue("Attachment must not be null"));
+  return attachment != nullptr;
+}
+
 /// The outcome of an operation on one item; null with the error.
 template <class T>
 const TWResult<T>* outcomeOf(const std::optional<TWResults<T>>& outcomes, TWError* error) {
@@ -186,6 +191,7 @@ bool TWItem::delete_(std::string_view deleteType, const TWItemDeletion& how, TWE
 }
 
 bool TWItem::attach(const std::shared_ptr<TWAttachment>& attachment, TWError* error) {
+  if (!isThere(attachment, error)) return false;
   const auto before = attachment->parentItem();
   attachment->setParentItem(std::static_pointer_cast<TWItem>(shared_from_this()));
   if (!get("item_id").isAbsent() && attachment->get(kAttachmentId).isAbsent() &&
@@ -202,6 +208,7 @@ bool TWItem::attach(const std::shared_ptr<TWAttachment>& attachment, TWError* er
 }
 
 bool TWItem::detach(const std::shared_ptr<TWAttachment>& attachment, TWError* error) {
+  if (!isThere(attachment, error)) return false;
   if (!get("item_id").isAbsent() && !attachment->detach(error)) return false;
   auto attachments = get<Attachments>(kAttachments).value_or(Attachments());
   std::erase(attachments, attachment);

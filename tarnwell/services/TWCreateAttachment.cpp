@@ -1,5 +1,6 @@
 #include "tarnwell/services/TWCreateAttachment.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "tarnwell/items/TWAttachment.h"
@@ -40,6 +41,10 @@ NKXMLElement TWCreateAttachment::getPayload(const TWItemEntry& parent, const Att
   if (!pair || pair->id.empty()) {
     setError(error, parent ? TWError(TWErrorCode::ErrorValueOutOfRange, "Item must have an id")
                            : parent.error());
+    return {};
+  }
+  if (std::ranges::find(items, nullptr) != items.end()) {
+    setError(error, {TWErrorCode::ErrorValueOutOfRange, "Attachment must not be null"});
     return {};
   }
   TWError failure;

@@ -79,6 +79,37 @@ class TWAccountItems : public test::MailboxTest {
       "</m:ItemIds>";
 };
 
+TEST_F(TWAccountItems, ANullItemFailsTheCallBeforeAnythingIsSent) {
+  const auto to = folder("F");
+  const auto query = folder("F", TWInbox::elementClass());
+  const TWItemEntries entries{TWIdPair{"A"}, std::shared_ptr<TWMessage>()};
+  const auto expectFails = [&](const char* text, const auto& call) {
+    TWError error;
+    EXPECT_FALSE(call(&error));
+    expectRefused(error, text);
+  };
+  expectFails("Item must not be null", [&](TWError* e) {
+    return account->bulkCreate(to, {message(), nullptr}, "SaveOnly", "SendToNone", e);
+  });
+  expectFails("Item must not be null", [&](TWError* e) {
+    return account->bulkUpdate({{message("A"), {"subject"}}, {nullptr, {"subject"}}}, "AutoResolve",
+                               "SaveOnly", "SendToNone", false, e);
+  });
+  constexpr auto kNoId = "Item must have an id";
+  expectFails(kNoId, [&](TWError* e) {
+    return account->bulkDelete(entries, "HardDelete", "SendToNone", "AllOccurrences", false, e);
+  });
+  expectFails(kNoId, [&](TWError* e) { return account->bulkSend(entries, true, to, e); });
+  expectFails(kNoId, [&](TWError* e) { return account->bulkMove(entries, to, e); });
+  expectFails(kNoId, [&](TWError* e) { return account->fetch(entries, query, std::nullopt, e); });
+  expectFails(kNoId, [&](TWError* e) { return account->exportItems(entries, e); });
+  expectFails("Folder must be supplied",
+              [&](TWError* e) { return account->bulkMove(ids, nullptr, e); });
+  const auto saved = message("A");
+  saved->setAccount(account);
+  expectFails("Folder must be supplied", [&](TWError* e) { return saved->move(nullptr, e); });
+}
+
 TEST_F(TWAccountItems, CreatingAnswersForEachItem) {
   server.on("CreateItem",
             answer("CreateItem", item("CreateItem", "1") + failed("CreateItem", "ErrorItemSave") +

@@ -95,6 +95,21 @@ TEST_F(TWAttachmentOperations, TheIdMayStandInTheAnswerByItself) {
   EXPECT_EQ(file->get<std::shared_ptr<TWAttachmentId>>("attachment_id")->get("id"), TWValue("7"));
 }
 
+TEST_F(TWAttachmentOperations, NullIsNoAttachment) {
+  const auto unsaved = TWMessage::withDict({{"folder", folder("F")}});
+  const TWError expected(TWErrorCode::ErrorValueOutOfRange, "Attachment must not be null");
+  for (const auto& item : {message, unsaved}) {
+    TWError error;
+    EXPECT_FALSE(item->attach(nullptr, &error));
+    EXPECT_EQ(error, expected);
+    error = {};
+    EXPECT_FALSE(item->detach(nullptr, &error));
+    EXPECT_EQ(error, expected);
+    EXPECT_TRUE(item->get("attachments").isAbsent());
+  }
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
 TEST_F(TWAttachmentOperations, AttachingThatFailsChangesNothing) {
   const auto file = newFile();
   const auto expectFails = [&](TWErrorCode code) {

@@ -196,6 +196,16 @@ TEST_F(TWFolderTree, WalkIsDepthFirstWithoutTheFolderItself) {
   EXPECT_THAT(a1->walk(), IsEmpty());
 }
 
+TEST_F(TWFolderTree, ANullChildIsNone) {
+  const auto parent = localFolder("P", {localFolder("C")});
+  parent->setChildren({nullptr, localFolder("D"), nullptr});
+  EXPECT_THAT(test::namesOf(parent->children()), ElementsAre("D"));
+  EXPECT_EQ(parent->getFolderByName("C"), nullptr);
+  EXPECT_THAT(test::namesOf(parent->glob("*")), ElementsAre("D"));
+  parent->setParent(nullptr);
+  EXPECT_EQ(parent->parent(), nullptr);
+}
+
 TEST_F(TWFolderTree, AChildIsFoundByItsVeryName) {
   EXPECT_EQ(top->getFolderByName("a"), a);
   EXPECT_EQ(top->getFolderByName("A"), nullptr);

@@ -162,6 +162,15 @@ TEST_F(TWRootTest, UpkeepReplacesAndDropsFolders) {
   EXPECT_THAT(namesOf(tree().getChildren(*tree().getFolder("T"))), ElementsAre("y"));
 }
 
+TEST_F(TWRootTest, NullIsNoFolderOfTheTree) {
+  tree().setSubFolders({nullptr, folder("A"), nullptr});
+  tree().addFolder(nullptr);
+  tree().updateFolder(nullptr);
+  tree().removeFolder(nullptr);
+  EXPECT_EQ(tree().subFolders()->size(), 1U);
+  EXPECT_TRUE(tree().getFolder("A"));
+}
+
 TEST_F(TWRootTest, AnArchivedTreeCountsAsFilled) {
   tree().setSubFolders({folder("A"), folder("B")});
   EXPECT_TRUE(tree().isCacheReady());

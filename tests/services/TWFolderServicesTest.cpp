@@ -209,6 +209,42 @@ TEST_F(TWFolderServices, WhatIsNoFolderIsRefused) {
 
 TEST_F(TWFolderServices, PairsAreTakenByTwoAndLeftOutByTwo) {
   const auto ids = "<m:FolderIds>" + id("P") + id("A") + "</m:FolderIds>";
+TEST_F(TWFolderServices, ANullFolderIsRefusedBeforeAnythingIsSent) {
+  const std::shared_ptr<TWFolder> none;
+  const auto some = folder("A");
+  const auto expectFails = [&](const auto& call) {
+    TWError error;
+    EXPECT_FALSE(call(&error));
+    EXPECT_TRUE(error.is(TWErrorCode::ErrorType)) << error;
+  };
+  expectFails([&](TWError* e) {
+    auto pages = TWFindFolder::withAccount(account, {none})->call({}, "IdOnly", "Deep", 10, 0);
+    return pages.nextPage(e);
+  });
+  expectFails([&](TWError* e) {
+    return TWGetFolder::withAccount(account)->call({some, none}, {}, "IdOnly", e);
+  });
+  expectFails([&](TWError* e) {
+    return TWDeleteFolder::withAccount(account)->call({some, none}, "HardDelete", e);
+  });
+  expectFails([&](TWError* e) {
+    return TWEmptyFolder::withAccount(account)->call({none}, "HardDelete", true, e);
+  });
+  expectFails([&](TWError* e) {
+    return TWMoveFolder::withAccount(account)->call({some, none}, some, e);
+  });
+  expectFails(
+      [&](TWError* e) { return TWMoveFolder::withAccount(account)->call({some}, none, e); });
+  expectFails(
+      [&](TWError* e) { return TWCreateFolder::withAccount(account)->call(none, {some}, e); });
+  expectFails(
+      [&](TWError* e) { return TWCreateFolder::withAccount(account)->call(some, {none}, e); });
+  expectFails([&](TWError* e) {
+    return TWUpdateFolder::withAccount(account)->call({{some, {"name"}}, {none, {"name"}}}, e);
+  });
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
   const auto without = "<m:FolderIds>" + id("A") + "</m:FolderIds>";
   const TWList folders{pair, folder("A")};
   EXPECT_THAT(TWGetFolder::withAccount(account)->getPayload(folders, {}, "x").compactXMLString(),

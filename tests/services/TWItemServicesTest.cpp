@@ -503,3 +503,5 @@ TEST_F(TWItemServices, TheResultOfACreationTellsTheIdsOfItemAndAttachments) {
 
 }  // namespace
 }  // namespace tarnwell
+  EXPECT_FALSE(TWCreateAttachment::withAccount(account)->call(message(), {file, nullptr}, &error));
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Attachment must not be null"));
