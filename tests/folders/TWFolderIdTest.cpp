@@ -27,6 +27,12 @@ TEST(TWFolderId, MustHaveAnId) {
   EXPECT_TRUE(error.is(TWErrorCode::ErrorValueOutOfRange)) << error;
 }
 
+// The texts are not looked into here. A folder refuses an empty id itself.
+TEST(TWFolderId, EmptyTextsAreWrittenAsSuch) {
+  EXPECT_THAT(TWFolderId::withDict({{"id", ""}, {"changekey", ""}})->toXML(nullptr).XMLString(),
+              EqualsXML("<t:FolderId Id=\"\" ChangeKey=\"\"/>"));
+}
+
 TEST(TWDistinguishedFolderId, NamesAFolderOfOnesOwnMailbox) {
   EXPECT_EQ(TWDistinguishedFolderId::elementName(), "DistinguishedFolderId");
   EXPECT_TRUE(TWDistinguishedFolderId::elementClass().isKindOf(TWItemId::elementClass()));

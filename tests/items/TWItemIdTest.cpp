@@ -84,6 +84,16 @@ TEST(TWItemId, MayLackItsChangeKeyButNotItsId) {
       IsFailure(TWErrorCode::ErrorValueOutOfRange, "id is a required field with no default"));
 }
 
+// Only a missing id fails: the texts are not looked into here. Requests refuse an empty id.
+TEST(TWItemId, EmptyTextsAreWrittenAndReadAsSuch) {
+  const auto empty = TWItemId::withDict({{"id", ""}, {"changekey", ""}});
+  EXPECT_THAT(written(*empty), EqualsXML(R"(<t:ItemId Id="" ChangeKey=""/>)"));
+  EXPECT_EQ(*read<TWItemId>(R"(<t:ItemId Id="" ChangeKey=""/>)"), *empty);
+  EXPECT_NE(*read<TWItemId>(R"(<t:ItemId Id=""/>)"), *empty);
+  EXPECT_THAT(written(*TWRootItemId::withDict({{"id", "i"}, {"changekey", ""}})),
+              EqualsXML(R"(<m:RootItemId RootItemId="i" RootItemChangeKey=""/>)"));
+}
+
 TEST(TWItemId, HasAtMost512Characters) {
   const std::string longest(512, 'i');
   EXPECT_TRUE(TWItemId::withDict({{"id", longest}})->clean(nullptr));

@@ -505,3 +505,28 @@ TEST_F(TWItemServices, TheResultOfACreationTellsTheIdsOfItemAndAttachments) {
 }  // namespace tarnwell
   EXPECT_FALSE(TWCreateAttachment::withAccount(account)->call(message(), {file, nullptr}, &error));
   EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Attachment must not be null"));
+  for (const auto& empty : {TWValue(""), TWValue(TWAttachmentId::withDict({{"id", ""}}))}) {
+    EXPECT_FALSE(TWGetAttachment::withAccount(account)->getPayload({"X", empty}, false, &error));
+    EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Attachment must have an id"));
+  }
+}
+
+TEST_F(TWItemServices, EmptyIdsAreRefusedBeforeAnythingIsSent) {
+  const auto expectFails = [&](std::string_view what, const auto& call) {
+    TWError error;
+    EXPECT_FALSE(call(&error));
+    EXPECT_EQ(error,
+              TWError(TWErrorCode::ErrorValueOutOfRange, std::string(what) + " must have an id"));
+  };
+  for (const TWItemEntry& empty :
+       {TWItemEntry(TWIdPair{""}), TWItemEntry(TWMessage::withDict({{"item_id", ""}}))}) {
+    expectFails("Item", [&](TWError* e) {
+      return TWGetItem::withAccount(account)->call({empty}, {}, "IdOnly", e);
+    });
+    expectFails("Item", [&](TWError* e) {
+      return TWCreateAttachment::withAccount(account)->call(empty, {}, e);
+    });
+  }
+  expectFails("Attachment",
+              [&](TWError* e) { return TWDeleteAttachment::withAccount(account)->call({""}, e); });
+  EXPECT_EQ(server.requestCount(), 0U);

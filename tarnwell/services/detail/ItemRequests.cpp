@@ -43,6 +43,10 @@ NKXMLElement attachmentIdsElement(const TWList& ids, TWError* error) {
     }
     const auto xml = id->toXML(nullptr, error);
     if (!xml) return {};
+    if (id->get("id").textView().empty()) {
+      setError(error, {TWErrorCode::ErrorValueOutOfRange, "Attachment must have an id"});
+      return {};
+    }
     element.addChild(xml);
   }
   return element;
