@@ -187,6 +187,17 @@ TEST(TWCharListField, ReadsAListThatItDoesNotTake) {
   EXPECT_TRUE(failure(*field, times(256, "x")).is(kWrongValue));
 }
 
+TEST(TWCharListField, AnEmptyListIsAListToo) {
+  const auto field = TWCharListField::withProps(
+      {.name = "children", .fieldURI = "contacts:Children", .default_ = "d"});
+  const TWValue empty{TWList()};
+  EXPECT_EQ(readFrom(*field, "<t:Children/>"), empty);
+  EXPECT_EQ(readFrom(*field, "<t:Children><t:String/></t:Children>"), empty);
+  EXPECT_THAT(failure(*field, empty),
+              IsFailure(kWrongType, "() value is not of type TWCharListField for children"));
+  EXPECT_THAT(written(*field, empty), EqualsXML("<t:Children/>"));
+}
+
 TEST(TWCharListField, WritesATextAsSuchAndAListAsStrings) {
   const auto field = TWCharListField::withProps({.fieldURI = "contacts:Children"});
   EXPECT_THAT(written(*field, "Ann"), EqualsXML("<t:Children>Ann</t:Children>"));
