@@ -61,7 +61,8 @@ class Changes {
     auto content = field->toXML(value, version_, &failure_);
     if (failure_) return;
     if (content.isAbsent()) {
-      // A kind of field that has nothing to write for a missing value: its element, empty.
+      // A kind of field that has nothing to write for a missing value: its element, empty. Not so
+      // an extended property, of which an empty value is none of every type.
       const auto* const named = dynamic_cast<const TWFieldURIField*>(field.get());
       if (named == nullptr) return;
       content = TWUtils::createElement(named->requestTag());

@@ -8,6 +8,8 @@
 #include "tarnwell/account/TWAccount.h"
 #include "tarnwell/folders/TWRoot.h"
 #include "tarnwell/folders/TWWellKnownFolders.h"
+#include "tarnwell/schema/TWExtendedProperty.h"
+#include "tarnwell/schema/TWFieldPath.h"
 
 #include "tests/endtoend/Host.h"
 
@@ -86,6 +88,34 @@ TEST_F(FoldersEndToEnd, AFolderIsCreatedRenamedMovedAndDeleted) {
 
   ASSERT_TRUE(folder->deleteWithError(&error)) << error;
   EXPECT_THAT(serverNamesBelow(inbox), testing::ElementsAre("Projects"));
+}
+
+TEST_F(FoldersEndToEnd, RegisteredPropertiesAreSavedChangedAndCleared) {
+  struct Registered {
+    ~Registered() { TWFolder::unregisterAttr("flag"); }
+  } registered;
+  ASSERT_TRUE(TWFolder::registerAttr("flag", TWFlag::elementClass()));
+  ASSERT_TRUE(inbox);
+  const auto folder = create("Marked", inbox);
+  TWError error;
+  const auto onServer = [&] {
+    const auto read = TWFolder::getFolders(
+        account, {folder}, {TWFieldPath::withField(TWFolder::getFieldByFieldName("flag"))}, &error);
+    EXPECT_TRUE(read && read->front()) << error;
+    const auto property =
+        read->front().value()->TWEWSElement::get<std::shared_ptr<TWExtendedProperty>>("flag");
+    return property ? property->get("value") : TWValue();
+  };
+  EXPECT_EQ(onServer(), TWValue());
+  folder->set("flag", 1);
+  ASSERT_TRUE(folder->save({"flag"}, &error)) << error;
+  EXPECT_EQ(onServer(), TWValue(1));
+  folder->set("flag", TWFlag::withDict({{"value", 2}}));
+  ASSERT_TRUE(folder->save({"flag"}, &error)) << error;
+  EXPECT_EQ(onServer(), TWValue(2));
+  folder->remove("flag");
+  ASSERT_TRUE(folder->save({"flag"}, &error)) << error;
+  EXPECT_EQ(onServer(), TWValue());
 }
 
 TEST_F(FoldersEndToEnd, ANewFolderAppearsInTheTreeThatIsKnownAlready) {

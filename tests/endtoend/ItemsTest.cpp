@@ -10,6 +10,7 @@
 #include "tarnwell/items/TWContact.h"
 #include "tarnwell/items/TWIndexedElements.h"
 #include "tarnwell/items/TWMessage.h"
+#include "tarnwell/schema/TWExtendedProperty.h"
 
 #include "tests/endtoend/Host.h"
 
@@ -90,6 +91,41 @@ TEST_F(ItemsEndToEnd, AMessageThatIsSentReachesTheOtherMailbox) {
   ASSERT_TRUE(sent) << error;
   EXPECT_THAT(*sent, ElementsAre(TWResult<bool>(true)));
   EXPECT_THAT(subjectsIn(account->sent()), ElementsAre("Hello"));
+TEST_F(ItemsEndToEnd, RegisteredPropertiesAreSavedChangedAndCleared) {
+  struct Registered {
+    ~Registered() {
+      TWMessage::unregisterAttr("extern_id");
+      TWMessage::unregisterAttr("flag");
+    }
+  } registered;
+  ASSERT_TRUE(TWMessage::registerAttr("extern_id", TWExternId::elementClass()));
+  ASSERT_TRUE(TWMessage::registerAttr("flag", TWFlag::elementClass()));
+  ASSERT_TRUE(drafts);
+  const auto message = messageIn(drafts, "Marked");
+  message->set("extern_id", "x-1");
+  ASSERT_TRUE(message->save(&error)) << error;
+  const auto onServer = [&](const char* name) {
+    const auto read = account->fetch({*message->idPair()}, drafts, TWList{name}, &error);
+    EXPECT_TRUE(read && read->front().item()) << error;
+    const auto property = read->front().item()->get<std::shared_ptr<TWExtendedProperty>>(name);
+    return property ? property->get("value") : TWValue();
+  };
+  EXPECT_EQ(onServer("extern_id"), TWValue("x-1"));
+  EXPECT_EQ(onServer("flag"), TWValue());
+
+  message->set("extern_id", TWExternId::withDict({{"value", "x-2"}}));
+  message->set("flag", 2);
+  const std::vector<std::string> both{"extern_id", "flag"};
+  ASSERT_TRUE(message->save(both, "AutoResolve", "SendToNone", &error)) << error;
+  EXPECT_EQ(onServer("extern_id"), TWValue("x-2"));
+  EXPECT_EQ(onServer("flag"), TWValue(2));
+
+  message->remove("flag");
+  ASSERT_TRUE(message->save(both, "AutoResolve", "SendToNone", &error)) << error;
+  EXPECT_EQ(onServer("extern_id"), TWValue("x-2"));
+  EXPECT_EQ(onServer("flag"), TWValue());
+}
+
   const auto bob = TWAccount::withPrimarySMTPAddress(
       host.address("bob"), {}, TWAccessTypeDefault, false, host.credentials("bob"),
       TWConfiguration{TWProtocol::withServiceEndpoint(

@@ -11,6 +11,7 @@
 #include "tarnwell/schema/TWExtendedProperty.h"
 #include "tarnwell/services/TWErrors.h"
 
+#include "tests/schema/VersionedField.h"
 #include "tests/support/XMLMatchers.h"
 
 namespace tarnwell {
@@ -193,6 +194,20 @@ TEST_F(QXMLTest, ExtendedPropertiesAreComparedToPlainValues) {
                                     "PropertySetId=\"c11ff724-aa03-4555-9952-8fa248a11c3f\" "
                                     "PropertyName=\"External ID\" PropertyType=\"String\"/>" +
                                     wrapped("a&amp;b") + "</t:IsEqualTo>")));
+}
+
+TEST_F(QXMLTest, ConstantsAreWrittenForTheVersion) {
+  const auto field =
+      test::VersionedField::withProps({.name = "versioned", .fieldURI = "message:Versioned"});
+  TWMessage::addField(field, 0);
+  const TWVersion version(TWBuild(14, 1), "Exchange2010");
+  TWError error;
+  const auto written = Q::withKeywords({{"versioned", "v"}}).toXML(*inbox, &version, &error);
+  TWMessage::removeField(*field);
+  EXPECT_THAT(written.XMLString(),
+              EqualsXML(restriction("<t:IsEqualTo>" + path("message:Versioned") +
+                                    wrapped("v for Exchange2010") + "</t:IsEqualTo>")))
+      << error;
 }
 
 TEST_F(QXMLTest, SettersAreHonoured) {

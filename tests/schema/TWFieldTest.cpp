@@ -57,6 +57,16 @@ TEST(TWField, WhatIsToBeWrittenIsTheValidatedValue) {
   EXPECT_TRUE(error);
 }
 
+TEST(TWField, WhatIsToBeWrittenIsValidatedForTheVersion) {
+  const auto field = TWCharField::withProps({.name = "p", .supportedFrom = TWBuild(15, 0)});
+  const TWVersion old(TWBuild(14, 0)), current(TWBuild(15, 0));
+  TWError error;
+  EXPECT_EQ(field->valueToWrite("v", &current, &error), TWValue("v"));
+  EXPECT_FALSE(error) << error;
+  EXPECT_TRUE(field->valueToWrite("v", &old, &error).isAbsent());
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorInvalidServerVersion)) << error;
+}
+
 TEST(TWField, OwnsItsOptions) {
   const auto a = TWField::withProps({.name = "a"});
   const auto b = TWField::withProps({.name = "b"});

@@ -3,6 +3,7 @@
 
 #include "tarnwell/folders/TWFolderId.h"
 #include "tarnwell/folders/TWWellKnownFolders.h"
+#include "tarnwell/schema/TWExtendedProperty.h"
 #include "tarnwell/schema/TWFieldPath.h"
 #include "tarnwell/schema/TWTextFields.h"
 #include "tarnwell/services/TWCreateFolder.h"
@@ -15,6 +16,7 @@
 #include "tarnwell/services/TWUpdateFolder.h"
 
 #include "tests/folders/FolderTesting.h"
+#include "tests/schema/VersionedField.h"
 #include "tests/support/XMLMatchers.h"
 
 namespace tarnwell {
@@ -207,8 +209,6 @@ TEST_F(TWFolderServices, WhatIsNoFolderIsRefused) {
   EXPECT_EQ(server.requestCount(), 0U);
 }
 
-TEST_F(TWFolderServices, PairsAreTakenByTwoAndLeftOutByTwo) {
-  const auto ids = "<m:FolderIds>" + id("P") + id("A") + "</m:FolderIds>";
 TEST_F(TWFolderServices, ANullFolderIsRefusedBeforeAnythingIsSent) {
   const std::shared_ptr<TWFolder> none;
   const auto some = folder("A");
@@ -245,6 +245,8 @@ TEST_F(TWFolderServices, ANullFolderIsRefusedBeforeAnythingIsSent) {
   EXPECT_EQ(server.requestCount(), 0U);
 }
 
+TEST_F(TWFolderServices, PairsAreTakenByTwoAndLeftOutByTwo) {
+  const auto ids = "<m:FolderIds>" + id("P") + id("A") + "</m:FolderIds>";
   const auto without = "<m:FolderIds>" + id("A") + "</m:FolderIds>";
   const TWList folders{pair, folder("A")};
   EXPECT_THAT(TWGetFolder::withAccount(account)->getPayload(folders, {}, "x").compactXMLString(),
@@ -355,6 +357,40 @@ TEST_F(TWFolderServices, UpdateFolderWritesChangesInTheOrderOfTheFields) {
                         "<t:Updates><t:DeleteFolderField><t:FieldURI "
                         "FieldURI=\"folder:FolderClass\"/></t:DeleteFolderField></t:Updates>"
                         "</t:FolderChange></m:FolderChanges></m:UpdateFolder>"));
+}
+
+TEST_F(TWFolderServices, RegisteredPropertiesOfFoldersAreSetAndCleared) {
+  struct Registered {
+    ~Registered() { TWFolder::unregisterAttr("flag"); }
+  } registered;
+  ASSERT_TRUE(TWFolder::registerAttr("flag", TWFlag::elementClass()));
+  const std::string uri = "<t:ExtendedFieldURI PropertyTag=\"0x1090\" PropertyType=\"Integer\"/>";
+  const auto changed = folder("A");
+  changed->set("flag", 2);
+  const auto payload = TWUpdateFolder::withAccount(account)->getPayload(
+      {{changed, {"flag"}}, {folder("B"), {"flag"}}});
+  EXPECT_THAT(
+      payload.compactXMLString(),
+      EqualsXML("<m:UpdateFolder><m:FolderChanges><t:FolderChange>" + id("A") +
+                "<t:Updates><t:SetFolderField>" + uri + "<t:Folder><t:ExtendedProperty>" + uri +
+                "<t:Value>2</t:Value></t:ExtendedProperty></t:Folder></t:SetFolderField>"
+                "</t:Updates></t:FolderChange><t:FolderChange>" +
+                id("B") + "<t:Updates><t:DeleteFolderField>" + uri +
+                "</t:DeleteFolderField></t:Updates></t:FolderChange></m:FolderChanges>"
+                "</m:UpdateFolder>"));
+}
+
+TEST_F(TWFolderServices, ChangesAreWrittenForTheVersionOfTheAccount) {
+  const auto field =
+      test::VersionedField::withProps({.name = "versioned", .fieldURI = "folder:Versioned"});
+  TWFolder::addField(field, 0);
+  const auto changed = folder("A");
+  changed->set("versioned", "v");
+  const auto payload = TWUpdateFolder::withAccount(
+                           test::makeOfflineAccount(TWVersion(TWBuild(14, 1), "Exchange2010")))
+                           ->getPayload({{changed, {"versioned"}}});
+  TWFolder::removeField(*field);
+  EXPECT_THAT(payload.compactXMLString(), HasSubstr(">v for Exchange2010 in Exchange2010<"));
 }
 
 TEST_F(TWFolderServices, UpdateFolderChecksBeforeItSends) {

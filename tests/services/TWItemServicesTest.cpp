@@ -10,7 +10,9 @@
 #include "tarnwell/items/TWContact.h"
 #include "tarnwell/items/TWIndexedElements.h"
 #include "tarnwell/items/TWMessage.h"
+#include "tarnwell/schema/TWExtendedProperty.h"
 #include "tarnwell/schema/TWFieldPath.h"
+#include "tarnwell/schema/TWIndexedFields.h"
 #include "tarnwell/services/TWCreateAttachment.h"
 #include "tarnwell/services/TWCreateItem.h"
 #include "tarnwell/services/TWDeleteAttachment.h"
@@ -24,6 +26,7 @@
 #include "tarnwell/services/TWUploadItems.h"
 
 #include "tests/folders/FolderTesting.h"
+#include "tests/schema/VersionedField.h"
 #include "tests/support/XMLMatchers.h"
 
 namespace tarnwell {
@@ -64,6 +67,10 @@ class TWItemServices : public test::MailboxTest {
   /// The text of the changes that are made of an item's properties.
   std::string changes(const TWItem& item, const std::vector<std::string>& names,
                       TWError* error = nullptr) {
+    return changesAt(account, item, names, error);
+  }
+  static std::string changesAt(const std::shared_ptr<TWAccount>& account, const TWItem& item,
+                               const std::vector<std::string>& names, TWError* error = nullptr) {
     std::string text;
     const auto elements =
         TWUpdateItem::withAccount(account)->getItemUpdateElems(item, names, error);
@@ -285,6 +292,65 @@ TEST_F(TWItemServices, AFieldThatIsClearedIsDeletedAndThenSetToNothing) {
             "</t:Message></t:SetItemField>");
 }
 
+TEST_F(TWItemServices, ChangesAreWrittenForTheVersionOfTheAccount) {
+  const auto field =
+      test::VersionedField::withProps({.name = "versioned", .fieldURI = "message:Versioned"});
+  TWMessage::addField(field, 0);
+  const auto item = message({{"versioned", "v"}});
+  const auto written = [&](const char* api) {
+    return changesAt(at(TWBuild(14, 1), api), *item, {"versioned"});
+  };
+  const auto in2010 = written("Exchange2010"), in2013 = written("Exchange2013");
+  TWMessage::removeField(*field);
+  EXPECT_EQ(in2010,
+            "<t:SetItemField><t:FieldURI FieldURI=\"message:Versioned\"/><t:Message>"
+            "<t:Versioned>v for Exchange2010 in Exchange2010</t:Versioned></t:Message>"
+            "</t:SetItemField>");
+  EXPECT_THAT(in2013, HasSubstr(">v for Exchange2013 in Exchange2013<"));
+}
+
+TEST_F(TWItemServices, TheValueOfAnEntryIsTheOneThatTheVersionHas) {
+  const auto newer = TWNamedSubField::withProps(
+      {.name = "dial", .fieldURI = "Dial", .supportedFrom = TWBuild(15, 0)});
+  TWPhoneNumber::addField(newer, 1);
+  const auto contact = TWContact::withDict(
+      {{"item_id", "C"},
+       {"phone_numbers",
+        TWList{TWPhoneNumber::withDict({{"label", "HomePhone"}, {"phone_number", "1"}})}}});
+  const auto in2010 = changesAt(at(TWBuild(14, 1)), *contact, {"phone_numbers"});
+  const auto in2013 = changesAt(at(TWBuild(15, 0)), *contact, {"phone_numbers"});
+  TWPhoneNumber::removeField(*newer);
+  EXPECT_THAT(in2010, HasSubstr("FieldURI=\"contacts:PhoneNumber\" FieldIndex=\"HomePhone\""));
+  EXPECT_THAT(in2013, HasSubstr("FieldURI=\"contacts:PhoneNumber:Dial\" FieldIndex=\"HomePhone\""));
+}
+
+// Of an integer an empty value is none, so that clearing is all that is written.
+TEST_F(TWItemServices, RegisteredPropertiesAreSetAndCleared) {
+  struct Registered {
+    ~Registered() {
+      TWMessage::unregisterAttr("flag");
+      TWMessage::unregisterAttr("extern_id");
+    }
+  } registered;
+  ASSERT_TRUE(TWMessage::registerAttr("flag", TWFlag::elementClass()));
+  ASSERT_TRUE(TWMessage::registerAttr("extern_id", TWExternId::elementClass()));
+  const std::string flag = "<t:ExtendedFieldURI PropertyTag=\"0x1090\" PropertyType=\"Integer\"/>";
+  const std::string externId =
+      "<t:ExtendedFieldURI PropertySetId=\"c11ff724-aa03-4555-9952-8fa248a11c3f\" "
+      "PropertyName=\"External ID\" PropertyType=\"String\"/>";
+  const auto set = [](const std::string& uri, const std::string& value) {
+    return "<t:SetItemField>" + uri + "<t:Message><t:ExtendedProperty>" + uri + value +
+           "</t:ExtendedProperty></t:Message></t:SetItemField>";
+  };
+  const auto item = message({{"extern_id", "a&b"}, {"flag", TWFlag::withDict({{"value", 2}})}});
+  EXPECT_EQ(changes(*item, {"flag", "extern_id"}),
+            set(externId, "<t:Value>a&amp;b</t:Value>") + set(flag, "<t:Value>2</t:Value>"));
+  item->set("extern_id", "");
+  item->remove("flag");
+  EXPECT_EQ(changes(*item, {"flag", "extern_id"}),
+            set(externId, "<t:Value/>") + "<t:DeleteItemField>" + flag + "</t:DeleteItemField>");
+}
+
 TEST_F(TWItemServices, AFieldThatIsRequiredBecomesItsDefaultOrCannotBeCleared) {
   EXPECT_THAT(changes(*message(), {"importance"}),
               HasSubstr("<t:Importance>Normal</t:Importance>"));
@@ -445,6 +511,31 @@ TEST_F(TWItemServices, AttachmentsAreNamedByTextsAndByIds) {
   TWError error;
   EXPECT_FALSE(TWDeleteAttachment::withAccount(account)->getPayload({3}, &error));
   EXPECT_EQ(error, TWError(TWErrorCode::ErrorType, "3 must be the id of an attachment"));
+  for (const auto& empty : {TWValue(""), TWValue(TWAttachmentId::withDict({{"id", ""}}))}) {
+    EXPECT_FALSE(TWGetAttachment::withAccount(account)->getPayload({"X", empty}, false, &error));
+    EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Attachment must have an id"));
+  }
+}
+
+TEST_F(TWItemServices, EmptyIdsAreRefusedBeforeAnythingIsSent) {
+  const auto expectFails = [&](std::string_view what, const auto& call) {
+    TWError error;
+    EXPECT_FALSE(call(&error));
+    EXPECT_EQ(error,
+              TWError(TWErrorCode::ErrorValueOutOfRange, std::string(what) + " must have an id"));
+  };
+  for (const TWItemEntry& empty :
+       {TWItemEntry(TWIdPair{""}), TWItemEntry(TWMessage::withDict({{"item_id", ""}}))}) {
+    expectFails("Item", [&](TWError* e) {
+      return TWGetItem::withAccount(account)->call({empty}, {}, "IdOnly", e);
+    });
+    expectFails("Item", [&](TWError* e) {
+      return TWCreateAttachment::withAccount(account)->call(empty, {}, e);
+    });
+  }
+  expectFails("Attachment",
+              [&](TWError* e) { return TWDeleteAttachment::withAccount(account)->call({""}, e); });
+  EXPECT_EQ(server.requestCount(), 0U);
 }
 
 TEST_F(TWItemServices, CreateAttachmentNamesTheItemByItselfOrByItsIdPair) {
@@ -462,6 +553,8 @@ TEST_F(TWItemServices, CreateAttachmentNamesTheItemByItselfOrByItsIdPair) {
   EXPECT_FALSE(
       TWCreateAttachment::withAccount(account)->call(TWMessage::withDict(), {file}, &error));
   EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Item must have an id"));
+  EXPECT_FALSE(TWCreateAttachment::withAccount(account)->call(message(), {file, nullptr}, &error));
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Attachment must not be null"));
   EXPECT_EQ(server.requestCount(), 0U);
 }
 
@@ -503,30 +596,3 @@ TEST_F(TWItemServices, TheResultOfACreationTellsTheIdsOfItemAndAttachments) {
 
 }  // namespace
 }  // namespace tarnwell
-  EXPECT_FALSE(TWCreateAttachment::withAccount(account)->call(message(), {file, nullptr}, &error));
-  EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Attachment must not be null"));
-  for (const auto& empty : {TWValue(""), TWValue(TWAttachmentId::withDict({{"id", ""}}))}) {
-    EXPECT_FALSE(TWGetAttachment::withAccount(account)->getPayload({"X", empty}, false, &error));
-    EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Attachment must have an id"));
-  }
-}
-
-TEST_F(TWItemServices, EmptyIdsAreRefusedBeforeAnythingIsSent) {
-  const auto expectFails = [&](std::string_view what, const auto& call) {
-    TWError error;
-    EXPECT_FALSE(call(&error));
-    EXPECT_EQ(error,
-              TWError(TWErrorCode::ErrorValueOutOfRange, std::string(what) + " must have an id"));
-  };
-  for (const TWItemEntry& empty :
-       {TWItemEntry(TWIdPair{""}), TWItemEntry(TWMessage::withDict({{"item_id", ""}}))}) {
-    expectFails("Item", [&](TWError* e) {
-      return TWGetItem::withAccount(account)->call({empty}, {}, "IdOnly", e);
-    });
-    expectFails("Item", [&](TWError* e) {
-      return TWCreateAttachment::withAccount(account)->call(empty, {}, e);
-    });
-  }
-  expectFails("Attachment",
-              [&](TWError* e) { return TWDeleteAttachment::withAccount(account)->call({""}, e); });
-  EXPECT_EQ(server.requestCount(), 0U);
