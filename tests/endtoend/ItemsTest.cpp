@@ -19,6 +19,7 @@ namespace {
 
 using test::Host;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 const TWData kABC{'A', 'B', 'C'};
@@ -32,6 +33,13 @@ class ItemsEndToEnd : public testing::Test {
                                 {"subject", subject},
                                 {"body", "Dear Bob"},
                                 {"to_recipients", TWValue::list({host.address("bob")})}});
+  }
+  /// Bob's mailbox, as bob.
+  std::shared_ptr<TWAccount> accountOfBob() {
+    return TWAccount::withPrimarySMTPAddress(
+        host.address("bob"), {}, TWAccessTypeDefault, false, host.credentials("bob"),
+        TWConfiguration{TWProtocol::withServiceEndpoint(
+            host.url(), host.credentials("bob"), TWVersion(TWBuild(15, 1)), host.connection())});
   }
   /// The subjects in a folder as the server has them now.
   static std::vector<std::string> subjectsIn(const std::shared_ptr<TWFolder>& folder) {
@@ -83,14 +91,6 @@ TEST_F(ItemsEndToEnd, AMessageIsSavedChangedMovedAndDeleted) {
   EXPECT_EQ(message->folder(), account->trash());
 }
 
-TEST_F(ItemsEndToEnd, AMessageThatIsSentReachesTheOtherMailbox) {
-  ASSERT_TRUE(drafts);
-  const auto message = messageIn(drafts, "Hello");
-  ASSERT_TRUE(message->save(&error)) << error;
-  const auto sent = account->bulkSend({message}, true, nullptr, &error);
-  ASSERT_TRUE(sent) << error;
-  EXPECT_THAT(*sent, ElementsAre(TWResult<bool>(true)));
-  EXPECT_THAT(subjectsIn(account->sent()), ElementsAre("Hello"));
 TEST_F(ItemsEndToEnd, RegisteredPropertiesAreSavedChangedAndCleared) {
   struct Registered {
     ~Registered() {
@@ -126,10 +126,15 @@ TEST_F(ItemsEndToEnd, RegisteredPropertiesAreSavedChangedAndCleared) {
   EXPECT_EQ(onServer("flag"), TWValue());
 }
 
-  const auto bob = TWAccount::withPrimarySMTPAddress(
-      host.address("bob"), {}, TWAccessTypeDefault, false, host.credentials("bob"),
-      TWConfiguration{TWProtocol::withServiceEndpoint(
-          host.url(), host.credentials("bob"), TWVersion(TWBuild(15, 1)), host.connection())});
+TEST_F(ItemsEndToEnd, AMessageThatIsSentReachesTheOtherMailbox) {
+  ASSERT_TRUE(drafts);
+  const auto message = messageIn(drafts, "Hello");
+  ASSERT_TRUE(message->save(&error)) << error;
+  const auto sent = account->bulkSend({message}, true, nullptr, &error);
+  ASSERT_TRUE(sent) << error;
+  EXPECT_THAT(*sent, ElementsAre(TWResult<bool>(true)));
+  EXPECT_THAT(subjectsIn(account->sent()), ElementsAre("Hello"));
+  const auto bob = accountOfBob();
   ASSERT_TRUE(bob->inbox());
   EXPECT_THAT(subjectsIn(bob->inbox()), ElementsAre("Hello"));
 }
@@ -220,6 +225,34 @@ TEST_F(ItemsEndToEnd, EntriesOfAContactAreWrittenOneByOne) {
   ASSERT_TRUE(numbers);
   ASSERT_EQ(numbers->size(), 2U);
   EXPECT_EQ((*numbers)[1]->get("phone_number"), TWValue("2"));
+}
+
+TEST_F(ItemsEndToEnd, AnAccountThatImpersonatesActsInTheOtherMailbox) {
+  const auto asBob = TWAccount::withPrimarySMTPAddress(
+      host.address("bob"), "Bob", TWAccessTypeImpersonation, false, host.credentials("alice"),
+      TWConfiguration{host.protocol(TWVersion(TWBuild(15, 1)))});
+  const auto draftsOfBob = asBob->drafts();
+  ASSERT_TRUE(draftsOfBob);
+  const auto message = messageIn(draftsOfBob, "For Bob");
+  host.server.clearRequests();
+  ASSERT_TRUE(message->save(&error)) << error;
+  ASSERT_TRUE(message->refresh(&error)) << error;
+  message->set("subject", "From Alice for Bob");
+  ASSERT_TRUE(message->save({"subject"}, "AutoResolve", "SendToNone", &error)) << error;
+
+  std::vector<std::string> operations;
+  for (const auto& request : host.server.requests()) {
+    EXPECT_EQ(request.user, host.address("alice"));
+    EXPECT_THAT(request.body,
+                HasSubstr("<t:ExchangeImpersonation><t:ConnectingSID><t:PrimarySmtpAddress>" +
+                          host.address("bob") + "</t:PrimarySmtpAddress></t:ConnectingSID>"));
+    operations.push_back(request.operation);
+  }
+  EXPECT_THAT(operations, ElementsAre("CreateItem", "GetItem", "UpdateItem"));
+  const auto bob = accountOfBob();
+  ASSERT_TRUE(bob->drafts());
+  EXPECT_THAT(subjectsIn(bob->drafts()), ElementsAre("From Alice for Bob"));
+  EXPECT_THAT(subjectsIn(drafts), IsEmpty());
 }
 
 TEST_F(ItemsEndToEnd, ATreeFromAnArchiveNeedsNoServer) {
