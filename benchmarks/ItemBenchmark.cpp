@@ -1,5 +1,5 @@
-/// What it costs to read messages over parsing their XML: time against the bare parser, of which the
-/// goal is at most 1.5 times in all, and the memory that the messages keep.
+/// What it costs to read messages over parsing their XML: time against the bare parser, of which
+/// the goal is at most 1.5 times in all, and the memory that the messages keep.
 
 #include <cstddef>
 #include <memory>

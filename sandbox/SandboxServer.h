@@ -52,8 +52,8 @@ struct SandboxOptions {
   std::chrono::milliseconds streamHeartbeat{45000};
   /// How long a minute of a stream's ConnectionTimeout takes; tests make it short.
   std::chrono::milliseconds streamMinute{60000};
-  /// How many believable items the first mailbox starts with, the same ones every time. A store file
-  /// that has the mailbox already is left as it is.
+  /// How many believable items the first mailbox starts with, the same ones every time. A store
+  /// file that has the mailbox already is left as it is.
   int seedCount = 0;
   /// The WWW-Authenticate fields of a 401, in order.
   std::vector<std::string> challenges = {"Basic realm=\"tarnwell-sandbox\""};

@@ -27,11 +27,11 @@ class FaultQueue {
 /// The fault that the parameters of a POST to /sandbox/fail describe; absent, with the reason in
 /// `error`, when they describe none:
 ///
-///     code=ErrorServerBusy       a SOAP fault; response=ErrorAccessDenied a response message
-///     status=503                 that status; html=1 a page; empty=1 nothing; close=1 not even that
-///     stream=cut                 a stream of events that breaks off; or slow, or garbled
-///     times=3                    how many requests; message=... the text beside the code
-///     operation=ResolveNames     only those; path=/EWS/types.xsd that path
+///     code=ErrorServerBusy    a SOAP fault; response=ErrorAccessDenied a response message
+///     status=503              that status; html=1 a page; empty=1 nothing; close=1 not even that
+///     stream=cut              a stream of events that breaks off; or slow, or garbled
+///     times=3                 how many requests; message=... the text beside the code
+///     operation=ResolveNames  only those; path=/EWS/types.xsd that path
 [[nodiscard]] std::optional<SandboxFault> faultFromQuery(const HttpRequest& request,
                                                          std::string& error);
 

@@ -32,8 +32,9 @@ struct HttpAnswer {
   std::string contentType = {};
   std::string body = {};
   std::vector<std::pair<std::string, std::string>> headers = {};
-  /// Sends the body instead of `body`: hands pieces to `write`, which sends each at once and answers
-  /// false when nobody is there to read. Answering false itself, it leaves the body incomplete.
+  /// Sends the body instead of `body`: hands pieces to `write`, which sends each at once and
+  /// answers false when nobody is there to read. Answering false itself, it leaves the body
+  /// incomplete.
   std::function<bool(const std::function<bool(std::string_view)>& write)> stream = {};
   /// Close the connection without a byte instead.
   bool drop = false;

@@ -8,7 +8,8 @@ namespace tarnwell::sandbox {
 /// Gives a new item what the server fills in: class, defaults, times. `owner` is whose mailbox it
 /// is made in.
 void fillNewItem(Item& item, const StoreMailbox& owner, const std::string& now);
-/// Brings what follows from other properties up to date: size, display names, duration and the like.
+/// Brings what follows from other properties up to date: size, display names, duration and the
+/// like.
 void updateDerived(Item& item, const StoreMailbox& editor, const std::string& now);
 /// Makes a message look sent by `sender`.
 void markSent(Item& item, const StoreMailbox& sender, const std::string& now);

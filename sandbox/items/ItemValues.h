@@ -9,8 +9,8 @@
 
 namespace tarnwell::sandbox {
 
-/// The element of a property as the item has it: kept, or made of what is kept. Absent when the item
-/// has none.
+/// The element of a property as the item has it: kept, or made of what is kept. Absent when the
+/// item has none.
 [[nodiscard]] std::optional<Node> propertyOf(const Item& item, const Property& property);
 /// The t:ExtendedProperty of that key; null when the item has none.
 [[nodiscard]] const Node* extendedPropertyOf(const std::vector<Node>& properties,

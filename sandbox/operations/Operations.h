@@ -31,8 +31,8 @@ struct OperationCall {
 };
 
 /// An EWS operation: reads `call.request`, throws a SoapFault when it breaks the schema, and
-/// appends to `response`, the element m:<name>Response. It reads the whole request before it changes
-/// anything.
+/// appends to `response`, the element m:<name>Response. It reads the whole request before it
+/// changes anything.
 struct Operation {
   enum class Access { none, reads, writes };
 

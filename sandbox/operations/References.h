@@ -43,7 +43,8 @@ struct ItemReference {
 /// Throws the EwsError when there is no such item or its change key was never one.
 [[nodiscard]] std::shared_ptr<const Item> resolveItem(const OperationCall& call,
                                                       const ItemReference& reference);
-/// The version that a change key stands for; 0 for an empty one. Throws the EwsError for other texts.
+/// The version that a change key stands for; 0 for an empty one. Throws the EwsError for other
+/// texts.
 [[nodiscard]] std::uint64_t versionOf(const std::string& changeKey);
 
 /// Appends t:ItemId or the like with the id and the change key of what is named.

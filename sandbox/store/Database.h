@@ -20,7 +20,8 @@ class Database {
                                                       std::string& error);
 
   /// Brings these folders and items of the file to what the store has; those that it does not have
-  /// go. When it returns, they survive a crash. Throws when they cannot be written; then nothing is.
+  /// go. When it returns, they survive a crash. Throws when they cannot be written; then nothing
+  /// is.
   void write(const Store& store, const std::set<std::uint64_t>& folders,
              const std::set<std::uint64_t>& items);
 

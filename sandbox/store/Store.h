@@ -31,8 +31,8 @@ class Store {
   Store& operator=(const Store&) = delete;
   ~Store();
 
-  /// Fills itself from the file and keeps to it from now on. False, with the reason in `error`, when
-  /// it is no store of ours or cannot be written.
+  /// Fills itself from the file and keeps to it from now on. False, with the reason in `error`,
+  /// when it is no store of ours or cannot be written.
   [[nodiscard]] bool open(const std::string& file, std::string& error);
   /// Makes the mailbox, with its distinguished folders, unless it is there. True when it is new.
   bool addMailbox(const std::string& address, const std::string& name);

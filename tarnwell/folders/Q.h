@@ -40,8 +40,8 @@ using TWQueries = std::vector<TWQueryArgument>;
 ///
 /// A handle: copies mean the same node, `copy` makes an independent tree. The operators leave their
 /// operands alone; `qNot` may change the node itself. There is also the null query, which is what
-/// failing to build one gives. It matches nothing at all, unlike an empty query, which stands for no
-/// restriction. Used by one thread at a time.
+/// failing to build one gives. It matches nothing at all, unlike an empty query, which stands for
+/// no restriction. Used by one thread at a time.
 class Q {
  public:
   /// An empty query.
@@ -50,15 +50,15 @@ class Q {
   // NOLINTNEXTLINE(google-explicit-constructor): as a pointer's
   Q(std::nullptr_t) noexcept {}
 
-  /// Joins queries and keyword arguments. Empty queries are left out, one that stands alone is taken
-  /// as it is; a text that stands alone is a free-text search. The keyword "conn_type" says how to
-  /// join ("AND" unless "OR" or "NOT" is given).
+  /// Joins queries and keyword arguments. Empty queries are left out, one that stands alone is
+  /// taken as it is; a text that stands alone is a free-text search. The keyword "conn_type" says
+  /// how to join ("AND" unless "OR" or "NOT" is given).
   ///
   /// A keyword is the path of a field, alone (equality) or with a lookup, "size__gt". The lookups:
-  /// "range" (a list of two), "in" (a list: equal to any), "not", "gt", "gte", "lt", "lte", "exact",
-  /// "iexact", "contains", "icontains", "startswith", "istartswith", "exists". A list for "contains"
-  /// asks for all of them. A path of three or more pieces can only be compared for equality,
-  /// deliberately.
+  /// "range" (a list of two), "in" (a list: equal to any), "not", "gt", "gte", "lt", "lte",
+  /// "exact", "iexact", "contains", "icontains", "startswith", "istartswith", "exists". A list for
+  /// "contains" asks for all of them. A path of three or more pieces can only be compared for
+  /// equality, deliberately.
   ///
   /// Note that a list without entries for "in" compares nothing, and so matches every item.
   ///
@@ -109,8 +109,8 @@ class Q {
   /// search and the other is not empty.
   [[nodiscard]] Q qAnd(const Q& other, TWError* error = nullptr) const;
   [[nodiscard]] Q qOr(const Q& other, TWError* error = nullptr) const;
-  /// The negation. A comparison ("==", "<", ...) and a NOT are changed in place, and it is this node
-  /// that is returned; other nodes are left alone and put into a new one.
+  /// The negation. A comparison ("==", "<", ...) and a NOT are changed in place, and it is this
+  /// node that is returned; other nodes are left alone and put into a new one.
   [[nodiscard]] Q qNot(TWError* error = nullptr);
 
   /// The same on copies. Null when either side is null or they cannot be combined.
@@ -118,8 +118,8 @@ class Q {
   friend Q operator|(const Q& a, const Q& b) { return a.copy().qOr(b.copy()); }
   friend Q operator~(const Q& a) { return a.copy().qNot(); }
 
-  /// `m:Restriction` or `m:QueryString` for a search of that folder; invalid without an error for an
-  /// empty query.
+  /// `m:Restriction` or `m:QueryString` for a search of that folder; invalid without an error for
+  /// an empty query.
   ///
   /// Errors: those of looking up and validating the fields; ErrorValueOutOfRange for fields that
   /// the folder's items do not have or that cannot be searched, and for a query nested deeper than

@@ -227,7 +227,8 @@ TWItemEntries TWQuerySet::query(TWError* error) const {
   }
   if (!state_->q) return {};
   const State& state = *state_;
-  // Fields that were asked for by name are never fetched, deliberately: the id pairs are the result.
+  // Fields that were asked for by name are never fetched, deliberately: the id pairs are the
+  // result.
   const bool fetches = !state.onlyFields;
   Paths fields = additionalFields();
   if (fetches)

@@ -28,13 +28,14 @@ class TWFolder;
 /// A search of one folder's items that is built step by step and sent when its results are asked
 /// for.
 ///
-///     auto recent = inbox->filter({{"subject__contains", "report"}}).orderBy({"-datetime_received"});
+///     auto recent =
+///         inbox->filter({{"subject__contains", "report"}}).orderBy({"-datetime_received"});
 ///     for (const auto& entry : recent) print(*entry.item());
 ///
-/// A handle: copies mean the same query set, its cached results included. Chaining answers a new one
-/// and leaves this one alone (`reverse` excepted). Where chaining fails it answers nothing, which
-/// tests false: chaining on it gives nothing again, evaluating it fails with the error that it was
-/// made with. Holds its folder. Used by one thread at a time.
+/// A handle: copies mean the same query set, its cached results included. Chaining answers a new
+/// one and leaves this one alone (`reverse` excepted). Where chaining fails it answers nothing,
+/// which tests false: chaining on it gives nothing again, evaluating it fails with the error that
+/// it was made with. Holds its folder. Used by one thread at a time.
 class TWQuerySet {
  public:
   /// All items of the folder. Nothing for null.
@@ -161,8 +162,8 @@ class TWQuerySet {
   /// The values of the first field.
   [[nodiscard]] TWList asFlatValuesList(const TWItemEntries& entries) const;
 
-  /// Walks the results of `getItems`, which it keeps. A failure ends the walk at once and is logged;
-  /// call `getItems` to see it.
+  /// Walks the results of `getItems`, which it keeps. A failure ends the walk at once and is
+  /// logged; call `getItems` to see it.
   class Iterator {
    public:
     using iterator_category = std::input_iterator_tag;

@@ -24,8 +24,8 @@ class TWBodyField : public detail::FieldKind<TWBodyField, TWTextField> {
   /// As `TWField::clean`, once a number or an XML element has been replaced by its text.
   [[nodiscard]] TWValue clean(const TWValue& value, const TWVersion* version,
                               TWError* error = nullptr) const override;
-  /// Always HTML: of a plain body its text, unescaped, between `<pre>` and `</pre>`. The default for
-  /// a body of another type.
+  /// Always HTML: of a plain body its text, unescaped, between `<pre>` and `</pre>`. The default
+  /// for a body of another type.
   [[nodiscard]] TWValue fromChild(const NKXMLElement& child,
                                   const std::shared_ptr<TWAccount>& account) const override;
   /// The text, with its type in the attribute "BodyType".

@@ -48,8 +48,8 @@ class TWEWSElement : public TWXMLObject {
     return get(name);
   }
   /// A property as a C++ value: `bool`, an integer, `double`, `std::string`, `TWInstant`,
-  /// `TWTimeZone`, `TWData`, an element (`std::shared_ptr<TWMailbox>`), or a `std::vector` of one of
-  /// them. Absent (null for an element) when the property is not set or of another kind; a list
+  /// `TWTimeZone`, `TWData`, an element (`std::shared_ptr<TWMailbox>`), or a `std::vector` of one
+  /// of them. Absent (null for an element) when the property is not set or of another kind; a list
   /// with an entry of another kind is absent too.
   ///
   ///     if (auto size = item->get<int>("size")) total += *size;
@@ -176,8 +176,9 @@ class ElementKind : public Base {
 
   /// Adds a field of that name for an extended property, right after `insertAfterField`. From then
   /// on every element of the class has it, those of the classes that share its list included.
-  /// False with an error (ErrorValueOutOfRange) and nothing changed when the name is taken, when the
-  /// class given is no extended property or not a valid one, and when the class takes no fields.
+  /// False with an error (ErrorValueOutOfRange) and nothing changed when the name is taken, when
+  /// the class given is no extended property or not a valid one, and when the class takes no
+  /// fields.
   static bool registerAttr(
       std::string_view name, const TWElementClass& property,
       TWError* error = nullptr) requires std::derived_from<Base, TWRegisterMixIn> {

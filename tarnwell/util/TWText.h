@@ -9,8 +9,8 @@
 
 namespace tarnwell {
 
-/// The text without the white space at both ends: blanks, tabs, line ends, form feeds. A view of the
-/// same text.
+/// The text without the white space at both ends: blanks, tabs, line ends, form feeds. A view of
+/// the same text.
 [[nodiscard]] constexpr std::string_view trimmed(std::string_view text) noexcept {
   constexpr std::string_view kBlanks = " \t\r\n\f\v";
   const std::size_t first = text.find_first_not_of(kBlanks);
@@ -20,8 +20,8 @@ namespace tarnwell {
 /// The same as a text of its own.
 [[nodiscard]] std::string stringByTrimming(std::string_view text);
 
-/// A to Z become a to z, all else stays, in every locale. For host names, names of header fields and
-/// the like, where only these letters fold.
+/// A to Z become a to z, all else stays, in every locale. For host names, names of header fields
+/// and the like, where only these letters fold.
 [[nodiscard]] constexpr char lowercased(char c) noexcept {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }

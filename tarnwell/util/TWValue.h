@@ -45,8 +45,9 @@ enum class TWBodyType : std::uint8_t { none, plain, html };
 ///     if (auto text = subject.asText()) std::cout << *text;
 ///
 /// A value is 40 bytes or less; short texts lie in it, and longer ones, bytes, lists and
-/// dictionaries are shared and immutable, so copying costs a reference count at most. Numbers of different make compare by value: 1, 1.0 and
-/// `true` are equal, as in EWS, where a boolean is a number whose decimal text is 1 or 0.
+/// dictionaries are shared and immutable, so copying costs a reference count at most. Numbers of
+/// different make compare by value: 1, 1.0 and `true` are equal, as in EWS, where a boolean is a
+/// number whose decimal text is 1 or 0.
 class TWValue {
  public:
   enum class Kind : std::uint8_t {

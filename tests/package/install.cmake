@@ -1,4 +1,5 @@
-# Installs BUILD_DIR into an empty PREFIX and looks at what came out. The file HEADERS lists the public headers.
+# Installs BUILD_DIR into an empty PREFIX and looks at what came out. The file HEADERS lists the
+# public headers.
 file(REMOVE_RECURSE ${PREFIX})
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${PREFIX}
                 COMMAND_ERROR_IS_FATAL ANY)

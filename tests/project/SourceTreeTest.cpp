@@ -133,6 +133,16 @@ TEST(SourceTree, EveryFileIsNamedByABuildFile) {
   }
 }
 
+// The formatter leaves comments as wide as they are.
+TEST(SourceTree, NoLineIsWiderThan100Columns) {
+  const auto columnsOf = [](const std::string& line) {
+    return std::ranges::count_if(line, [](char c) { return (c & 0xC0) != 0x80; });
+  };
+  for (const auto& folder : kCodeFolders)
+    for (const auto& file : codeBelow(folder))
+      for (const auto& line : linesOf(read(file))) EXPECT_LE(columnsOf(line), 100) << file;
+}
+
 TEST(SourceTree, NoFileIsLongerThan800Lines) {
   for (const auto& folder : kCodeFolders)
     for (const auto& file : codeBelow(folder)) EXPECT_LE(linesOf(read(file)).size(), 800U) << file;

@@ -12,8 +12,8 @@ namespace {
 
 EwsError corrupt() { return {"ErrorCorruptData", "The data is no exported item."}; }
 
-// Whatever the client made of the data: what gets into the store must be as if it had been checked on
-// its way in. All that does not fit is thrown as a schema violation.
+// Whatever the client made of the data: what gets into the store must be as if it had been checked
+// on its way in. All that does not fit is thrown as a schema violation.
 
 Node readContent(pugi::xml_node element) {
   const ItemKindRow* kind = findItemKind(localName(element));

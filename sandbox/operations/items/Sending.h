@@ -17,8 +17,8 @@ enum class Disposition { saveOnly, sendOnly, sendAndSaveCopy };
 
 /// Throws the EwsError for what cannot be sent.
 void checkSendable(const Item& item);
-/// Gives a message that is to be sent its sender and its time, and puts it into the inboxes of those
-/// recipients who have a mailbox here; others get nothing, and nobody is told. `owner` is the
+/// Gives a message that is to be sent its sender and its time, and puts it into the inboxes of
+/// those recipients who have a mailbox here; others get nothing, and nobody is told. `owner` is the
 /// mailbox that it is sent from.
 void sendItem(const OperationCall& call, const std::string& owner, Item& item);
 

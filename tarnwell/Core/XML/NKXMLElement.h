@@ -91,9 +91,9 @@ class NKXMLElement : public NKXMLNode {
   /// The namespace must have no parent. It takes the place of one with the same prefix; names in
   /// and below this element that are in a namespace and written with the prefix follow it.
   ///
-  /// Of literal names only the element's own is taken in when it is written with the prefix. Those of
-  /// attributes and of what is inside stay literal: in no namespace here, though whoever reads the
-  /// text will find them in this one.
+  /// Of literal names only the element's own is taken in when it is written with the prefix. Those
+  /// of attributes and of what is inside stay literal: in no namespace here, though whoever reads
+  /// the text will find them in this one.
   void addNamespace(const NKXMLNamespaceNode& declaration);
   /// A node of another kind is a programming error.
   void addNamespace(const NKXMLNode& declaration);

@@ -141,8 +141,8 @@ class NKXMLNode {
   /// The qualified name as written, "t:Message"; the target of a processing instruction; the prefix
   /// of a namespace. Other kinds have none.
   [[nodiscard]] std::optional<std::string> name() const;
-  /// A prefix that is declared where the node stands puts the node into that namespace. An attribute
-  /// takes the place of one that has the new name. Ignored by kinds that have no name.
+  /// A prefix that is declared where the node stands puts the node into that namespace. An
+  /// attribute takes the place of one that has the new name. Ignored by kinds that have no name.
   ///
   /// A namespace that an element declares takes the place of one with the same prefix there. Names
   /// are written with the new prefix and stay in the namespaces that they are in: what it hides is

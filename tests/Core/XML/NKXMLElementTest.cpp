@@ -167,9 +167,9 @@ TEST(NKXMLElement, LiteralDeclarationsAreAttributes) {
   envelope.addChild(NKXMLElement::withName("d"));
   EXPECT_TRUE(envelope.namespaces().empty());
   EXPECT_EQ(envelope.attributes().size(), 3U);
-  EXPECT_EQ(
-      envelope.XMLString(),
-      R"(<s:Envelope xmlns:s="urn:s" xmlns:m="urn:m" xmlns="urn:d"><m:Body></m:Body><d></d></s:Envelope>)");
+  EXPECT_EQ(envelope.XMLString(),
+            R"(<s:Envelope xmlns:s="urn:s" xmlns:m="urn:m" xmlns="urn:d"><m:Body></m:Body>)"
+            "<d></d></s:Envelope>");
   auto read = parsed(envelope.XMLString());
   EXPECT_EQ(read.URI(), "urn:s");
   EXPECT_EQ(read.namespaces().size(), 3U);

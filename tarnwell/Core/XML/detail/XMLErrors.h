@@ -13,8 +13,8 @@ void forgetXMLError() noexcept;
 [[nodiscard]] TWError lastXMLError();
 
 /// Keeps errors that libxml2 raises without a context (failed conversions, for instance), and what
-/// it prints besides, away from stderr while it is alive. libxml2 has one handler for either on each
-/// thread; the handlers of the program around us are put back afterwards.
+/// it prints besides, away from stderr while it is alive. libxml2 has one handler for either on
+/// each thread; the handlers of the program around us are put back afterwards.
 class XMLErrorScope {
  public:
   XMLErrorScope() noexcept;

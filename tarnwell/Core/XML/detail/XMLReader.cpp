@@ -19,8 +19,9 @@ namespace tarnwell::detail {
 namespace {
 
 constexpr int kMaxDepth = 256;
-// The parser compares attributes pairwise, looks namespaces up one by one, and keeps names in a hash
-// table that stops growing. With these limits the time is in proportion to the length of the input.
+// The parser compares attributes pairwise, looks namespaces up one by one, and keeps names in a
+// hash table that stops growing. With these limits the time is in proportion to the length of the
+// input.
 constexpr int kMaxAttributes = 256;
 constexpr int kMaxNamespaces = 256;
 constexpr int kMaxNames = 20'000;

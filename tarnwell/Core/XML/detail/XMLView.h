@@ -15,8 +15,8 @@ namespace tarnwell::detail {
 /// True for an element or attribute in that namespace.
 [[nodiscard]] bool isInNamespace(const NKXMLNode& node, std::string_view URI) noexcept;
 
-/// `stringValue` in place where the tree holds it in one piece, as it nearly always does. Used while
-/// the node is there and its content is not changed.
+/// `stringValue` in place where the tree holds it in one piece, as it nearly always does. Used
+/// while the node is there and its content is not changed.
 class XMLTextView {
  public:
   explicit XMLTextView(const NKXMLNode& node);
