@@ -8,7 +8,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -176,11 +175,11 @@ class TWQueryArgument {
  public:
   TWQueryArgument(Q q) : argument_(std::move(q)) {}  // NOLINT(google-explicit-constructor)
   template <class V>
-  requires(!std::same_as<std::remove_cvref_t<V>, Q> &&
-           !std::same_as<std::remove_cvref_t<V>, TWQueryArgument> &&
-           std::constructible_from<TWValue, V>)  // NOLINTNEXTLINE(google-explicit-constructor)
-      TWQueryArgument(V&& value)
-      : argument_(TWValue(std::forward<V>(value))) {}
+  requires(
+      !std::same_as<V, Q> && !std::same_as<V, TWQueryArgument> &&
+      std::constructible_from<TWValue, const V&>)  // NOLINTNEXTLINE(google-explicit-constructor)
+      TWQueryArgument(const V& value)
+      : argument_(TWValue(value)) {}
 
   /// Null when the argument is no query.
   [[nodiscard]] Q query() const {

@@ -1,6 +1,7 @@
 #include "tarnwell/schema/TWFieldOrder.h"
 
 #include <string_view>
+#include <utility>
 
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWUtils.h"

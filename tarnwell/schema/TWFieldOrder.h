@@ -4,7 +4,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "tarnwell/Core/XML/NKXMLElement.h"
 #include "tarnwell/schema/TWFieldPath.h"
@@ -33,8 +32,8 @@ class TWFieldOrder final : public TWXMLObject {
   }
   /// Null without a path.
   [[nodiscard]] static std::shared_ptr<TWFieldOrder> withFieldPath(
-      std::shared_ptr<TWFieldPath> fieldPath, std::same_as<bool> auto reverse) {
-    return make(std::move(fieldPath), reverse);
+      const std::shared_ptr<TWFieldPath>& fieldPath, std::same_as<bool> auto reverse) {
+    return make(fieldPath, reverse);
   }
 
   [[nodiscard]] const std::shared_ptr<TWFieldPath>& fieldPath() const noexcept {
