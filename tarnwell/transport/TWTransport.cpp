@@ -16,8 +16,10 @@ namespace {
 
 /// The header of an envelope, its children in the order that the server's schema wants.
 NKXMLElement header(std::string_view version, const TWEnvelopeContext* account) {
-  auto header = TWUtils::createElement("s:Header");
-  header.addChild(TWUtils::createElement("t:RequestServerVersion", {{"Version", version}}));
+  auto header = NKXMLElement::withName("s:Header");
+  auto requested = NKXMLElement::withName("t:RequestServerVersion");
+  requested.addAttributeWithName("Version", version);
+  header.addChild(requested);
   if (account == nullptr) return header;
   if (account->impersonatedAddress) {
     const auto impersonation =
@@ -52,9 +54,10 @@ std::string TWTransport::wrap(const NKXMLElement& payload, std::string_view vers
                               const TWEnvelopeContext* account) {
   // The declarations are ordinary attributes and every prefix in the tree is a plain part of a
   // name. The text is correct all the same, and no element has to look its namespace up.
-  auto envelope = TWUtils::createElement(
-      "s:Envelope",
-      {{"xmlns:s", kSoapNamespace}, {"xmlns:t", kTypesNamespace}, {"xmlns:m", kMessagesNamespace}});
+  auto envelope = NKXMLElement::withName("s:Envelope");
+  envelope.addAttributeWithName("xmlns:s", kSoapNamespace);
+  envelope.addAttributeWithName("xmlns:t", kTypesNamespace);
+  envelope.addAttributeWithName("xmlns:m", kMessagesNamespace);
   envelope.addChild(header(version, account));
   TWUtils::createAndAddElementToParent(envelope, "s:Body", payload);
   return detail::literalXMLString(envelope);

@@ -55,10 +55,12 @@ bool isScheme(std::string_view text) {
 
 NKXMLElement TWUtils::createElement(std::string_view name, const TWDictionary& attributes) {
   auto element = NKXMLElement::withName(name);
-  for (const auto& [attribute, value] : attributes)
-    element.addAttributeWithName(
-        attribute,
-        value.isText() ? *value.asText() : xmlFromValue(value).value_or(value.description()));
+  for (const auto& [attribute, value] : attributes) {
+    if (value.isText())
+      element.addAttributeWithName(attribute, value.textView());
+    else
+      element.addAttributeWithName(attribute, xmlFromValue(value).value_or(value.description()));
+  }
   return element;
 }
 
