@@ -73,10 +73,11 @@ void TWEWSElement::readFields(const NKXMLElement& xml, const std::shared_ptr<TWA
   props_.reserve(std::min(xml.childCount(), fields.size()) + besides);
   // One pass over the children: each goes to the fields that look at it, the first of a name wins.
   std::size_t next = 0;
+  detail::XMLNamespaceTest isIn;
   for (const auto& child : xml.childElements()) {
     const auto readers = list.readersOf(detail::localNameOf(child), next);
     for (const auto& reader : readers)
-      if (!isRead[reader.field] && detail::isInNamespace(child, reader.xmlns) &&
+      if (!isRead[reader.field] && isIn(child, reader.xmlns) &&
           fields[reader.field]->supportsVersion(version))
         take(reader.field, fields[reader.field]->fromChild(child, account));
     if (!readers.empty()) next = readers.back().field + 1U;

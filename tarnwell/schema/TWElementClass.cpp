@@ -8,7 +8,6 @@
 #include "tarnwell/schema/detail/FieldList.h"
 #include "tarnwell/schema/detail/LibraryClasses.h"
 #include "tarnwell/transport/TWNamespaces.h"
-#include "tarnwell/util/TWFormat.h"
 
 namespace tarnwell {
 namespace {
@@ -79,8 +78,8 @@ bool TWElementClass::isKindOf(const TWElementClass& other) const noexcept {
 
 std::optional<std::string> TWElementClass::requestTag() const {
   if (!elementName_) return std::nullopt;
-  if (nameSpace_ == kTypesNamespace) return formatMessage("t:%@", {elementName_});
-  if (nameSpace_ == kMessagesNamespace) return formatMessage("m:%@", {elementName_});
+  if (nameSpace_ == kTypesNamespace) return std::string("t:").append(*elementName_);
+  if (nameSpace_ == kMessagesNamespace) return std::string("m:").append(*elementName_);
   return std::nullopt;
 }
 

@@ -86,7 +86,7 @@ class NoContext : public TWServiceContext {
 
 }  // namespace
 
-std::string TWServiceClass::rootName() const { return formatMessage("m:%@", {serviceName}); }
+std::string TWServiceClass::rootName() const { return std::string("m:").append(serviceName); }
 
 const TWErrorCodes& TWServiceClass::baseErrorsToCatch() {
   using enum TWErrorCode;
@@ -194,8 +194,8 @@ std::optional<TWEWSService::Messages> TWEWSService::getSoapPayload(const TWServi
     setError(error, {TWErrorCode::ErrorTransport, "No body element in SOAP response"});
     return std::nullopt;
   }
-  const auto response =
-      body.elementForName(formatMessage("%@Response", {service.serviceName}), kMessagesNamespace);
+  const auto responseName = std::string(service.serviceName).append("Response");
+  const auto response = body.elementForName(responseName, kMessagesNamespace);
   if (!response) {
     const auto fault = body.elementForName("Fault", kSoapNamespace);
     setError(error, fault
@@ -206,8 +206,7 @@ std::optional<TWEWSService::Messages> TWEWSService::getSoapPayload(const TWServi
   }
   const auto messages = response.elementForName("ResponseMessages", kMessagesNamespace);
   if (!messages) return Messages{response};
-  return messages.elementsForLocalName(formatMessage("%@ResponseMessage", {service.serviceName}),
-                                       kMessagesNamespace);
+  return messages.elementsForLocalName(responseName + "Message", kMessagesNamespace);
 }
 
 TWError TWEWSService::raiseSoapErrors(const TWServiceClass& service, const NKXMLElement& fault) {

@@ -8,11 +8,21 @@
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWConnection.h"
 #include "tarnwell/transport/TWNamespaces.h"
+#include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWText.h"
 #include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
 namespace {
+
+/// The start of every envelope. The prefixes in the trees below it are plain parts of names, so no
+/// element has to look its namespace up.
+const std::string& envelopeTag() {
+  static const auto* const kTag =
+      new std::string(formatMessage(R"(<s:Envelope xmlns:s="%@" xmlns:t="%@" xmlns:m="%@">)",
+                                    {kSoapNamespace, kTypesNamespace, kMessagesNamespace}));
+  return *kTag;
+}
 
 /// The header of an envelope, its children in the order that the server's schema wants.
 NKXMLElement header(std::string_view version, const TWEnvelopeContext* account) {
@@ -52,15 +62,10 @@ const TWHeaders& TWTransport::defaultHeaders() {
 
 std::string TWTransport::wrap(const NKXMLElement& payload, std::string_view version,
                               const TWEnvelopeContext* account) {
-  // The declarations are ordinary attributes and every prefix in the tree is a plain part of a
-  // name. The text is correct all the same, and no element has to look its namespace up.
-  auto envelope = NKXMLElement::withName("s:Envelope");
-  envelope.addAttributeWithName("xmlns:s", kSoapNamespace);
-  envelope.addAttributeWithName("xmlns:t", kTypesNamespace);
-  envelope.addAttributeWithName("xmlns:m", kMessagesNamespace);
-  envelope.addChild(header(version, account));
-  TWUtils::createAndAddElementToParent(envelope, "s:Body", payload);
-  return detail::literalXMLString(envelope);
+  auto body = NKXMLElement::withName("s:Body");
+  body.addChild(payload);
+  return envelopeTag() + detail::literalXMLString(header(version, account)) +
+         detail::literalXMLString(body) + "</s:Envelope>";
 }
 
 TWAuthType TWTransport::authTypeFromResponse(const TWResponse& response, TWError* error) {

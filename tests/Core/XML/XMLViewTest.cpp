@@ -32,12 +32,31 @@ TEST(XMLView, OtherNodesHaveNoName) {
 
 TEST(XMLView, KnowsTheNamespace) {
   const auto root = parsed("<t:a xmlns:t='urn:t'><b/></t:a>");
-  EXPECT_TRUE(isInNamespace(root, "urn:t"));
-  EXPECT_FALSE(isInNamespace(root, "urn:"));
-  EXPECT_FALSE(isInNamespace(root, "urn:tt"));
-  EXPECT_FALSE(isInNamespace(root, ""));
-  EXPECT_TRUE(isInNamespace(root.elementForName("b"), ""));
-  EXPECT_FALSE(isInNamespace(NKXMLElement(), ""));
+  EXPECT_TRUE(XMLNamespaceTest()(root, "urn:t"));
+  EXPECT_FALSE(XMLNamespaceTest()(root, "urn:"));
+  EXPECT_FALSE(XMLNamespaceTest()(root, "urn:tt"));
+  EXPECT_FALSE(XMLNamespaceTest()(root, ""));
+  EXPECT_TRUE(XMLNamespaceTest()(root.elementForName("b"), ""));
+  EXPECT_FALSE(XMLNamespaceTest()(NKXMLElement(), ""));
+}
+
+TEST(XMLView, ItsLastAnswerIsForTheSameQuestionOnly) {
+  constexpr std::string_view kURI = "urn:tt";
+  constexpr std::string_view kStart = kURI.substr(0, 5);
+  const auto root = parsed("<t:a xmlns:t='urn:t'><t:b/><c/><u:d xmlns:u='urn:tt'/></t:a>");
+  const auto b = root.elementForName("t:b"), c = root.elementForName("c"),
+             d = root.elementForName("u:d");
+  XMLNamespaceTest isIn;
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_TRUE(isIn(root, kStart));
+    EXPECT_TRUE(isIn(b, kStart));
+    EXPECT_FALSE(isIn(b, kURI));
+    EXPECT_FALSE(isIn(c, kURI));
+    EXPECT_TRUE(isIn(c, ""));
+    EXPECT_FALSE(isIn(c, kStart));
+    EXPECT_TRUE(isIn(d, kURI));
+    EXPECT_FALSE(isIn(d, kStart));
+  }
 }
 
 TEST(XMLView, TextsAreThoseOfTheTree) {

@@ -22,12 +22,22 @@ const xmlNode* namedNode(const NKXMLNode& handle) noexcept {
 
 std::string_view localNameOf(const NKXMLNode& handle) noexcept {
   const auto* node = namedNode(handle);
-  return node != nullptr ? nameParts(node).local : std::string_view();
+  if (node == nullptr) return {};
+  // Mostly the prefix stands apart and need not be looked at.
+  const bool standsApart = node->ns != nullptr && node->ns->prefix != nullptr;
+  return standsApart ? view(node->name) : nameParts(node).local;
 }
 
-bool isInNamespace(const NKXMLNode& handle, std::string_view URI) noexcept {
+bool XMLNamespaceTest::operator()(const NKXMLNode& handle, std::string_view URI) noexcept {
   const auto* node = namedNode(handle);
-  return node != nullptr && hasURI(node, URI);
+  if (node == nullptr) return false;
+  const bool isSame =
+      node->ns == declaration_ && URI.data() == URI_.data() && URI.size() == URI_.size();
+  if (isSame && declaration_ != nullptr) return isIn_;
+  declaration_ = node->ns;
+  URI_ = URI;
+  isIn_ = hasURI(node, URI);
+  return isIn_;
 }
 
 XMLTextView::XMLTextView(const NKXMLNode& handle) {

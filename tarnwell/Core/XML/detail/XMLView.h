@@ -12,8 +12,19 @@ namespace tarnwell::detail {
 /// node is renamed or goes.
 [[nodiscard]] std::string_view localNameOf(const NKXMLNode& node) noexcept;
 
-/// True for an element or attribute in that namespace.
-[[nodiscard]] bool isInNamespace(const NKXMLNode& node, std::string_view URI) noexcept;
+/// Tells of elements and attributes whether they are in a namespace. It keeps its last answer, which
+/// goes for all that share the declaration, as the elements of an answer do. Used while the tree
+/// does not change and the URIs asked about live.
+class XMLNamespaceTest {
+ public:
+  /// False for other nodes.
+  [[nodiscard]] bool operator()(const NKXMLNode& node, std::string_view URI) noexcept;
+
+ private:
+  const void* declaration_ = nullptr;  ///< null: no answer yet
+  std::string_view URI_;
+  bool isIn_ = false;
+};
 
 /// `stringValue` in place where the tree holds it in one piece, as it nearly always does. Used
 /// while the node is there and its content is not changed.
