@@ -46,7 +46,7 @@ void disposeOfFolder(Store& store, const Folder& folder, const std::string& type
     std::vector<std::uint64_t> folders = store.foldersBelow(number);
     folders.push_back(number);
     for (const std::uint64_t below : folders) {
-      const std::set<std::uint64_t> items = store.itemsIn(below);
+      const Store::Numbers items = store.itemsIn(below);
       for (const std::uint64_t item : items) disposeOfItem(store, *store.findItem(item), type);
     }
   }

@@ -1,5 +1,7 @@
 #include "sandbox/store/Store.h"
 
+#include <algorithm>
+
 #include "sandbox/detail/Directory.h"
 #include "sandbox/store/Database.h"
 #include "sandbox/store/DistinguishedFolders.h"
@@ -8,9 +10,9 @@
 namespace tarnwell::sandbox {
 namespace {
 
-const std::set<std::uint64_t>& setIn(const std::map<std::uint64_t, std::set<std::uint64_t>>& map,
-                                     std::uint64_t key) {
-  static const std::set<std::uint64_t> kNone;
+template <class Numbers>
+const Numbers& numbersIn(const std::map<std::uint64_t, Numbers>& map, std::uint64_t key) {
+  static const Numbers kNone;
   const auto found = map.find(key);
   return found == map.end() ? kNone : found->second;
 }
@@ -73,11 +75,11 @@ std::shared_ptr<const Item> Store::findItemOfAttachment(std::uint64_t number) co
 }
 
 const std::set<std::uint64_t>& Store::foldersIn(std::uint64_t folder) const {
-  return setIn(foldersIn_, folder);
+  return numbersIn(foldersIn_, folder);
 }
 
-const std::set<std::uint64_t>& Store::itemsIn(std::uint64_t folder) const {
-  return setIn(itemsIn_, folder);
+const Store::Numbers& Store::itemsIn(std::uint64_t folder) const {
+  return numbersIn(itemsIn_, folder);
 }
 
 std::vector<std::uint64_t> Store::foldersBelow(std::uint64_t folder) const {
@@ -139,7 +141,7 @@ void Store::moveFolder(std::uint64_t number, std::uint64_t parent) {
 void Store::removeFolder(std::uint64_t number) {
   const std::set<std::uint64_t> children = foldersIn(number);
   for (const std::uint64_t child : children) removeFolder(child);
-  const std::set<std::uint64_t> items = itemsIn(number);
+  const Numbers items = itemsIn(number);
   for (const std::uint64_t item : items) removeItem(item);
   const Folder folder = folders_.at(number);
   happened({StoreEvent::Kind::deleted, true, number, folder.version, folder.parent});
@@ -166,7 +168,7 @@ std::shared_ptr<const Item> Store::changeItem(Item item,
                                               const std::vector<std::string>& changedKeys) {
   item.version = newNumber();
   for (const std::string& key : changedKeys) item.changed[key] = item.version;
-  erase(*items_.at(item.number));
+  forgetAttachments(*items_.at(item.number));
   auto stored = std::make_shared<const Item>(std::move(item));
   insert(stored);
   happened({StoreEvent::Kind::modified, false, stored->number, stored->version, stored->folder});
@@ -216,7 +218,9 @@ void Store::insert(Folder folder) {
 }
 
 void Store::insert(std::shared_ptr<const Item> item) {
-  itemsIn_[item->folder].insert(item->number);
+  Numbers& numbers = itemsIn_[item->folder];
+  const auto place = std::ranges::lower_bound(numbers, item->number);
+  if (place == numbers.end() || *place != item->number) numbers.insert(place, item->number);
   for (const auto& attachment : item->attachments) {
     itemsOfAttachments_[attachment->number] = item->number;
   }
@@ -225,10 +229,15 @@ void Store::insert(std::shared_ptr<const Item> item) {
 }
 
 void Store::erase(const Item& item) {
-  itemsIn_[item.folder].erase(item.number);
-  for (const auto& attachment : item.attachments) itemsOfAttachments_.erase(attachment->number);
+  Numbers& numbers = itemsIn_[item.folder];
+  numbers.erase(std::ranges::lower_bound(numbers, item.number));
+  forgetAttachments(item);
   changedItems_.insert(item.number);
   items_.erase(item.number);
+}
+
+void Store::forgetAttachments(const Item& item) {
+  for (const auto& attachment : item.attachments) itemsOfAttachments_.erase(attachment->number);
 }
 
 void Store::happened(StoreEvent event) {

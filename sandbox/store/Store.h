@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -24,6 +25,9 @@ class Database;
 /// item never changes once it is in the store, so its handle stays good.
 class Store {
  public:
+  /// In ascending order; a page of a long list is found at once, and all but those in its middle are
+  /// added and removed at once.
+  using Numbers = std::deque<std::uint64_t>;
   using Listener = std::function<void(const std::vector<StoreEvent>& events)>;
 
   Store();
@@ -52,7 +56,7 @@ class Store {
   [[nodiscard]] std::shared_ptr<const Item> findItemOfAttachment(std::uint64_t number) const;
   /// In the order in which they were made.
   [[nodiscard]] const std::set<std::uint64_t>& foldersIn(std::uint64_t folder) const;
-  [[nodiscard]] const std::set<std::uint64_t>& itemsIn(std::uint64_t folder) const;
+  [[nodiscard]] const Numbers& itemsIn(std::uint64_t folder) const;
   /// Those below, at any depth: parents before their children.
   [[nodiscard]] std::vector<std::uint64_t> foldersBelow(std::uint64_t folder) const;
   [[nodiscard]] bool isBelow(std::uint64_t folder, std::uint64_t ancestor) const;
@@ -71,7 +75,8 @@ class Store {
   /// Stores a new item in `item.folder`; answers it as it is stored.
   std::shared_ptr<const Item> createItem(Item item,
                                          StoreEvent::Kind kind = StoreEvent::Kind::created);
-  /// Puts it in the place of the one with its number. `changedKeys` are the paths that it changes.
+  /// Puts it in the place of the one with its number, in the same folder. `changedKeys` are the paths
+  /// that it changes.
   std::shared_ptr<const Item> changeItem(Item item, const std::vector<std::string>& changedKeys);
   /// As on the real server a moved item has a new id; answers it as it is stored then.
   std::shared_ptr<const Item> moveItem(std::uint64_t number, std::uint64_t folder);
@@ -87,6 +92,7 @@ class Store {
   void insert(Folder folder);
   void insert(std::shared_ptr<const Item> item);
   void erase(const Item& item);
+  void forgetAttachments(const Item& item);
   void happened(StoreEvent event);
 
   mutable std::shared_mutex mutex_;
@@ -95,7 +101,7 @@ class Store {
   std::map<std::uint64_t, std::shared_ptr<const Item>> items_;
   std::map<std::uint64_t, std::uint64_t> itemsOfAttachments_;
   std::map<std::uint64_t, std::set<std::uint64_t>> foldersIn_;
-  std::map<std::uint64_t, std::set<std::uint64_t>> itemsIn_;
+  std::map<std::uint64_t, Numbers> itemsIn_;
   std::uint64_t nextNumber_ = 1;
 
   std::set<std::uint64_t> changedFolders_;

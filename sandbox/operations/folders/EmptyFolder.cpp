@@ -29,7 +29,7 @@ void emptyFolder(const OperationCall& call, pugi::xml_node response) {
       if (folder.folderClass == "IPF.Appointment" || (withSubfolders && holdsFixedFolders)) {
         throw EwsError("ErrorCannotEmptyFolder");
       }
-      const std::set<std::uint64_t> items = store.itemsIn(folder.number);
+      const Store::Numbers items = store.itemsIn(folder.number);
       for (const std::uint64_t number : items) disposeOfItem(store, *store.findItem(number), type);
       if (!withSubfolders) return;
       const std::set<std::uint64_t> folders = store.foldersIn(folder.number);

@@ -37,7 +37,7 @@ struct Search {
 };
 
 struct Found {
-  std::shared_ptr<const Item> item;
+  std::uint64_t number = 0;
   SortKey key;
 };
 
@@ -118,26 +118,34 @@ bool isInView(const CalendarView& view, const Item& item) {
   return start && end && *start<view.end&& * end> view.start;
 }
 
-std::vector<Found> itemsOf(const OperationCall& call, const Search& search, const Folder& folder) {
+/// The numbers of what matches, in the order asked for.
+Store::Numbers itemsOf(const OperationCall& call, const Search& search, const Folder& folder) {
+  // There are no associated items here, and what is deleted softly lies in a folder of its own.
+  if (search.traversal != "Shallow") return {};
   std::vector<FieldOrder> orders = search.orders;
   if (search.calendar) orders = {{pathTo("calendar:Start"), false}};
   std::vector<Found> found;
-  // There are no associated items here, and what is deleted softly lies in a folder of its own.
-  if (search.traversal != "Shallow") return found;
   for (const std::uint64_t number : call.store.itemsIn(folder.number)) {
-    Found entry{call.store.findItem(number), {}};
-    const auto values = [&](const PropertyPath& path) { return valuesOf(*entry.item, path); };
+    const std::shared_ptr<const Item> item = call.store.findItem(number);
+    const auto values = [&](const PropertyPath& path) { return valuesOf(*item, path); };
     if ((search.restriction && !search.restriction->matches(values)) ||
         (search.query && !search.query->matches(values)) ||
-        (search.calendar && !isInView(*search.calendar, *entry.item))) {
+        (search.calendar && !isInView(*search.calendar, *item))) {
       continue;
     }
-    entry.key = sortKeyOf(orders, values);
-    found.push_back(std::move(entry));
+    found.push_back({number, sortKeyOf(orders, values)});
   }
   std::ranges::stable_sort(
       found, [&](const Found& a, const Found& b) { return isBefore(orders, a.key, b.key); });
-  return found;
+  Store::Numbers numbers;
+  for (const Found& entry : found) numbers.push_back(entry.number);
+  return numbers;
+}
+
+/// True when every item of a folder is an answer, in the order in which the folder has them.
+bool findsEverything(const Search& search) {
+  return search.traversal == "Shallow" && !search.restriction && !search.query &&
+         !search.calendar && search.orders.empty();
 }
 
 void answer(const OperationCall& call, const Search& search, const FolderReference& reference,
@@ -147,7 +155,11 @@ void answer(const OperationCall& call, const Search& search, const FolderReferen
     throw EwsError("ErrorCalendarFolderIsInvalidForCalendarView",
                    "A calendar view is for calendar folders only.");
   }
-  const std::vector<Found> found = itemsOf(call, search, folder);
+  // Who reads all pages of a large folder must not have all of it looked at for each of them.
+  Store::Numbers matching;
+  if (!findsEverything(search)) matching = itemsOf(call, search, folder);
+  const Store::Numbers& found =
+      findsEverything(search) ? call.store.itemsIn(folder.number) : matching;
   PageView::Page page = search.page.pageOf(found.size());
   if (search.calendar && search.calendar->most != 0) {
     page.end = std::min(page.end, search.calendar->most);
@@ -157,7 +169,7 @@ void answer(const OperationCall& call, const Search& search, const FolderReferen
   search.page.describe(root, page, found.size());
   pugi::xml_node list = root.append_child("t:Items");
   for (std::size_t i = page.begin; i < page.end; ++i) {
-    appendItem(list, *found[i].item, search.shape, call.schema, true);
+    appendItem(list, *call.store.findItem(found[i]), search.shape, call.schema, true);
   }
 }
 
