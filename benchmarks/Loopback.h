@@ -8,8 +8,6 @@
 
 #include <curl/curl.h>
 
-#include "tarnwell/util/TWLogger.h"
-
 #include "tests/support/RawServer.h"
 
 /// The two ends that a request is measured between: a server on loopback, and a bare handle of the
@@ -25,13 +23,6 @@ inline test::RawServer::Handler answering(const std::string& body) {
     }
   };
 }
-
-/// Keeps log lines off the console.
-class Silence final : public TWLoggerDelegate {
- public:
-  void debug(const std::string&) override {}
-  void release(const std::string&) override {}
-};
 
 /// Posts the same body again and again, with the options of a connection.
 class BareClient {

@@ -11,6 +11,7 @@
 #include "tarnwell/transport/TWTransport.h"
 
 #include "benchmarks/Loopback.h"
+#include "benchmarks/Silence.h"
 
 namespace {
 

@@ -10,6 +10,7 @@
 #include "tarnwell/transport/TWConnection.h"
 
 #include "benchmarks/Loopback.h"
+#include "benchmarks/Silence.h"
 
 namespace {
 

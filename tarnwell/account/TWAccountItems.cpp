@@ -293,10 +293,8 @@ std::optional<TWItemEntries> TWAccount::fetch(const TWItemEntries& ids,
     for (const auto& field : of->allowedFields()) paths.push_back(TWFieldPath::withField(field));
   }
   TWError unknownKind;
-  const auto call = [&](const TWItemEntries& sent) {
-    return TWGetItem::withAccount(self())->call(sent, paths, "IdOnly", error);
-  };
-  const auto read = [&](const TWValue& result) -> TWResult<std::shared_ptr<TWItem>> {
+  const auto read = [&](const TWValue& result) -> TWValue {
+    if (auto caught = result.asError()) return caught;
     const auto xml = result.asXML();
     if (!xml) return missingResult(TWGetItem::descriptor());
     const auto* const cls =
@@ -306,9 +304,25 @@ std::optional<TWItemEntries> TWAccount::fetch(const TWItemEntries& ids,
     item->setFolder(folder);
     return item;
   };
-  const auto outcomes = forEach<std::shared_ptr<TWItem>>(ids, TWGetItem::descriptor(), call, read);
-  if (unknownKind) setError(error, unknownKind);
-  if (!outcomes || unknownKind) return std::nullopt;
+  const auto call = [&](const TWItemEntries& sent) -> std::optional<TWList> {
+    TWList items;
+    // Read at once, so that no more than one answer is in memory.
+    const auto receive = [&](const TWList& results) {
+      std::ranges::transform(results, std::back_inserter(items), read);
+    };
+    if (!TWGetItem::withAccount(self())->call(sent, paths, "IdOnly", receive, error))
+      return std::nullopt;
+    return items;
+  };
+  using Fetched = std::shared_ptr<TWItem>;
+  const auto outcomes = forEach<Fetched>(
+      ids, TWGetItem::descriptor(), call,
+      [](const TWValue& item) -> TWResult<Fetched> { return item.asObject<TWItem>(); });
+  if (!outcomes) return std::nullopt;
+  if (unknownKind) {
+    setError(error, unknownKind);
+    return std::nullopt;
+  }
   return TWItemEntries(outcomes->begin(), outcomes->end());
 }
 

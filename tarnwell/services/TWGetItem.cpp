@@ -31,19 +31,28 @@ std::shared_ptr<TWGetItem> TWGetItem::withAccount(std::shared_ptr<TWAccount> acc
 
 std::optional<TWList> TWGetItem::call(const TWItemEntries& ids, const Paths& additionalFields,
                                       std::string_view shape, TWError* error) {
+  TWList all;
+  const auto keep = [&](const TWList& results) {
+    std::ranges::copy(results, std::back_inserter(all));
+  };
+  if (!call(ids, additionalFields, shape, keep, error)) return std::nullopt;
+  return all;
+}
+
+bool TWGetItem::call(const TWItemEntries& ids, const Paths& additionalFields,
+                     std::string_view shape, const Receiver& receive, TWError* error) {
   // All are built first: a bad id must not be found when half of the items have been read.
   std::vector<NKXMLElement> payloads;
   for (const auto& chunk : TWUtils::chunkify(ids, chunkSize())) {
     payloads.push_back(getPayload(chunk, additionalFields, shape, error));
-    if (!payloads.back()) return std::nullopt;
+    if (!payloads.back()) return false;
   }
-  TWList results;
   for (const auto& payload : payloads) {
-    auto chunk = getElements(payload, false, true, error);
-    if (!chunk) return std::nullopt;
-    std::ranges::move(*chunk, std::back_inserter(results));
+    const auto results = getElements(payload, false, true, error);
+    if (!results) return false;
+    receive(*results);
   }
-  return results;
+  return true;
 }
 
 NKXMLElement TWGetItem::getPayload(const TWItemEntries& ids, const Paths& additionalFields,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -30,6 +31,13 @@ class TWGetItem : public TWEWSAccountService, public TWServiceStatics<TWGetItem>
   /// call; no ids are no request.
   [[nodiscard]] std::optional<TWList> call(const TWItemEntries& ids, const Paths& additionalFields,
                                            std::string_view shape, TWError* error = nullptr);
+  /// The same for many items, whose answers take more memory than the items: hands over the results
+  /// of each request when they have come. False when a request failed; those before it are handed
+  /// over by then.
+  using Receiver = std::function<void(const TWList& results)>;
+  [[nodiscard]] bool call(const TWItemEntries& ids, const Paths& additionalFields,
+                          std::string_view shape, const Receiver& receive,
+                          TWError* error = nullptr);
   [[nodiscard]] NKXMLElement getPayload(const TWItemEntries& ids, const Paths& additionalFields,
                                         std::string_view shape, TWError* error = nullptr) const;
 
