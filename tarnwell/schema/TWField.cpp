@@ -123,7 +123,8 @@ NKXMLElement TWFieldURIField::fieldURIXML() const {
 }
 
 std::string TWFieldURIField::requestTag() const {
-  return formatMessage("t:%@", {options().fieldURIPostfix});
+  const auto& postfix = options().fieldURIPostfix;
+  return postfix ? "t:" + *postfix : formatMessage("t:%@", {TWValue()});
 }
 
 std::string_view TWFieldURIField::responseTag() const noexcept {

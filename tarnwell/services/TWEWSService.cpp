@@ -275,13 +275,18 @@ std::optional<TWList> TWEWSService::getElementsInResponse(const Messages& messag
     auto entry = getElementContainer(message, class_.elementContainerName,
                                      class_.elementContainerXMLns, error);
     if (entry.isAbsent()) return std::nullopt;
-    if (const auto container = entry.asXML())
-      std::ranges::move(getElementsInContainer(container), std::back_inserter(results));
-    else if (class_.resultsAreObjects && !entry.asError())
+    if (const auto container = entry.asXML()) {
+      auto elements = getElementsInContainer(container);
+      if (results.empty())
+        results = std::move(elements);
+      else
+        std::ranges::move(elements, std::back_inserter(results));
+    } else if (class_.resultsAreObjects && !entry.asError()) {
       results.emplace_back(
           missingContainer(class_.elementContainerName.value_or(std::string_view()), message));
-    else
+    } else {
       results.push_back(std::move(entry));
+    }
   }
   return results;
 }
@@ -293,6 +298,7 @@ NKXMLElement TWEWSService::findContainer(const NKXMLElement& message, std::strin
 
 TWList TWEWSService::getElementsInContainer(const NKXMLElement& container) const {
   TWList elements;
+  elements.reserve(container.childCount());
   for (const auto& element : container.childElements()) elements.emplace_back(element);
   return elements;
 }

@@ -88,6 +88,7 @@ std::optional<TWResolveNames::Mailboxes> TWResolveNames::call(
   const auto results = getElements(payload, error);
   if (!results) return std::nullopt;
   Mailboxes mailboxes;
+  mailboxes.reserve(results->size());
   for (const auto& result : *results) {
     if (const auto caught = result.asError()) {
       if (caught.is(TWErrorCode::ErrorNameResolutionNoResults)) continue;
