@@ -393,6 +393,21 @@ TEST_F(TWAccountItems, FetchingFailsForFieldsAndKindsThatTheFolderDoesNotKnow) {
   EXPECT_TRUE(error) << error;
 }
 
+TEST_F(TWAccountItems, AFetchThatFailsHalfwayTellsWhyAndNotWhatItHadReadBefore) {
+  server.on("GetItem", [](const std::string& payload) {
+    if (payload.find("\"100\"") != std::string::npos)
+      return errorAnswer("GetItem", "ErrorServerBusy");
+    std::string messages;
+    for (int i = 0; i < 100; ++i) messages += item("GetItem", "A", "Task");
+    return answer("GetItem", messages);
+  });
+  TWItemEntries many;
+  for (int i = 0; i < 150; ++i) many.emplace_back(TWIdPair{std::to_string(i)});
+  TWError error;
+  EXPECT_FALSE(account->fetch(many, folder("F", TWInbox::elementClass()), std::nullopt, &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorServerBusy)) << error;
+}
+
 TEST_F(TWAccountItems, ExportedItemsCanBeUploaded) {
   server.on("ExportItems", answer("ExportItems", done("ExportItems", "<m:Data>QUJD</m:Data>")));
   const auto exported = account->exportItems({ids[0]});

@@ -94,6 +94,28 @@ TEST_F(FindItem, PagesFollowEachOther) {
   EXPECT_THAT(page(1, "End").texts("//Subject"), ElementsAre("c", "d"));
 }
 
+TEST_F(FindItem, WhatIsChangedKeepsItsPlaceAndWhatIsMovedLosesIt) {
+  std::vector<IdPair> items;
+  for (const char* subject : {"a", "b", "c", "d"})
+    items.push_back(makeItem(
+        "<t:Message><t:Subject>" + std::string(subject) + "</t:Subject></t:Message>", folder));
+  EXPECT_EQ(code("<m:UpdateItem ConflictResolution='AlwaysOverwrite' MessageDisposition='SaveOnly'>"
+                 "<m:ItemChanges><t:ItemChange>" +
+                 itemId(items[1]) +
+                 "<t:Updates><t:SetItemField><t:FieldURI FieldURI='item:Subject'/><t:Message>"
+                 "<t:Subject>B</t:Subject></t:Message></t:SetItemField></t:Updates>"
+                 "</t:ItemChange></m:ItemChanges></m:UpdateItem>"),
+            "NoError");
+  EXPECT_THAT(subjects(folder), ElementsAre("a", "B", "c", "d"));
+  EXPECT_EQ(code("<m:DeleteItem DeleteType='HardDelete'><m:ItemIds>" + itemId(items[2]) +
+                 "</m:ItemIds></m:DeleteItem>"),
+            "NoError");
+  EXPECT_EQ(code("<m:MoveItem><m:ToFolderId>" + folder + "</m:ToFolderId><m:ItemIds>" +
+                 itemId(items[0]) + "</m:ItemIds></m:MoveItem>"),
+            "NoError");
+  EXPECT_THAT(subjects(folder), ElementsAre("B", "d", "a"));
+}
+
 TEST_F(FindItem, AFractionOfTheViewCanBeAskedFor) {
   for (const char* subject : {"a", "b", "c", "d"}) put(subject);
   EXPECT_THAT(subjects(folder,

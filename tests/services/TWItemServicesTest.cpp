@@ -171,6 +171,29 @@ TEST_F(TWItemServices, GetItemAsksForAHundredAtATimeOverTheSecondConnection) {
   EXPECT_EQ(requests[1].connection, requests[3].connection);
 }
 
+TEST_F(TWItemServices, GetItemHandsOverEachAnswerBeforeItAsksForTheNext) {
+  server.on("GetItem", [](const std::string& payload) {
+    if (payload.find("\"100\"") != std::string::npos)
+      return test::errorAnswer("GetItem", "ErrorServerBusy");
+    std::string messages;
+    for (int i = 0; i < 100; ++i) messages += inItems("GetItem", "<t:Message/>");
+    return answer("GetItem", messages);
+  });
+  TWItemEntries many;
+  for (int i = 0; i < 250; ++i) many.emplace_back(TWIdPair{std::to_string(i)});
+  std::vector<std::size_t> sizes, requestsBefore;
+  const auto receive = [&](const TWList& results) {
+    sizes.push_back(results.size());
+    requestsBefore.push_back(server.requestCount());
+  };
+  TWError error;
+  EXPECT_FALSE(TWGetItem::withAccount(account)->call(many, {}, "IdOnly", receive, &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorServerBusy)) << error;
+  EXPECT_THAT(sizes, ElementsAre(100U));
+  EXPECT_THAT(requestsBefore, ElementsAre(1U));
+  EXPECT_EQ(server.requestCount(), 2U);
+}
+
 TEST_F(TWItemServices, GetItemWithoutIdsAsksNobody) {
   const auto results = TWGetItem::withAccount(account)->call({}, {}, "IdOnly");
   ASSERT_TRUE(results);
