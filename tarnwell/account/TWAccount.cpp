@@ -5,6 +5,9 @@
 #include "tarnwell/account/detail/TreeArchive.h"
 #include "tarnwell/folders/TWRoot.h"
 #include "tarnwell/folders/TWWellKnownFolders.h"
+#include "tarnwell/services/TWGetEvents.h"
+#include "tarnwell/services/TWSubscribeRequest.h"
+#include "tarnwell/services/TWUnsubscribeRequest.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWLogger.h"
 #include "tarnwell/util/TWText.h"
@@ -221,6 +224,31 @@ bool TWAccount::importRootData(const TWData& data) {
   if (!root) return false;
   setLocalRoot(std::move(root));
   return true;
+}
+
+std::optional<TWList> TWAccount::subscribe(const std::shared_ptr<TWFolder>& folder,
+                                           TWError* error) {
+  if (!folder) {
+    setError(error, {TWErrorCode::ErrorValueOutOfRange, "Cannot subscribe to nil folder"});
+    return std::nullopt;
+  }
+  return TWSubscribeRequest::withAccount(self(), {folder})
+      ->call({"NewMailEvent", "CreatedEvent", "DeletedEvent", "ModifiedEvent", "MovedEvent",
+              "CopiedEvent"},
+             error);
+}
+
+bool TWAccount::unsubscribe(const std::optional<std::string>& subscriptionId, TWError* error) {
+  if (!subscriptionId || subscriptionId->empty()) {
+    setError(error, {TWErrorCode::ErrorValueOutOfRange, "Cannot unsubscribe without id"});
+    return false;
+  }
+  return TWUnsubscribeRequest::withAccount(self())->call(*subscriptionId, error).has_value();
+}
+
+std::optional<TWList> TWAccount::getEvents(const std::vector<std::string>& subscriptionIds,
+                                           TWError* error) {
+  return TWGetEvents::withAccount(self())->call(subscriptionIds, error);
 }
 
 }  // namespace tarnwell

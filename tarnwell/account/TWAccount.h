@@ -236,6 +236,21 @@ class TWAccount : public TWObject, public TWServiceContext {
   [[nodiscard]] std::optional<TWData> getAttachment(const std::optional<std::string>& id,
                                                     TWError* error = nullptr);
 
+  // Notifications.
+
+  /// Lets the server note what happens in the folder: new mail, and what is created, deleted,
+  /// changed, moved and copied. See `TWSubscribeRequest`; the id is the text of the one entry.
+  ///
+  /// Errors: ErrorValueOutOfRange ("Cannot subscribe to nil folder").
+  [[nodiscard]] std::optional<TWList> subscribe(const std::shared_ptr<TWFolder>& folder,
+                                                TWError* error = nullptr);
+  /// Errors: ErrorValueOutOfRange ("Cannot unsubscribe without id") for no id or an empty one.
+  bool unsubscribe(const std::optional<std::string>& subscriptionId, TWError* error = nullptr);
+  /// Waits for events of subscriptions, and keeps other requests waiting meanwhile; see
+  /// `TWGetEvents`.
+  [[nodiscard]] std::optional<TWList> getEvents(const std::vector<std::string>& subscriptionIds,
+                                                TWError* error = nullptr);
+
  private:
   class Key {
     friend class TWAccount;

@@ -247,6 +247,13 @@ class TWFolder : public detail::FolderKind<TWFolder, TWRegisterMixIn>, public TW
   /// Reads the properties anew. ErrorFolderNotFound when the folder is gone.
   virtual bool refresh(TWError* error = nullptr);
 
+  /// Subscribes to what happens in the folder; answers the subscription's id, for the account's
+  /// `getEvents` and `unsubscribe`.
+  [[nodiscard]] std::optional<std::string> subscribe(TWError* error = nullptr) const;
+  /// Subscribes, waits until something happens, which may take long, unsubscribes, and answers the
+  /// notifications; see `TWGetEvents`. What happens between two calls is told by neither.
+  [[nodiscard]] std::optional<TWList> idle(TWError* error = nullptr) const;
+
   /// The folders below, with all their properties: of "Shallow" the children, of "Deep" everything.
   /// Each is of the class of its name in any of the languages of `TWFolderClass`, or else of its
   /// folder class. On failure what was found so far, with the error.

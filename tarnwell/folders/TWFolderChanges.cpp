@@ -264,6 +264,24 @@ bool TWFolder::refresh(TWError* error) {
   return true;
 }
 
+std::optional<std::string> TWFolder::subscribe(TWError* error) const {
+  const auto account = accountForChange(error);
+  if (!account) return std::nullopt;
+  const auto subscribed = account->subscribe(self(), error);
+  if (!firstSucceeded(subscribed, error)) return std::nullopt;
+  return subscribed->front().asXML().stringValue();
+}
+
+std::optional<TWList> TWFolder::idle(TWError* error) const {
+  const auto account = accountForChange(error);
+  const auto id = account ? subscribe(error) : std::nullopt;
+  if (!id) return std::nullopt;
+  auto events = account->getEvents({*id}, error);
+  // A subscription that stays behind harms nobody; what was heard counts.
+  account->unsubscribe(*id);
+  return events;
+}
+
 std::shared_ptr<TWFolder> TWFolder::findFoldersRoot(TWError* /*error*/) const { return self(); }
 
 TWFolders TWFolder::findFolders(std::string_view shape, std::string_view depth,

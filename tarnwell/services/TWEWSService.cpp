@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 #include "tarnwell/protocol/TWProtocol.h"
+#include "tarnwell/protocol/detail/StreamedText.h"
 #include "tarnwell/transport/TWConnection.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
@@ -63,14 +65,15 @@ TWError errorOfRecord(const TWResponse& response) {
   return {TWErrorCode::ErrorSOAP, formatMessage("Bad SOAP Response: %@", {text})};
 }
 
-/// The root of the answer when there is a document to read. The page that comes with a 401 may well
-/// be XML (XHTML), but says nothing more than the status.
-NKXMLElement envelopeOf(const TWResponse& response) {
-  auto root = response.xmlDoc.rootElement();
-  if (response.response && response.response->statusCode == 401 &&
-      !root.elementForName("Body", kSoapNamespace))
+/// The roots of the documents in the answer: one at most, unless it is a stream's. The page that
+/// comes with a 401 may well be XML (XHTML), but says nothing more than the status.
+std::vector<NKXMLElement> envelopesOf(const TWResponse& response, bool isStream) {
+  const auto root = response.xmlDoc.rootElement();
+  if (!root && isStream) return detail::streamedDocuments(response.data);
+  if (!root || (response.response && response.response->statusCode == 401 &&
+                !root.elementForName("Body", kSoapNamespace)))
     return {};
-  return root;
+  return {root};
 }
 
 /// What a service without a protocol is bound to: requests find no connection.
@@ -120,8 +123,8 @@ std::optional<TWList> TWEWSService::run(const NKXMLElement& payload, Exchange ex
                                         TWError* error) {
   TWError failure;
   std::optional<TWList> elements;
-  if (const auto messages = post(payload, exchange, &failure))
-    elements = getElementsInResponse(*messages, &failure);
+  if (const auto documents = post(payload, exchange, &failure))
+    elements = getElementsInDocuments(*documents, &failure);
   if (!elements) {
     const auto protocol = context_->serviceProtocol();
     TWLogger::logger().rlog("[%@] Get elements failed with error: %@",
@@ -129,6 +132,43 @@ std::optional<TWList> TWEWSService::run(const NKXMLElement& payload, Exchange ex
     setError(error, failure);
   }
   return elements;
+}
+
+std::optional<TWList> TWEWSService::getElementsInDocuments(const TWResults<Messages>& documents,
+                                                           TWError* error) const {
+  TWList results;
+  TWError first;
+  bool hasResults = false;
+  for (const auto& messages : documents) {
+    TWError failure = messages.error();
+    auto elements = messages ? getElementsInResponse(*messages, &failure) : std::nullopt;
+    if (elements) {
+      hasResults = true;
+      std::ranges::move(*elements, std::back_inserter(results));
+      continue;
+    }
+    if (!first) first = failure;
+    results.emplace_back(failure);
+  }
+  if (hasResults) return results;
+  setError(error, first);
+  return std::nullopt;
+}
+
+std::optional<TWEWSService::Messages> TWEWSService::request(const NKXMLElement& payload,
+                                                            Exchange exchange, TWError* error) {
+  const auto documents = post(payload, exchange, error);
+  if (!documents) return std::nullopt;
+  Messages all;
+  bool hasMessages = false;
+  for (const auto& messages : *documents) {
+    if (!messages) continue;
+    hasMessages = true;
+    std::ranges::copy(*messages, std::back_inserter(all));
+  }
+  if (hasMessages) return all;
+  setError(error, documents->front().error());
+  return std::nullopt;
 }
 
 TWResponse TWEWSService::send(const NKXMLElement& payload, std::string_view apiVersion,
@@ -142,27 +182,32 @@ TWResponse TWEWSService::send(const NKXMLElement& payload, std::string_view apiV
   return connection->post(protocol->serviceEndpoint(), std::nullopt, envelope, exchange.stream);
 }
 
-std::optional<TWEWSService::Messages> TWEWSService::post(NKXMLElement payload, Exchange exchange,
-                                                         TWError* error) {
+std::optional<TWResults<TWEWSService::Messages>> TWEWSService::post(NKXMLElement payload,
+                                                                    Exchange exchange,
+                                                                    TWError* error) {
   const auto inUse = context_->version();
   const auto apiVersions = candidates(inUse);
   for (const auto& apiVersion : apiVersions) {
     payload.detach();
     const auto response = send(payload, apiVersion, exchange);
-    const auto envelope = envelopeOf(response);
-    if (!envelope) {
+    const auto envelopes = envelopesOf(response, exchange.stream);
+    if (envelopes.empty()) {
       setError(error, errorOfRecord(response));
       return std::nullopt;
     }
-    TWError failure;
-    auto messages = getSoapPayload(class_, envelope, &failure);
+    TWResults<Messages> documents;
+    for (const auto& envelope : envelopes) {
+      TWError failure;
+      auto messages = getSoapPayload(class_, envelope, &failure);
+      documents.push_back(messages ? TWResult(*std::move(messages)) : TWResult<Messages>(failure));
+    }
+    const TWError failure = documents.front().error();
     if (failure.is(TWErrorCode::ErrorInvalidSchemaVersionForMailboxVersion) ||
         failure.is(TWErrorCode::ErrorInvalidServerVersion))
       continue;
-    if (messages || failure.is(TWErrorCode::ErrorResponseMessage))
-      updateApiVersion(inUse, apiVersion, response);
-    if (!messages) setError(error, failure);
-    return messages;
+    if (!failure || failure.is(TWErrorCode::ErrorResponseMessage))
+      learnVersion(inUse, apiVersion, envelopes.front());
+    return documents;
   }
   TWList tried;
   for (const auto& apiVersion : apiVersions) tried.emplace_back(apiVersion);
@@ -174,8 +219,13 @@ std::optional<TWEWSService::Messages> TWEWSService::post(NKXMLElement payload, E
 
 void TWEWSService::updateApiVersion(const std::optional<TWVersion>& inUse,
                                     std::string_view apiVersion, const TWResponse& response) {
+  learnVersion(inUse, apiVersion, response.xmlDoc.rootElement());
+}
+
+void TWEWSService::learnVersion(const std::optional<TWVersion>& inUse, std::string_view apiVersion,
+                                const NKXMLElement& envelope) {
   if (inUse && inUse->apiVersion() == apiVersion && inUse->build()) return;
-  auto version = TWVersion::versionFromResponse(response.xmlDoc.rootElement(), apiVersion);
+  auto version = TWVersion::versionFromResponse(envelope, apiVersion);
   // An answer that does not say which version it is in was an answer to this one all the same.
   if (!version.apiVersion()) version = TWVersion(version.build(), std::string(apiVersion));
   context_->setVersion(version);

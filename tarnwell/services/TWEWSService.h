@@ -16,6 +16,7 @@
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/util/TWDictionary.h"
 #include "tarnwell/util/TWError.h"
+#include "tarnwell/util/TWResult.h"
 #include "tarnwell/util/TWValue.h"
 
 namespace tarnwell {
@@ -97,7 +98,8 @@ class TWEWSService : public std::enable_shared_from_this<TWEWSService> {
   [[nodiscard]] std::optional<TWList> getElements(const NKXMLElement& payload,
                                                   TWError* error = nullptr);
   /// `stream` leaves the exchange open until the server has something to say; `alternate` uses the
-  /// second connection.
+  /// second connection. Of several documents that a stream brings, one that fails stands as an
+  /// error among the results of the others.
   [[nodiscard]] std::optional<TWList> getElements(const NKXMLElement& payload,
                                                   std::same_as<bool> auto stream,
                                                   TWError* error = nullptr) {
@@ -114,13 +116,13 @@ class TWEWSService : public std::enable_shared_from_this<TWEWSService> {
   using Messages = std::vector<NKXMLElement>;
   [[nodiscard]] std::optional<Messages> getResponseXML(const NKXMLElement& payload,
                                                        TWError* error = nullptr) {
-    return post(payload, {}, error);
+    return request(payload, {}, error);
   }
   [[nodiscard]] std::optional<Messages> getResponseXML(const NKXMLElement& payload,
                                                        std::same_as<bool> auto stream,
                                                        std::same_as<bool> auto alternate,
                                                        TWError* error = nullptr) {
-    return post(payload, {stream, alternate}, error);
+    return request(payload, {stream, alternate}, error);
   }
 
   /// Learns which version the server runs from an answer that was accepted, and keeps it where the
@@ -195,7 +197,13 @@ class TWEWSService : public std::enable_shared_from_this<TWEWSService> {
     bool alternate = false;
   };
   std::optional<TWList> run(const NKXMLElement& payload, Exchange exchange, TWError* error);
-  std::optional<Messages> post(NKXMLElement payload, Exchange exchange, TWError* error);
+  std::optional<Messages> request(const NKXMLElement& payload, Exchange exchange, TWError* error);
+  /// The messages of each document of the answer: of one, unless several came in a stream.
+  std::optional<TWResults<Messages>> post(NKXMLElement payload, Exchange exchange, TWError* error);
+  [[nodiscard]] std::optional<TWList> getElementsInDocuments(const TWResults<Messages>& documents,
+                                                             TWError* error) const;
+  void learnVersion(const std::optional<TWVersion>& inUse, std::string_view apiVersion,
+                    const NKXMLElement& envelope);
   TWResponse send(const NKXMLElement& payload, std::string_view apiVersion, Exchange exchange);
 
   const TWServiceClass& class_;

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <utility>
 
+#include "tarnwell/protocol/TWConnectionStream.h"
 #include "tarnwell/protocol/TWCredentials.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWTransport.h"
 #include "tarnwell/transport/detail/ConnectionParts.h"
 #include "tarnwell/transport/detail/HTTPTransfer.h"
-#include "tarnwell/transport/detail/StreamExchange.h"
 #include "tarnwell/transport/detail/Wipe.h"
 #include "tarnwell/util/TWDictionary.h"
 #include "tarnwell/util/TWLogger.h"
@@ -181,8 +181,7 @@ TWResponse TWConnection::fetchStream(TWHTTPRequest request, Body body) {
     std::shared_ptr<TWStreamExchange> exchange;
     if (options_.makeStream) exchange = options_.makeStream(credentials_, request, options_);
     if (!exchange) {
-      exchange =
-          std::make_shared<detail::StreamExchange>(credentials_, std::move(request), options_);
+      exchange = TWConnectionStream::withCredentials(credentials_, std::move(request), options_);
     }
     exchange->setAllowInsecureCertificate(allowInsecureCertificate_);
     exchange->arm();

@@ -39,8 +39,11 @@ struct TWConnectionOptions {
   /// The longest silence of a server in a streaming request, which has no other limit.
   std::chrono::milliseconds streamIdleLimit{120000};
   /// The longest body of an answer that is taken in, in bytes and unpacked. More ends the request
-  /// with `TWHTTPErrorTooLarge`, and the default exchange of streaming requests with what it has.
+  /// with `TWHTTPErrorTooLarge`.
   std::size_t bodyLimit = std::size_t{512} << 20U;
+  /// The most that a streaming request keeps of a server that talks without saying anything, in
+  /// bytes. More ends the request with what it has.
+  std::size_t streamTextLimit = std::size_t{64} << 20U;
   /// "http://host:port" or "socks5h://host:port". Empty: none; the environment is not asked.
   std::string proxy;
   /// A PEM file with certificates of authorities to trust beside the system's own. Empty: none.
@@ -48,7 +51,7 @@ struct TWConnectionOptions {
   /// Where to connect instead of a URL's own host and port, "host:port:to-host:to-port" each. Names
   /// in headers and certificates stay the URL's.
   std::vector<std::string> connectTo;
-  /// Makes the exchanges of streaming requests. Empty: one that collects all that the server sends.
+  /// Makes the exchanges of streaming requests. Empty: a `TWConnectionStream`.
   TWStreamFactory makeStream;
   /// Told of each request right before it is sent, streaming ones included; what a login adds to it
   /// (further rounds, redirects) is not told. Called on the thread of the request, on several

@@ -52,7 +52,7 @@ class TWStreamExchange {
 };
 
 /// Makes the exchange of one streaming request. The credentials may be null. A null answer stands
-/// for the default exchange.
+/// for the default exchange, a `TWConnectionStream`.
 using TWStreamFactory = std::function<std::shared_ptr<TWStreamExchange>(
     std::shared_ptr<TWCredentials> credentials, TWHTTPRequest request,
     const TWConnectionOptions& options)>;

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 
+#include "tarnwell/protocol/TWConnectionStream.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWStreamExchange.h"
-#include "tarnwell/transport/detail/StreamExchange.h"
 
 #include "tests/transport/ConnectionFixture.h"
 
@@ -281,7 +281,7 @@ TEST(TWConnectionStream, CancelCountsFromTheMomentThatItIsInFlight) {
   options.makeStream = [&](std::shared_ptr<TWCredentials> credentials, TWHTTPRequest request,
                            const TWConnectionOptions& with) {
     return std::make_shared<CancelledAroundIt>(
-        std::make_shared<detail::StreamExchange>(std::move(credentials), std::move(request), with),
+        TWConnectionStream::withCredentials(std::move(credentials), std::move(request), with),
         [&] {
           EXPECT_NE(connection->stream(), nullptr);
           connection->cancel();
@@ -302,7 +302,7 @@ TEST(TWConnectionStream, WhatCameWholeIsNotCancelledAfterwards) {
   options.makeStream = [&](std::shared_ptr<TWCredentials> credentials, TWHTTPRequest request,
                            const TWConnectionOptions& with) {
     return std::make_shared<CancelledAroundIt>(
-        std::make_shared<detail::StreamExchange>(std::move(credentials), std::move(request), with),
+        TWConnectionStream::withCredentials(std::move(credentials), std::move(request), with),
         [] {}, [&] { connection->cancel(); });
   };
   connection = TWConnection::withCredentials(nullptr, false, options);
@@ -317,12 +317,12 @@ TEST(TWConnectionStream, AnExchangeOnItsOwnIgnoresCancelUntilItWaits) {
   TWHTTPRequest request;
   request.url = server.url("/");
   request.method = "GET";
-  detail::StreamExchange exchange(nullptr, request, {});
-  exchange.cancel();
-  const auto fetched = exchange.await();
+  const auto exchange = TWConnectionStream::withCredentials(nullptr, request);
+  exchange->cancel();
+  const auto fetched = exchange->await();
   ASSERT_TRUE(fetched);
   EXPECT_EQ(text(*fetched), "<events/>");
-  EXPECT_FALSE(exchange.wasCancelled());
+  EXPECT_FALSE(exchange->wasCancelled());
 }
 
 TEST(TWConnectionStream, FollowsRelativeTargetsWithAPassword) {

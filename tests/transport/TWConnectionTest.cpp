@@ -47,6 +47,7 @@ TEST(TWConnection, LimitsAreThirtySecondsUnlessTold) {
   EXPECT_EQ(options.resourceLimit, 30s);
   EXPECT_EQ(options.streamIdleLimit, 2min);
   EXPECT_EQ(options.bodyLimit, 536870912U) << "512 MiB";
+  EXPECT_EQ(options.streamTextLimit, 67108864U) << "64 MiB";
 }
 
 TEST(TWConnection, KeepsWhatTheProtocolNotes) {
