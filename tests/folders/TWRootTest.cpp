@@ -61,6 +61,28 @@ TEST_F(TWRootTest, TheTreeHangsTogetherFromTheRootDown) {
   EXPECT_EQ(server.requestCount(), 2U);
 }
 
+TEST_F(TWRootTest, ATreeThatWasReadGoesWithItsAccount) {
+  hasFolders(folderXML("I", "Inbox", "T"));
+  ASSERT_TRUE(tree().updateCache());
+  tree().updateFolder(root);
+  EXPECT_EQ(tree().getDefaultFolder(TWRoot::elementClass()), root);
+  const std::weak_ptr<TWFolder> top = root;
+  const std::weak_ptr<TWFolder> inbox = tree().getFolder("I");
+  ASSERT_TRUE(inbox.lock());
+  account.reset();
+  EXPECT_TRUE(inbox.lock()) << "the root is still held here";
+  root.reset();
+  EXPECT_FALSE(top.lock());
+  EXPECT_FALSE(inbox.lock());
+}
+
+TEST_F(TWRootTest, TheRootIsAmongItsFolders) {
+  hasFolders(folderXML("I", "Inbox", "T"));
+  EXPECT_EQ(tree().foldersMap().at("R"), root);
+  EXPECT_EQ(tree().getFolder("R"), root);
+  EXPECT_EQ(tree().getFolder("T")->parent(), root);
+}
+
 TEST_F(TWRootTest, TheTopOfTheStoreLiesBelowTheRootWhateverItSays) {
   server.on("GetFolder",
             answer("GetFolder", foldersMessage("GetFolder", folderXML("T", "Top", "elsewhere"))));
@@ -134,17 +156,6 @@ TEST_F(TWRootTest, UpkeepDoesNotMakeACacheLookFilled) {
   EXPECT_EQ(server.requestCount(), 0U);
   hasFolders(folderXML("I", "Inbox", "T"));
   EXPECT_EQ(keysOf(tree().foldersMap()), "I R T ");
-}
-
-TEST_F(TWRootTest, DoesNotKeepItselfAlive) {
-  hasFolders(folderXML("I", "Inbox", "T"));
-  EXPECT_EQ(tree().getFolder("R"), nullptr);
-  EXPECT_EQ(tree().foldersMap().at("R"), root);
-  EXPECT_EQ(tree().getDefaultFolder(TWRoot::elementClass()), root);
-  const std::weak_ptr<TWFolder> observed = root;
-  root.reset();
-  account.reset();
-  EXPECT_TRUE(observed.expired());
 }
 
 TEST_F(TWRootTest, UpkeepReplacesAndDropsFolders) {
