@@ -153,7 +153,8 @@ class Watch {
 bool watchSandbox() {
   using sandbox::SandboxFault;
   sandbox::SandboxOptions options;
-  options.mailboxes = {{"alice@example.com", "secret"}, {"bob@example.com", "secret"}};
+  options.mailboxes = {{"alice@example.com", "secret", "Alice"},
+                       {"bob@example.com", "secret", "Bob"}};
   options.streamHeartbeat = milliseconds(20);
   sandbox::SandboxServer server(options);
   std::string reason;

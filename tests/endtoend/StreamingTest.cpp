@@ -122,8 +122,8 @@ TEST_F(StreamingEndToEnd, SeveralSubscriptionsShareAStream) {
   const auto first = inbox->subscribe(&error);
   const auto second = drafts->subscribe(&error);
   ASSERT_TRUE(first && second) << error;
-  const auto message =
-      TWMessage::withDict({{"folder", accountOf("alice")->drafts()}, {"subject", "draft"}});
+  const auto other = accountOf("alice");
+  const auto message = TWMessage::withDict({{"folder", other->drafts()}, {"subject", "draft"}});
   ASSERT_TRUE(message->save(&error)) << error;
   const auto events = alice->getEvents({*first, *second}, &error);
   ASSERT_TRUE(events) << error;
