@@ -12,6 +12,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "tarnwell/Core/XML/NKXMLDocument.h"
 #include "tarnwell/protocol/TWConnectionStream.h"
 
 #include "benchmarks/Loopback.h"
@@ -55,6 +56,14 @@ void collect(benchmark::State& state) {
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
+/// The measure: the one parsing that the text needs in any case.
+void parse(benchmark::State& state) {
+  const auto text = longNotification(static_cast<std::size_t>(state.range(0)) * kMegabyte);
+  for ([[maybe_unused]] auto _ : state)
+    if (!NKXMLDocument::withXMLString(text)) state.SkipWithError("not parsed");
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
+}
+
 /// Over HTTP, with the parsing of what was collected.
 void collectOverLoopback(benchmark::State& state) {
   TWLogger::logger().setDelegate(std::make_shared<benchmarks::Silence>());
@@ -84,6 +93,7 @@ BENCHMARK(collect)
     ->ArgNames({"MB", "piece"})
     ->ArgsProduct({{1, 10, 100}, {256, 16384}})
     ->Unit(benchmark::kMillisecond);
+BENCHMARK(parse)->ArgName("MB")->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
 BENCHMARK(collectOverLoopback)
     ->ArgName("MB")
     ->Arg(1)
