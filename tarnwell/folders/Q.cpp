@@ -195,59 +195,71 @@ Q Q::withQueries(const TWQueries& queries, const TWKeywords& andDict, TWError* e
     node.children.push_back(child);
   }
   const bool isSingleArg = positional.empty() && keywords.size() == 1;
-  for (const auto& [key, value] : keywords)
-    if (!addKeyword(node, key, value, isSingleArg, error)) return nullptr;
+  for (const auto& [key, value] : keywords) {
+    const auto children = q.getChildrenForKey(key, value, isSingleArg, error);
+    if (!children) return nullptr;
+    std::ranges::copy(*children, std::back_inserter(node.children));
+  }
   if (node.children.size() == 1 && !node.fieldPath && node.connType != kNot) q.promote();
   if (!q.clean(error)) return nullptr;
   return q;
 }
 
-bool Q::addKeyword(Node& node, std::string_view key, const TWValue& value, bool isSingleArg,
-                   TWError* error) {
-  const auto add = [&](std::string_view childKey, const TWValue& childValue) {
-    Q child = withKeywords({{childKey, childValue}}, error);
-    if (child) node.children.push_back(child);
-    return static_cast<bool>(child);
+std::optional<std::vector<Q>> Q::childrenForKey(std::string_view key, const TWValue& value,
+                                                bool isSingleArg, TWError* error) {
+  if (!node_) return std::nullopt;
+  using Children = std::optional<std::vector<Q>>;
+  const auto refuse = [&](std::string_view format, std::initializer_list<TWValue> values) {
+    fail(error, format, values);
+    return std::nullopt;
+  };
+  const auto children = [&](const TWKeywords& keywords) -> Children {
+    std::vector<Q> all;
+    for (const auto& [childKey, childValue] : keywords) {
+      all.push_back(withKeywords({{childKey, childValue}}, error));
+      if (!all.back()) return std::nullopt;
+    }
+    return all;
   };
   /// One node for all members, each of which has to be equal to the field.
-  const auto addEach = [&](std::string_view field, std::string_view connector) {
+  const auto each = [&](std::string_view field, std::string_view connector) -> Children {
     TWQueries equalities;
     for (const auto& member : membersOf(value)) {
       const Q child = withKeywords({{field, member}}, error);
-      if (!child) return false;
+      if (!child) return std::nullopt;
       equalities.emplace_back(child);
     }
     const Q all = withQueries(equalities, {{"conn_type", connector}}, error);
-    if (all) node.children.push_back(all);
-    return static_cast<bool>(all);
+    if (!all) return std::nullopt;
+    return std::vector<Q>{all};
   };
 
   const auto [field, lookup] = split(key);
   std::string_view op = "==";
   if (lookup) {
-    if (*lookup == "exists" && value.isAbsent()) return add(key, 1);
+    if (*lookup == "exists" && value.isAbsent()) return children({{key, 1}});
     if (*lookup == "range") {
       const auto ends = value.asList();
       if (!ends || ends->size() != 2)
-        return fail(error, "Value of lookup %@ must have exactly 2 elements", {key});
-      return add(std::string(field) + "__gte", (*ends)[0]) &&
-             add(std::string(field) + "__lte", (*ends)[1]);
+        return refuse("Value of lookup %@ must have exactly 2 elements", {key});
+      return children(
+          {{std::string(field) + "__gte", (*ends)[0]}, {std::string(field) + "__lte", (*ends)[1]}});
     }
     if (*lookup == "in") {
-      if (!value.isIterable()) return fail(error, "Value of lookup %@ must be iterable", {key});
-      return addEach(field, kOr);
+      if (!value.isIterable()) return refuse("Value of lookup %@ must be iterable", {key});
+      return each(field, kOr);
     }
-    if (*lookup == "contains" && value.isIterable()) return addEach(field, kAnd);
+    if (*lookup == "contains" && value.isIterable()) return each(field, kAnd);
     const auto operation = lookupToOp(*lookup);
     if (!operation)
-      return fail(error, "Lookup %@ is not supported (called as %@ = %@)", {*lookup, key, value});
+      return refuse("Lookup %@ is not supported (called as %@ = %@)", {*lookup, key, value});
     op = *operation;
   }
-  if (!isSingleArg) return add(key, value);
-  node.fieldPath = field;
-  node.op = op;
-  node.value = value;
-  return true;
+  if (!isSingleArg) return children({{key, value}});
+  node_->fieldPath = field;
+  node_->op = op;
+  node_->value = value;
+  return std::vector<Q>();
 }
 
 std::string_view Q::connType() const noexcept {
@@ -441,6 +453,10 @@ NKXMLElement Q::xmlElem(const TWFolder& folder, const TWVersion* version, TWErro
 
 NKXMLElement Q::writtenXML(const TWFolder& folder, const TWVersion* version, TWError* error) const {
   if (!node_ || isEmpty()) return {};
+  if (!connToXML(connType())) {
+    fail(error, "Connector %@ is not supported", {connType()});
+    return {};
+  }
   NKXMLElement element;
   TWError failure;
   if (isLeaf()) {
@@ -451,6 +467,8 @@ NKXMLElement Q::writtenXML(const TWFolder& folder, const TWVersion* version, TWE
       element.addChild(child.writtenXML(folder, version, &failure));
       if (failure) break;
     }
+    if (!failure && element.childCount() == 0)
+      fail(&failure, "Query restricts nothing: %@", {description()});
     // A negation needs no AND around its only child.
     if (node_->connType == kNot && element.childCount() == 1) {
       auto only = element.firstChild();

@@ -72,7 +72,7 @@ class Q {
   /// every change is ignored.
   [[nodiscard]] explicit operator bool() const noexcept { return node_ != nullptr; }
 
-  /// "AND", "OR" or "NOT".
+  /// "AND", "OR" or "NOT"; a query with another one cannot be written.
   [[nodiscard]] std::string_view connType() const noexcept;
   void setConnType(std::string_view connType);
   [[nodiscard]] std::optional<std::string> fieldPath() const;
@@ -95,6 +95,16 @@ class Q {
   [[nodiscard]] bool isLeaf() const noexcept;
   /// True for a leaf that neither compares nor searches: no restriction.
   [[nodiscard]] bool isEmpty() const noexcept;
+  /// What a keyword argument expands to: the nodes that are to become children of this one. As the
+  /// only argument of all, a comparison is taken over by this node itself, and there are none.
+  ///
+  /// Errors: those of `withQueries`.
+  [[nodiscard]] std::optional<std::vector<Q>> getChildrenForKey(std::string_view key,
+                                                                const TWValue& value,
+                                                                std::same_as<bool> auto isSingleArg,
+                                                                TWError* error = nullptr) {
+    return childrenForKey(key, value, isSingleArg, error);
+  }
   /// Takes over all that the first child is.
   void promote();
   /// Tests that a comparison has one value that can be written.
@@ -121,8 +131,9 @@ class Q {
   /// an empty query.
   ///
   /// Errors: those of looking up and validating the fields; ErrorValueOutOfRange for fields that
-  /// the folder's items do not have or that cannot be searched, and for a query nested deeper than
-  /// 1,024 levels.
+  /// the folder's items do not have or that cannot be searched, for an operator or connector that
+  /// is none, for nodes whose children are all empty, and for a query nested deeper than 1,024
+  /// levels.
   [[nodiscard]] NKXMLElement toXML(const TWFolder& folder, const TWVersion* version,
                                    TWError* error = nullptr) const;
   /// The element without `m:Restriction`; invalid without an error for an empty query.
@@ -155,8 +166,9 @@ class Q {
   explicit Q(std::shared_ptr<Node> node) noexcept : node_(std::move(node)) {}
 
   [[nodiscard]] static Q leaf(std::string_view fieldPath, std::string_view op, TWValue value);
-  static bool addKeyword(Node& node, std::string_view key, const TWValue& value, bool isSingleArg,
-                         TWError* error);
+  [[nodiscard]] std::optional<std::vector<Q>> childrenForKey(std::string_view key,
+                                                             const TWValue& value, bool isSingleArg,
+                                                             TWError* error);
   [[nodiscard]] NKXMLElement writtenXML(const TWFolder& folder, const TWVersion* version,
                                         TWError* error) const;
   [[nodiscard]] std::string writtenText() const;

@@ -26,7 +26,8 @@ class TWRestriction {
   [[nodiscard]] const Q& q() const noexcept { return q_; }
   [[nodiscard]] const std::shared_ptr<const TWFolder>& folder() const noexcept { return folder_; }
 
-  /// `m:Restriction`, or `m:QueryString` for a free-text search; see `Q::toXML`.
+  /// `m:Restriction`, or `m:QueryString` for a free-text search; see `Q::toXML`. A query that has
+  /// become empty since is ErrorValueOutOfRange.
   [[nodiscard]] NKXMLElement toXML(const TWVersion* version, TWError* error = nullptr) const;
   /// The indented XML for an unknown version; empty when it cannot be written.
   [[nodiscard]] std::string description() const;

@@ -165,6 +165,52 @@ TEST(Q, ALeafMayBeANegation) {
   EXPECT_EQ(made.op(), "==");
 }
 
+TEST(Q, ANegationOfSeveralBecomesTheirAnd) {
+  Q made = q({{"subject", "x"}, {"body", "y"}, {"conn_type", "NOT"}});
+  EXPECT_EQ(made.qNot(), q({{"subject", "x"}, {"body", "y"}}));
+  EXPECT_EQ(made.connType(), "AND") << "the node itself";
+  EXPECT_EQ(made.children().size(), 2U);
+}
+
+TEST(Q, AKeywordExpandsToTheChildrenThatItAdds) {
+  Q node;
+  const auto expand = [&](std::string_view key, const TWValue& value) {
+    TWError error;
+    const auto children = node.getChildrenForKey(key, value, false, &error);
+    EXPECT_TRUE(children) << error;
+    std::vector<std::string> printed;
+    for (const auto& child : children.value_or(std::vector<Q>()))
+      printed.push_back(child.description());
+    return printed;
+  };
+  using Printed = std::vector<std::string>;
+  EXPECT_EQ(expand("size__gt", 5), Printed{"Q(size > 5)"});
+  EXPECT_EQ(expand("size__range", TWValue::list({1, 9})),
+            (Printed{"Q(size >= 1)", "Q(size <= 9)"}));
+  EXPECT_EQ(expand("size__in", TWValue::list({1, 2})),
+            Printed{"Q([[OR], [Q(size == 1), size], [Q(size == 2), size]])"});
+  EXPECT_TRUE(node.isEmpty()) << "left alone";
+}
+
+TEST(Q, ANodeTakesOverAComparisonThatIsItsOnlyArgument) {
+  Q node;
+  const auto children = node.getChildrenForKey("size__gt", 5, true);
+  ASSERT_TRUE(children);
+  EXPECT_TRUE(children->empty());
+  EXPECT_EQ(node, q({{"size__gt", 5}}));
+}
+
+TEST(Q, AKeywordThatCannotBeExpandedGivesNoChildren) {
+  Q node, none(nullptr);
+  TWError error;
+  EXPECT_FALSE(node.getChildrenForKey("size__range", 1, false, &error));
+  EXPECT_EQ(error.message(), "Value of lookup size__range must have exactly 2 elements");
+  error = {};
+  EXPECT_FALSE(node.getChildrenForKey("size__range", TWValue::list({1, TWValue()}), false, &error));
+  EXPECT_EQ(error.message(), "Value for filter on field path size cannot be None");
+  EXPECT_FALSE(none.getChildrenForKey("size", 1, true));
+}
+
 TEST(Q, AQueryThatStandsAloneIsTakenAsItIs) {
   const Q or_ = q({{"subject", "x"}, {"body", "y"}, {"conn_type", "OR"}});
   const Q made = Q::withQueries({or_}, {});

@@ -1,5 +1,7 @@
 // What queries are written as for a folder.
 
+#include <chrono>
+
 #include <gtest/gtest.h>
 
 #include "tarnwell/folders/Q.h"
@@ -8,8 +10,12 @@
 #include "tarnwell/items/TWIndexedElements.h"
 #include "tarnwell/items/TWMessage.h"
 #include "tarnwell/protocol/TWVersion.h"
+#include "tarnwell/schema/TWEnumFields.h"
 #include "tarnwell/schema/TWExtendedProperty.h"
+#include "tarnwell/schema/TWFieldPath.h"
+#include "tarnwell/schema/TWIndexedFields.h"
 #include "tarnwell/services/TWErrors.h"
+#include "tarnwell/time/TWDateTime.h"
 
 #include "tests/schema/VersionedField.h"
 #include "tests/support/XMLMatchers.h"
@@ -55,6 +61,9 @@ std::string constant(const std::string& value) { return "<t:Constant Value=\"" +
 std::string wrapped(const std::string& value) {
   return "<t:FieldURIOrConstant>" + constant(value) + "</t:FieldURIOrConstant>";
 }
+std::string comparison(const std::string& name, const std::string& uri, const std::string& value) {
+  return "<t:" + name + ">" + path(uri) + wrapped(value) + "</t:" + name + ">";
+}
 std::string contains(const std::string& uri, const std::string& value) {
   return "<t:Contains ContainmentMode=\"Substring\" ContainmentComparison=\"Exact\">" + path(uri) +
          constant(value) + "</t:Contains>";
@@ -97,6 +106,23 @@ TEST_F(QXMLTest, ChildrenAreOrderedByTheirPath) {
                                     contains("item:Subject", "s") + "</t:And>")));
 }
 
+TEST_F(QXMLTest, ChildrenWithoutAPathComeFirst) {
+  const Q either = Q::withKeywords({{"subject", "x"}, {"size", 1}, {"conn_type", "OR"}});
+  EXPECT_THAT(xml(Q::withQueries({Q::withKeywords({{"body__contains", "b"}}), either}, {})),
+              EqualsXML(restriction("<t:And><t:Or>" + comparison("IsEqualTo", "item:Size", "1") +
+                                    comparison("IsEqualTo", "item:Subject", "x") + "</t:Or>" +
+                                    contains("item:Body", "b") + "</t:And>")));
+}
+
+TEST_F(QXMLTest, ChildrenOfOnePathStayInTheirOrder) {
+  const auto atLeast = comparison("IsGreaterThanOrEqualTo", "item:Size", "1");
+  const auto atMost = comparison("IsLessThanOrEqualTo", "item:Size", "9");
+  EXPECT_THAT(xml({{"size__range", {1, 9}}}),
+              EqualsXML(restriction("<t:And>" + atLeast + atMost + "</t:And>")));
+  EXPECT_THAT(xml({{"size__lte", 9}, {"size__gte", 1}}),
+              EqualsXML(restriction("<t:And>" + atMost + atLeast + "</t:And>")));
+}
+
 TEST_F(QXMLTest, NegationsWrap) {
   EXPECT_THAT(xml(~Q::withKeywords({{"subject__contains", "a"}})),
               EqualsXML(restriction("<t:Not>" + contains("item:Subject", "a") + "</t:Not>")));
@@ -108,12 +134,37 @@ TEST_F(QXMLTest, NegationsWrap) {
                                     contains("item:Subject", "a") + "</t:And></t:Not>")));
 }
 
+TEST_F(QXMLTest, ANegatedCompoundIsWrappedAsItIs) {
+  const auto both = contains("item:Body", "b") + contains("item:Subject", "a");
+  EXPECT_THAT(xml(~Q::withKeywords({{"subject__contains", "a"}, {"body__contains", "b"}})),
+              EqualsXML(restriction("<t:Not><t:And>" + both + "</t:And></t:Not>")));
+  EXPECT_THAT(xml(~Q::withKeywords(
+                  {{"subject__contains", "a"}, {"body__contains", "b"}, {"conn_type", "OR"}})),
+              EqualsXML(restriction("<t:Not><t:Or>" + both + "</t:Or></t:Not>")));
+}
+
 TEST_F(QXMLTest, AnEmptyQueryIsNoRestriction) {
   TWError error;
   EXPECT_FALSE(Q().toXML(*inbox, nullptr, &error));
   EXPECT_FALSE(Q().xmlElem(*inbox, nullptr, &error));
   EXPECT_FALSE(Q(nullptr).toXML(*inbox, nullptr, &error));
   EXPECT_FALSE(error);
+}
+
+TEST_F(QXMLTest, ANodeOfEmptyNodesAloneIsRefused) {
+  const auto none = TWValue::list({});
+  for (const auto& keywords :
+       {TWKeywords{{"categories__in", none}, {"conn_type", "NOT"}},
+        TWKeywords{{"categories__in", none}, {"subject__in", none}},
+        TWKeywords{{"categories__in", none}, {"subject__in", none}, {"conn_type", "OR"}}}) {
+    const auto error = refusal(keywords, *inbox);
+    EXPECT_EQ(error,
+              TWError(TWErrorCode::ErrorValueOutOfRange,
+                      "Query restricts nothing: " + Q::withKeywords(keywords).description()));
+  }
+  // Beside one that is not, an empty one does no harm.
+  EXPECT_THAT(xml({{"categories__in", none}, {"subject__contains", "a"}}),
+              EqualsXML(restriction("<t:And>" + contains("item:Subject", "a") + "</t:And>")));
 }
 
 TEST_F(QXMLTest, AQueryStringReplacesTheRestriction) {
@@ -132,6 +183,51 @@ TEST_F(QXMLTest, ConstantsAreTheTextsOfTheFieldsValues) {
   EXPECT_THAT(xml({{"subject", "a\x01z"}}),
               EqualsXML(restriction("<t:IsEqualTo>" + path("item:Subject") + wrapped("a?z") +
                                     "</t:IsEqualTo>")));
+}
+
+TEST_F(QXMLTest, DatesAndFalseAreWrittenInTheirOwnForms) {
+  const TWInstant instant(std::chrono::hours(24 * 365));
+  EXPECT_THAT(xml({{"datetime_received__gte", instant}}),
+              EqualsXML(restriction(comparison("IsGreaterThanOrEqualTo", "item:DateTimeReceived",
+                                               TWDateTime::iso8601String(instant)))));
+  EXPECT_THAT(xml({{"is_read", false}}),
+              EqualsXML(restriction(comparison("IsEqualTo", "message:IsRead", "0"))));
+}
+
+/// Items with an enumeration, which no item of the server's has.
+class RankedItem : public detail::ElementKind<RankedItem, TWItem> {
+ public:
+  static const TWElementClass& elementClass() {
+    static const auto& kClass = *new TWElementClass(
+        {.name = "RankedItem",
+         .base = &TWItem::elementClass(),
+         .elementName = "Item",
+         .fields =
+             [] {
+               return TWFields{TWEnumField::withProps(
+                   {.name = "rank", .fieldURI = "item:Rank", .enum_ = {"Low", "High"}})};
+             },
+         .make = &detail::makeElement<RankedItem>});
+    return kClass;
+  }
+};
+
+class RankedFolder : public detail::FolderKind<RankedFolder, TWFolder> {
+ public:
+  static const TWFolderClass& elementClass() {
+    static const auto& kClass = *new TWFolderClass(
+        {.name = "RankedFolder",
+         .base = &TWFolder::elementClass(),
+         .supportedItemModels =
+             [] { return std::vector<const TWElementClass*>{&RankedItem::elementClass()}; },
+         .make = &detail::makeElement<RankedFolder>});
+    return kClass;
+  }
+};
+
+TEST_F(QXMLTest, NamesOfAnEnumerationAreComparedByTheirNumber) {
+  EXPECT_THAT(xml(Q::withKeywords({{"rank", "High"}}), *RankedFolder::withDict()),
+              EqualsXML(restriction(comparison("IsEqualTo", "item:Rank", "2"))));
 }
 
 TEST_F(QXMLTest, ValuesAreValidatedByTheirField) {
@@ -184,6 +280,27 @@ TEST_F(QXMLTest, PartsOfEntriesAreNamedByLabelAndPart) {
             "Field path TWFieldPath__physical_addresses__Home must contain a subfield");
 }
 
+TEST_F(QXMLTest, PathsAreTestedFieldFirstThenPart) {
+  const auto field = contacts->folderClass().getItemFieldByFieldName("physical_addresses");
+  ASSERT_TRUE(field);
+  const auto part = TWSubField::withProps({.name = "x", .isSearchable = false});
+  const auto refusalOf = [](const std::shared_ptr<TWFieldPath>& path, const TWFolder& folder) {
+    TWError error;
+    EXPECT_FALSE(Q::validateFieldPath(*path, folder, &error));
+    EXPECT_TRUE(error.is(TWErrorCode::ErrorValueOutOfRange));
+    return error.message();
+  };
+  EXPECT_EQ(refusalOf(TWFieldPath::withField(field, "Home", part), *contacts),
+            "EWS does not support filtering on subfield x");
+  EXPECT_EQ(refusalOf(TWFieldPath::withField(field, "Home"), *contacts),
+            "Field path TWFieldPath__physical_addresses__Home must contain a subfield");
+  EXPECT_EQ(refusalOf(TWFieldPath::withField(field, "Home", part), *inbox),
+            "physical_addresses is not a valid field when filtering on TWInbox");
+  const auto culture = contacts->folderClass().getItemFieldByFieldName("culture");
+  EXPECT_EQ(refusalOf(TWFieldPath::withField(culture, "Home", part), *contacts),
+            "EWS does not support filtering on field culture");
+}
+
 TEST_F(QXMLTest, ExtendedPropertiesAreComparedToPlainValues) {
   TWError error;
   ASSERT_TRUE(TWMessage::registerAttr("external_id", TWExternId::elementClass(), &error)) << error;
@@ -222,6 +339,22 @@ TEST_F(QXMLTest, SettersAreHonoured) {
   EXPECT_EQ(error.message(), "Operator ~ is not supported");
 }
 
+TEST_F(QXMLTest, ConnectorsThatAreSetAreHonouredAndOthersRefused) {
+  const auto body = contains("item:Body", "b"), subject = contains("item:Subject", "a");
+  Q both = Q::withKeywords({{"subject__contains", "a"}, {"body__contains", "b"}});
+  both.setConnType("OR");
+  EXPECT_THAT(xml(both), EqualsXML(restriction("<t:Or>" + body + subject + "</t:Or>")));
+  Q leaf = Q::withKeywords({{"subject__contains", "a"}});
+  leaf.setConnType("NOT");
+  EXPECT_THAT(xml(leaf), EqualsXML(restriction("<t:Not>" + subject + "</t:Not>")));
+  for (Q q : {both, leaf}) {
+    q.setConnType("or");
+    TWError error;
+    EXPECT_FALSE(q.toXML(*inbox, nullptr, &error));
+    EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Connector or is not supported"));
+  }
+}
+
 TEST_F(QXMLTest, AThousandLevelsAreWrittenAndMoreAreRefused) {
   Q deep = Q::withKeywords({{"subject", "x"}});
   for (int level = 1; level < 1000; ++level) deep = deep.qAnd(Q::withKeywords({{"size", level}}));
@@ -240,6 +373,16 @@ TEST_F(QXMLTest, ARestrictionNeedsAQueryThatRestricts) {
   EXPECT_EQ(error.message(), "Q object must not be empty");
   EXPECT_FALSE(TWRestriction::withQ(Q::withQueryString("a"), nullptr, &error));
   EXPECT_EQ(error.message(), "Restriction must have a folder");
+}
+
+TEST_F(QXMLTest, ARestrictionWhoseQueryHasBecomeEmptyIsRefused) {
+  Q q = Q::withKeywords({{"subject", "a"}});
+  const auto made = TWRestriction::withQ(q, inbox);
+  ASSERT_TRUE(made);
+  q.setFieldPath(std::nullopt);
+  TWError error;
+  EXPECT_FALSE(made->toXML(nullptr, &error));
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Q object must not be empty"));
 }
 
 TEST_F(QXMLTest, ARestrictionPrintsItsXML) {
