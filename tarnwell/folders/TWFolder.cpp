@@ -268,11 +268,11 @@ TWItemEntries TWFolder::findItems(const Q& q, const TWFindItemsOptions& options,
   const std::optional<TWRestriction> none;
   auto pages =
       TWFindItem::withAccount(account, {self()})
-          ->call(options.additionalFields, searchesText ? none : restriction, options.orderFields,
-                 options.shape, searchesText ? restriction : none, options.depth,
-                 options.calendarView,
-                 options.pageSize == 0 ? static_cast<int>(TWFindItem::chunkSize) : options.pageSize,
-                 options.maxItems);
+          ->call(
+              options.additionalFields, searchesText ? none : restriction, options.orderFields,
+              options.shape, searchesText ? restriction : none, options.depth, options.calendarView,
+              options.pageSize == 0 ? static_cast<int>(TWFindItem::chunkSize()) : options.pageSize,
+              options.maxItems);
   const bool idsOnly = options.shape == "IdOnly" && options.additionalFields.empty();
   TWItemEntries entries;
   while (!failure) {
@@ -283,6 +283,7 @@ TWItemEntries TWFolder::findItems(const Q& q, const TWFindItemsOptions& options,
         entries.push_back(*std::move(entry));
       if (failure) break;
     }
+    if (options.calendarView) break;  // no pages, even when the server says there is more
   }
   if (failure) setError(error, failure);
   return entries;

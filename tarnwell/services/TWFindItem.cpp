@@ -30,10 +30,13 @@ std::shared_ptr<TWFindItem> TWFindItem::withAccount(std::shared_ptr<TWAccount> a
   return std::shared_ptr<TWFindItem>(new TWFindItem(std::move(account), std::move(folders)));
 }
 
-TWPagedServiceResponse TWFindItem::call(
-    Paths additionalFields, const std::optional<TWRestriction>& restriction, Orders orderFields,
-    std::string shape, const std::optional<TWRestriction>& query, std::string depth,
-    std::shared_ptr<TWCalendarView> calendarView, int pageSize, std::int64_t maxItems) {
+TWPagedServiceResponse TWFindItem::call(Paths additionalFields,
+                                        const std::optional<TWRestriction>& restriction,
+                                        Orders orderFields, std::string shape,
+                                        const std::optional<TWRestriction>& query,
+                                        std::string depth,
+                                        std::shared_ptr<TWCalendarView> calendarView, int pageSize,
+                                        std::int64_t maxItems, TWError* /*error*/) {
   auto payload = [this, fields = std::move(additionalFields), restriction,
                   orders = std::move(orderFields), shape = std::move(shape), query,
                   depth = std::move(depth), view = std::move(calendarView),

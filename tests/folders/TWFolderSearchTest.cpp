@@ -202,6 +202,26 @@ TEST_F(TWFolderSearch, ACalendarViewTakesThePlaceOfPages) {
   EXPECT_EQ(server.requestCount(), 1U);
 }
 
+TEST_F(TWFolderSearch, ACalendarViewThatIsCutShortHasNoSecondPage) {
+  const auto calendar = folder("C", TWCalendar::elementClass());
+  const auto view = TWCalendarView::withDict(
+      {{"start", TWInstant(0s)}, {"end", TWInstant(3600s)}, {"max_items", 2}});
+  // Servers then say that there is more, but not where.
+  for (const auto& items : {itemXML("1"), itemXML("1") + itemXML("2")}) {
+    server.startOver();
+    server.on("FindItem", answer("FindItem", test::responseMessage(
+                                                 "FindItem", "Success", "NoError",
+                                                 "<m:RootFolder TotalItemsInView=\"5\" "
+                                                 "IncludesLastItemInRange=\"false\"><t:Items>" +
+                                                     items + "</t:Items></m:RootFolder>")));
+    TWError error;
+    const auto found = calendar->findItems(Q(), {.calendarView = view}, &error);
+    EXPECT_FALSE(error) << error;
+    EXPECT_EQ(found.size(), items == itemXML("1") ? 1U : 2U);
+    EXPECT_EQ(server.requestCount(), 1U);
+  }
+}
+
 TEST_F(TWFolderSearch, NeedsAnAccount) {
   TWError error;
   EXPECT_THAT(TWInbox::withDict({{"folder_id", "I"}})->findItems(Q(), TWFindItemsOptions(), &error),

@@ -54,7 +54,7 @@ TEST_F(TWFindItemTest, DeclaresItsNames) {
   EXPECT_EQ(TWFindItem::elementContainerName(), "Items");
   EXPECT_EQ(TWFindItem::elementContainerXMLns(),
             "http://schemas.microsoft.com/exchange/services/2006/types");
-  EXPECT_EQ(TWFindItem::chunkSize, 100U);
+  EXPECT_EQ(TWFindItem::chunkSize(), 100U);
 }
 
 TEST_F(TWFindItemTest, WritesItsPartsInOrder) {
@@ -90,6 +90,29 @@ TEST_F(TWFindItemTest, IndexedFieldsAreAskedForEntryByEntry) {
   EXPECT_THAT(payload.compactXMLString(),
               HasSubstr("<t:IndexedFieldURI FieldURI=\"contacts:PhysicalAddress:City\" "
                         "FieldIndex=\"Home\"/>"));
+}
+
+TEST_F(TWFindItemTest, FieldsAreExpandedAndSortedByTheirPaths) {
+  const auto contacts = folder("C", TWContacts::elementClass());
+  const auto shapeOf = [&](const TWFindItem::Paths& fields) {
+    return TWFindItem::withAccount(account, {contacts})
+        ->getPayload(fields, std::nullopt, {}, "IdOnly", std::nullopt, "Shallow", nullptr, 1, 0)
+        .compactXMLString();
+  };
+  const auto subject = path("subject", *contacts), body = path("body", *contacts),
+             phones = path("phone_numbers", *contacts);
+  std::string expected = "<t:FieldURI FieldURI=\"item:Body\"/>";
+  for (const char* label :
+       {"AssistantPhone", "BusinessFax", "BusinessPhone", "BusinessPhone2", "Callback", "CarPhone",
+        "CompanyMainPhone", "HomeFax", "HomePhone", "HomePhone2", "Isdn", "MobilePhone", "OtherFax",
+        "OtherTelephone", "Pager", "PrimaryPhone", "RadioPhone", "Telex", "TtyTddPhone"})
+    expected.append("<t:IndexedFieldURI FieldURI=\"contacts:PhoneNumber\" FieldIndex=\"")
+        .append(label)
+        .append("\"/>");
+  expected += "<t:FieldURI FieldURI=\"item:Subject\"/>";
+  const auto shape = shapeOf({subject, phones, body});
+  EXPECT_THAT(shape, HasSubstr("<t:AdditionalProperties>" + expected));
+  EXPECT_EQ(shapeOf({phones, body, subject}), shape);
 }
 
 TEST_F(TWFindItemTest, PagesAreAskedForOfEveryServer) {
@@ -128,7 +151,32 @@ TEST_F(TWFindItemTest, WhatCannotBeWrittenFailsThePageBeforeItIsSent) {
   EXPECT_EQ(refusal(TWFindItem::withAccount(account, {nullptr})
                         ->call({}, std::nullopt, {}, "IdOnly", std::nullopt, "x", nullptr, 1, 0)),
             "(null) must be a folder or the id of one");
+  auto q = Q::withKeywords({{"subject", "x"}});
+  const auto emptied = restriction(q);
+  q.setFieldPath(std::nullopt);
+  EXPECT_EQ(refusal(service->call({}, emptied, {}, "IdOnly", std::nullopt, "x", nullptr, 1, 0)),
+            "Q object must not be empty");
   EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWFindItemTest, TheErrorsOfACallComeWithItsPages) {
+  server.on("FindItem", test::errorAnswer("FindItem", "ErrorAccessDenied"));
+  TWError error;
+  auto pages = service->call({}, {}, {}, "IdOnly", {}, "Shallow", nullptr, 100, 0, &error);
+  EXPECT_FALSE(error);
+  EXPECT_FALSE(pages.nextPage(&error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorAccessDenied)) << error;
+}
+
+TEST_F(TWFindItemTest, ItemsAreLookedForInTheirOwnNamespace) {
+  server.on("FindItem", answer("FindItem", test::responseMessage(
+                                               "FindItem", "Success", "NoError",
+                                               "<m:RootFolder IncludesLastItemInRange=\"true\">"
+                                               "<m:Items/></m:RootFolder>")));
+  TWError error;
+  EXPECT_FALSE(service->call({}, {}, {}, "IdOnly", {}, "Shallow", nullptr, 1, 0).nextPage(&error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorTransport));
+  EXPECT_THAT(error.message(), HasSubstr("No Items elements in ResponseMessage <m:RootFolder"));
 }
 
 TEST_F(TWFindItemTest, ReadsPagesUpToTheMaximum) {
@@ -149,10 +197,28 @@ TEST_F(TWFindItemTest, ReadsPagesUpToTheMaximum) {
 }
 
 TEST_F(TWFindItemTest, SaysNothingOfTheAccountAndUsesTheOrdinaryConnection) {
+  TWAccountOptions options;
+  options.primarySmtpAddress = "ann@example.com";
+  options.accessType = TWAccessTypeImpersonation;
+  options.credentials = TWCredentials::credentialsWithUsernamePassword("service", "pw");
+  options.config = TWConfiguration{TWProtocol::withServiceEndpoint(
+      server.url(), options.credentials, TWVersion(TWBuild(15, 1)))};
+  const auto impersonating = TWAccount::withOptions(options);
+  // Requests are written for the account's server, but declare the version of the protocol.
+  impersonating->setVersion(TWVersion(TWBuild(8, 1), "Exchange2007_SP1"));
   server.on("FindItem", answer("FindItem", pageMessage("FindItem", "Items", "")));
-  auto pages = service->call({}, std::nullopt, {}, "IdOnly", std::nullopt, "x", nullptr, 1, 0);
-  ASSERT_TRUE(pages.nextPage());
-  EXPECT_THAT(server.requests().at(0).body, Not(HasSubstr("TimeZoneContext")));
+  server.on("DeleteItem", test::successAnswer("DeleteItem"));
+  ASSERT_TRUE(TWFindItem::withAccount(impersonating, {inbox})
+                  ->call({}, std::nullopt, {}, "IdOnly", std::nullopt, "x", nullptr, 1, 0)
+                  .nextPage());
+  ASSERT_TRUE(impersonating->bulkDelete({TWIdPair{"1"}}, "HardDelete", "SendToNone",
+                                        "AllOccurrences", true));
+  const auto requests = server.requests();
+  EXPECT_THAT(requests.at(0).body, Not(HasSubstr("TimeZoneContext")));
+  EXPECT_THAT(requests.at(0).body, Not(HasSubstr("ExchangeImpersonation")));
+  EXPECT_THAT(requests.at(0).body, HasSubstr("RequestServerVersion Version=\"Exchange2016\""));
+  EXPECT_THAT(requests.at(1).body, HasSubstr("ExchangeImpersonation"));
+  EXPECT_EQ(requests.at(0).connection, requests.at(1).connection);
 }
 
 }  // namespace
