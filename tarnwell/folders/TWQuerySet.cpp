@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 #include <utility>
 
 #include "tarnwell/account/TWAccount.h"
@@ -29,7 +30,8 @@ struct TWQuerySet::State {
   std::shared_ptr<TWCalendarView> calendarView;
   int pageSize = 0;
   int maxItems = 0;
-  std::optional<TWItemEntries> cache;
+  mutable std::mutex mutex;  // guards what follows
+  Cache cache;
 };
 
 namespace {
@@ -47,9 +49,10 @@ TWValue valueIn(const TWItemEntry& entry, const TWFieldPath& path) {
   return item ? path.getValue(*item) : TWValue();
 }
 
-void logLine(const TWFolder& folder, std::string_view format,
+/// @param folder  null: nobody's.
+void logLine(const TWFolder* folder, std::string_view format,
              std::initializer_list<TWValue> values) {
-  const auto account = folder.account();
+  const auto account = folder == nullptr ? nullptr : folder->account();
   TWLogger::logger().rlog("[%@] %@", {account ? TWValue(account->logName()) : TWValue(),
                                       formatMessage(format, values)});
 }
@@ -90,7 +93,7 @@ TWQuerySet TWQuerySet::none() const {
 
 TWQuerySet TWQuerySet::with(const Q& q, const TWQueries& queries, const TWKeywords& dict) const {
   if (q.isEmpty() && (!queries.empty() || !dict.empty()))
-    logLine(*state_->folder, "A query restricts nothing: %@", {dict.description()});
+    logLine(state_->folder.get(), "A query restricts nothing: %@", {dict.description()});
   auto set = copy();
   TWError error;
   set.state_->q = set.state_->q ? set.state_->q.qAnd(q, &error) : q;
@@ -125,7 +128,7 @@ TWQuerySet TWQuerySet::only(const std::vector<std::string>& fields) const {
     if (auto resolved = path(field, &error))
       paths.emplace_back(std::move(resolved));
     else
-      logLine(*state_->folder, "Field %@ is left out: %@", {field, error.message()});
+      logLine(state_->folder.get(), "Field %@ is left out: %@", {field, error.message()});
   }
   set.state_->onlyFields = std::move(paths);
   return set;
@@ -140,7 +143,7 @@ TWQuerySet TWQuerySet::orderBy(const std::vector<std::string>& orders) const {
     if (auto each = TWFieldOrder::fromString(order, *state_->folder, false, &error))
       resolved.push_back(std::move(each));
     else
-      logLine(*state_->folder, "Order %@ is left out: %@", {order, error.message()});
+      logLine(state_->folder.get(), "Order %@ is left out: %@", {order, error.message()});
   }
   set.state_->orderFields = std::move(resolved);
   return set;
@@ -194,7 +197,17 @@ int TWQuerySet::maxItems() const { return state_ ? state_->maxItems : 0; }
 void TWQuerySet::setMaxItems(int maxItems) {
   if (state_) state_->maxItems = maxItems;
 }
-bool TWQuerySet::isCached() const { return state_ && state_->cache; }
+bool TWQuerySet::isCached() const { return cached() != nullptr; }
+
+TWQuerySet::Cache TWQuerySet::cached() const {
+  if (!state_) return nullptr;
+  const std::scoped_lock lock(state_->mutex);
+  return state_->cache;
+}
+void TWQuerySet::setCached(Cache cache) const {
+  const std::scoped_lock lock(state_->mutex);
+  state_->cache.swap(cache);  // the earlier results go after the lock
+}
 
 std::shared_ptr<TWFieldPath> TWQuerySet::itemIdField() const {
   return state_ ? path("item_id") : nullptr;
@@ -269,20 +282,20 @@ TWItemEntries TWQuerySet::query(TWError* error) const {
 }
 
 std::optional<TWItemEntries> TWQuerySet::getItems(TWError* error) const {
-  if (isCached()) return state_->cache;
+  if (const auto cache = cached()) return *cache;
   TWError failure;
   auto entries = query(&failure);
   if (failure) {
     setError(error, failure);
     return std::nullopt;
   }
-  state_->cache = entries;
+  setCached(std::make_shared<const TWItemEntries>(entries));
   return entries;
 }
 
 TWItemEntries TWQuerySet::iterator(int pageSize, TWError* error) const {
   if (state_ && !state_->q) return {};
-  if (isCached()) return *state_->cache;
+  if (const auto cache = cached()) return *cache;
   if (state_) state_->pageSize = pageSize;
   return query(error);
 }
@@ -298,47 +311,47 @@ TWQuerySet TWQuerySet::forIds(int pageSize) const {
 }
 
 std::size_t TWQuerySet::count(int pageSize, TWError* error) const {
-  if (isCached()) return state_->cache->size();
+  if (const auto cache = cached()) return cache->size();
   const auto ids = forIds(pageSize == 0 ? kCountingPageSize : pageSize).getItems(error);
   return ids ? ids->size() : 0;
 }
 
 std::size_t TWQuerySet::count(TWError* error) const {
-  if (isCached()) return state_->cache->size();
+  if (const auto cache = cached()) return cache->size();
   setError(error, notCached("count(error)"));
   return 0;
 }
 
 bool TWQuerySet::exists(TWError* error) const {
-  if (isCached()) return !state_->cache->empty();
+  if (const auto cache = cached()) return !cache->empty();
   setError(error, notCached("exists(error)"));
   return false;
 }
 
 std::size_t TWQuerySet::length(TWError* error) const {
-  if (isCached()) return state_->cache->size();
+  if (const auto cache = cached()) return cache->size();
   setError(error, notCached("length(error)"));
   return 0;
 }
 
 std::optional<TWItemEntry> TWQuerySet::getItemAtIndex(std::size_t index, TWError* error) const {
-  if (isCached())
-    return index < state_->cache->size() ? std::optional((*state_->cache)[index]) : std::nullopt;
+  if (const auto cache = cached())
+    return index < cache->size() ? std::optional((*cache)[index]) : std::nullopt;
   setError(error, notCached("getItemAtIndex"));
   return std::nullopt;
 }
 
 TWItemEntries TWQuerySet::getItemsInRange(std::size_t location, std::size_t length,
                                           TWError* error) const {
-  if (!isCached()) {
+  const auto cache = cached();
+  if (!cache) {
     setError(error, notCached("getItemsInRange"));
     return {};
   }
-  const auto& cache = *state_->cache;
-  const auto first = std::min(location, cache.size());
-  const auto last = first + std::min(length, cache.size() - first);
-  return {cache.begin() + static_cast<std::ptrdiff_t>(first),
-          cache.begin() + static_cast<std::ptrdiff_t>(last)};
+  const auto first = std::min(location, cache->size());
+  const auto last = first + std::min(length, cache->size() - first);
+  return {cache->begin() + static_cast<std::ptrdiff_t>(first),
+          cache->begin() + static_cast<std::ptrdiff_t>(last)};
 }
 
 std::optional<TWItemEntries> TWQuerySet::fetchById(const TWKeywords& dict, TWError* error) const {
@@ -354,7 +367,10 @@ std::optional<TWItemEntries> TWQuerySet::fetchById(const TWKeywords& dict, TWErr
       setError(error, failure);
       return std::nullopt;
     }
-    (key == "item_id" ? pair.id : pair.changekey.emplace()) = text.asText().value_or("");
+    if (key == "item_id")
+      pair.id = text.asText().value_or("");
+    else
+      pair.changekey = text.asText();
   }
   return state_->folder->fetch({pair}, state_->onlyFields, error);
 }
@@ -365,15 +381,20 @@ std::optional<TWItemEntry> TWQuerySet::get(const TWQueries& queries, const TWKey
     setError(error, failure_);
     return std::nullopt;
   }
-  TWError failure;
-  std::optional<TWItemEntries> entries;
   const auto isNamed = [&](std::size_t at, std::string_view name) {
     return (dict.begin() + static_cast<std::ptrdiff_t>(at))->key == name;
   };
-  if (queries.empty() && dict.empty() && isCached()) {
-    entries = state_->cache;
-  } else if (queries.empty() && !dict.empty() && dict.size() <= 2 && isNamed(0, "item_id") &&
-             (dict.size() == 1 || isNamed(1, "changekey"))) {
+  const bool isBare = queries.empty() && dict.empty();
+  const bool isById = queries.empty() && !dict.empty() && dict.size() <= 2 &&
+                      isNamed(0, "item_id") && (dict.size() == 1 || isNamed(1, "changekey"));
+  // Neither is another filter, which would let this one match again.
+  if (!state_->q && (isBare || isById)) return std::nullopt;
+  TWError failure;
+  std::optional<TWItemEntries> entries;
+  const auto cache = isBare ? cached() : nullptr;
+  if (cache) {
+    entries = *cache;
+  } else if (isById) {
     entries = fetchById(dict, &failure);
   } else {
     entries = filter(queries, dict).getItems(&failure);
@@ -397,11 +418,15 @@ std::optional<TWResults<bool>> TWQuerySet::delete_(int pageSize, TWError* error)
     setError(error, {TWErrorCode::ErrorValueOutOfRange, "Folder must have an account"});
     return std::nullopt;
   }
-  const auto entries = isCached() ? state_->cache : forIds(pageSize).getItems(error);
-  if (!entries) return std::nullopt;
+  auto entries = cached();
+  if (!entries) {
+    auto ids = forIds(pageSize).getItems(error);
+    if (!ids) return std::nullopt;
+    entries = std::make_shared<const TWItemEntries>(*std::move(ids));
+  }
   auto results =
       account->bulkDelete(*entries, "HardDelete", "SendToNone", "AllOccurrences", true, error);
-  state_->cache.reset();
+  setCached(nullptr);
   return results;
 }
 
@@ -465,7 +490,7 @@ TWQuerySet::Iterator TWQuerySet::begin() const {
   TWError error;
   auto entries = getItems(&error);
   if (!entries) {
-    if (state_) logLine(*state_->folder, "Query failed: %@", {error.description()});
+    logLine(folder().get(), "Query failed: %@", {error.description()});
     return {};
   }
   return Iterator(*std::move(entries));

@@ -35,7 +35,8 @@ class TWFolder;
 /// A handle: copies mean the same query set, its cached results included. Chaining answers a new
 /// one and leaves this one alone (`reverse` excepted). Where chaining fails it answers nothing,
 /// which tests false: chaining on it gives nothing again, evaluating it fails with the error that
-/// it was made with. Holds its folder. Used by one thread at a time.
+/// it was made with. Holds its folder. Used by one thread at a time, but for the cached results:
+/// those may be looked at while another thread evaluates.
 class TWQuerySet {
  public:
   /// All items of the folder. Nothing for null.
@@ -50,7 +51,7 @@ class TWQuerySet {
   /// The same query, not yet evaluated, without page size and limit.
   [[nodiscard]] TWQuerySet copy() const;
   [[nodiscard]] TWQuerySet all() const { return copy(); }
-  /// Matches nothing, until it is filtered again.
+  /// Matches nothing, until it is filtered again; `get` by an id alone is no filter.
   [[nodiscard]] TWQuerySet none() const;
   /// What also matches these; see `Q::withQueries` for the forms. Nothing when they are bad.
   ///
@@ -92,6 +93,7 @@ class TWQuerySet {
   [[nodiscard]] std::string returnFormat() const;
   [[nodiscard]] std::shared_ptr<TWCalendarView> calendarView() const;
   /// Searches a range of a calendar, whose orders are then applied here rather than by the server.
+  /// What the server answers is all there is: such a search has no pages.
   void setCalendarView(std::shared_ptr<TWCalendarView> view);
   /// How many items are asked for at a time; 0: 100.
   [[nodiscard]] int pageSize() const;
@@ -133,7 +135,7 @@ class TWQuerySet {
 
   /// The first of the items that match; absent, without an error, when none does. A search for
   /// exactly "item_id", or "item_id" and "changekey", fetches that item without searching. An error
-  /// that came in the first item's place is reported.
+  /// that came in the first item's place is reported. From `none` only another filter gets one.
   [[nodiscard]] std::optional<TWItemEntry> get(const TWQueries& queries, const TWKeywords& dict,
                                                TWError* error = nullptr) const;
   [[nodiscard]] std::optional<TWItemEntry> get(const TWKeywords& dict,
@@ -201,6 +203,7 @@ class TWQuerySet {
 
  private:
   struct State;
+  using Cache = std::shared_ptr<const TWItemEntries>;  ///< null: not cached
   TWQuerySet() = default;
   [[nodiscard]] static TWQuerySet nothing(TWError error);
   [[nodiscard]] TWQuerySet with(const Q& q, const TWQueries& queries, const TWKeywords& dict) const;
@@ -212,6 +215,8 @@ class TWQuerySet {
   [[nodiscard]] TWQuerySet forIds(int pageSize) const;
   [[nodiscard]] std::optional<TWItemEntries> fetchById(const TWKeywords& dict,
                                                        TWError* error) const;
+  [[nodiscard]] Cache cached() const;
+  void setCached(Cache cache) const;
 
   std::shared_ptr<State> state_;  ///< null for nothing
   TWError failure_;               ///< why it is nothing

@@ -12,7 +12,7 @@
 #include "tarnwell/schema/TWFieldPath.h"
 #include "tarnwell/services/TWErrors.h"
 
-#include "tests/folders/FolderTesting.h"
+#include "tests/folders/QuerySetTesting.h"
 #include "tests/support/RecordingLog.h"
 
 namespace tarnwell::test {
@@ -23,42 +23,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-std::string idXML(const std::string& id) {
-  return "<t:ItemId Id=\"" + id + "\" ChangeKey=\"ck-" + id + "\"/>";
-}
-std::string messageXML(const std::string& id, const std::string& subject = "") {
-  return "<t:Message>" + idXML(id) +
-         (subject.empty() ? "" : "<t:Subject>" + subject + "</t:Subject>") + "</t:Message>";
-}
-
-/// An inbox with messages on a scripted server.
-class TWQuerySetTest : public MailboxTest {
- protected:
-  TWQuerySetTest() { inbox = folder("I", TWInbox::elementClass()); }
-
-  void finds(const std::string& items) {
-    server.on("FindItem", answer("FindItem", pageMessage("FindItem", "Items", items)));
-  }
-  void fetches(const std::vector<std::string>& items) {
-    std::string messages;
-    for (const auto& item : items)
-      messages +=
-          responseMessage("GetItem", "Success", "NoError", "<m:Items>" + item + "</m:Items>");
-    server.on("GetItem", answer("GetItem", messages));
-  }
-  /// Three messages whose subjects are "b", "c", "a".
-  void hasMessages() {
-    finds(messageXML("1") + messageXML("2") + messageXML("3"));
-    fetches({messageXML("1", "b"), messageXML("2", "c"), messageXML("3", "a")});
-  }
-  static std::vector<std::string> idsOf(const TWItemEntries& entries) {
-    std::vector<std::string> ids;
-    for (const auto& entry : entries) ids.push_back(entry.idPair() ? entry.idPair()->id : "-");
-    return ids;
-  }
-
-  std::shared_ptr<TWFolder> inbox;
-};
+using TWQuerySetTest = QuerySetTest;
 
 TEST_F(TWQuerySetTest, StartsWithoutRestriction) {
   const auto set = inbox->all();
@@ -113,6 +78,49 @@ TEST_F(TWQuerySetTest, CopiesStartWithoutSizesAndCache) {
   EXPECT_FALSE(copy.isCached());
   EXPECT_EQ(copy.q(), set.q());
   EXPECT_EQ(copy.onlyFields()->size(), 1U);
+}
+
+TEST_F(TWQuerySetTest, CopiesHaveTheVerySameQueryAndOrders) {
+  auto set = inbox->filter({{"subject", "x"}}).orderBy({"subject"}).values({"subject"});
+  set.setCalendarView(TWCalendarView::withDict());
+  const auto copy = set.copy();
+  set.q().setValue("z");
+  EXPECT_EQ(copy.q().value(), TWValue("z"));
+  EXPECT_EQ(copy.orderFields()->at(0), set.orderFields()->at(0));
+  EXPECT_EQ(copy.returnFormat(), "values");
+  EXPECT_NE(copy.calendarView(), nullptr);
+  EXPECT_EQ(copy.calendarView(), set.calendarView());
+}
+
+TEST_F(TWQuerySetTest, PathsAreMadeAnew) {
+  const auto set = inbox->all();
+  EXPECT_NE(set.itemIdField(), set.itemIdField());
+  EXPECT_NE(set.changeKeyField(), set.changeKeyField());
+}
+
+TEST_F(TWQuerySetTest, AdditionalFieldsAreTheNamedOnesThatAreNoAttributes) {
+  const auto names = [](const TWQuerySet& set) {
+    std::vector<std::string> texts;
+    for (const auto& path : set.additionalFields()) texts.push_back(path->path());
+    return texts;
+  };
+  EXPECT_THAT(names(inbox->all()), IsEmpty());
+  EXPECT_THAT(names(inbox->all().only({"item_id", "subject", "changekey", "body"})),
+              ElementsAre("subject", "body"));
+  EXPECT_THAT(names(inbox->all().valuesList({"size", "item_id"})), ElementsAre("size"));
+}
+
+TEST_F(TWQuerySetTest, TheFieldsNamedLastCount) {
+  const auto set = inbox->all().only({"size"}).only({"subject"});
+  ASSERT_EQ(set.onlyFields()->size(), 1U);
+  EXPECT_EQ(set.onlyFields()->at(0).asObject<TWFieldPath>()->path(), "subject");
+}
+
+TEST_F(TWQuerySetTest, ReversingTwiceRestoresTheOrders) {
+  const auto set = inbox->all().orderBy({"subject", "-size"}).reverse().reverse();
+  EXPECT_FALSE(set.orderFields()->at(0)->reverse());
+  EXPECT_TRUE(set.orderFields()->at(1)->reverse());
+  EXPECT_EQ(inbox->all().reverse().orderFields(), std::nullopt);
 }
 
 TEST_F(TWQuerySetTest, FiltersAreJoinedByAnd) {
