@@ -46,6 +46,8 @@ void TWBulkCreateResult::initFromXML(const NKXMLElement& xml,
   }
   if (!attachments.empty()) set("attachments", std::move(attachments));
   // These stand in a child rather than in the item's own attributes.
+  remove("item_id");
+  remove("changekey");
   const auto pair = TWItem::idFromXML(xml);
   if (!pair) return;
   set("item_id", pair->id);

@@ -176,7 +176,8 @@ void TWItem::initFromXML(const NKXMLElement& xml, const std::shared_ptr<TWAccoun
   constexpr std::size_t kIdAndAccount = 3;
   readFields(xml, account, version ? &*version : nullptr, kIdAndAccount);
   setAccount(account);
-  if (const auto pair = idFromXML(xml)) setIdPair(pair);
+  // The fields of the id have read the attributes of the item's own element.
+  setIdPair(idFromXML(xml));
   linkAttachments();
 }
 

@@ -134,6 +134,9 @@ TEST(TWItem, ReadsWhateverElementItIsGiven) {
 TEST(TWItem, AttributesOfItsOwnElementAreNotItsId) {
   const auto item = read<TWItem>("<t:Item Id='x'><t:ItemId Id='i' ChangeKey='c'/></t:Item>");
   EXPECT_EQ(item->get<std::string>("item_id"), "i");
+  const auto withoutId = read<TWItem>("<t:Item Id='x' ChangeKey='y'/>");
+  EXPECT_TRUE(withoutId->get("item_id").isAbsent());
+  EXPECT_TRUE(withoutId->get("changekey").isAbsent());
 }
 
 TEST(TWItem, IsWrittenWithDefaultsAndWithoutWhatTheServerSets) {

@@ -615,6 +615,8 @@ TEST_F(TWItemServices, TheResultOfACreationTellsTheIdsOfItemAndAttachments) {
   const auto sent = TWBulkCreateResult::fromXML(parse("<t:Message/>"));
   EXPECT_EQ(sent->idPair(), std::nullopt);
   EXPECT_THAT(sent->allKeys(), IsEmpty());
+  EXPECT_THAT(TWBulkCreateResult::fromXML(parse("<t:Message Id='x' ChangeKey='y'/>"))->allKeys(),
+              IsEmpty());
 }
 
 }  // namespace
