@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <memory>
 #include <optional>
 #include <string>
@@ -62,9 +63,10 @@ class TWItem : public detail::ElementKind<TWItem, TWRegisterMixIn> {
   [[nodiscard]] std::shared_ptr<TWItem> parentItem() const;
   void setParentItem(const std::shared_ptr<TWItem>& item);
 
-  // The item on the server. Whatever fails leaves the item as it was. Errors: ErrorValueOutOfRange
-  // for an item that has no account, or no id where it must have one; those of the account's
-  // operation; that which came in place of the item's result.
+  // The item on the server. Whatever fails leaves the item as it was; what validation fills in
+  // ("content_type", defaults) stays in its attachments, and in the items attached. Errors:
+  // ErrorValueOutOfRange for an item that has no account, or no id where it must have one; those of
+  // the account's operation; that which came in place of the item's result.
 
   /// Creates the item in its folder, with its attachments, or updates the one on the server.
   bool save(TWError* error = nullptr);
@@ -94,13 +96,37 @@ class TWItem : public detail::ElementKind<TWItem, TWRegisterMixIn> {
   bool move(const std::shared_ptr<TWFolder>& toFolder, TWError* error = nullptr);
   /// Afterwards the item is in the account's Deleted Items, without an id.
   bool moveToTrash(const TWItemDeletion& how = {}, TWError* error = nullptr);
+  bool moveToTrash(std::string_view sendMeetingCancellations, std::string_view affectedOccurrencies,
+                   std::same_as<bool> auto suppressReadReceipts, TWError* error = nullptr) {
+    return moveToTrash(
+        deletion(sendMeetingCancellations, affectedOccurrencies, suppressReadReceipts), error);
+  }
   /// Afterwards the item is in the account's folder of recoverable deletions, without an id.
   bool softDelete(const TWItemDeletion& how = {}, TWError* error = nullptr);
+  bool softDelete(std::string_view sendMeetingCancellations, std::string_view affectedOccurrencies,
+                  std::same_as<bool> auto suppressReadReceipts, TWError* error = nullptr) {
+    return softDelete(
+        deletion(sendMeetingCancellations, affectedOccurrencies, suppressReadReceipts), error);
+  }
   /// For good. Afterwards the item has neither id nor folder.
   bool delete_(const TWItemDeletion& how = {}, TWError* error = nullptr);
+  bool delete_(std::string_view sendMeetingCancellations, std::string_view affectedOccurrencies,
+               std::same_as<bool> auto suppressReadReceipts, TWError* error = nullptr) {
+    return delete_(deletion(sendMeetingCancellations, affectedOccurrencies, suppressReadReceipts),
+                   error);
+  }
   /// Leaves the item as it is.
   /// @param deleteType  "HardDelete", "SoftDelete" or "MoveToDeletedItems"
   bool delete_(std::string_view deleteType, const TWItemDeletion& how, TWError* error = nullptr);
+  bool delete_(std::string_view deleteType, std::string_view sendMeetingCancellations,
+               std::string_view affectedOccurrencies, std::same_as<bool> auto suppressReadReceipts,
+               TWError* error = nullptr) {
+    return delete_(deleteType,
+                   deletion(sendMeetingCancellations, affectedOccurrencies, suppressReadReceipts),
+                   error);
+  }
+
+  // Both: ErrorType when "attachments" holds anything but a list of attachments.
 
   /// Adds an attachment, once; an item that is on the server has it there at once, others when they
   /// are saved. See `TWAttachment::attach`; also ErrorValueOutOfRange for null.
@@ -121,6 +147,12 @@ class TWItem : public detail::ElementKind<TWItem, TWRegisterMixIn> {
   [[nodiscard]] bool isComparable(const TWEWSElement& other) const override;
 
  private:
+  [[nodiscard]] static TWItemDeletion deletion(std::string_view sendMeetingCancellations,
+                                               std::string_view affectedOccurrencies,
+                                               bool suppressReadReceipts) {
+    return {std::string(sendMeetingCancellations), std::string(affectedOccurrencies),
+            suppressReadReceipts};
+  }
   void linkAttachments();
   [[nodiscard]] TWItemEntries asEntries() const;
   [[nodiscard]] std::shared_ptr<TWAccount> accountForChange(TWError* error) const;

@@ -6,6 +6,7 @@
 #include "tarnwell/items/TWBulkCreateResult.h"
 #include "tarnwell/items/TWItem.h"
 #include "tarnwell/services/detail/BadValue.h"
+#include "tarnwell/util/TWFormat.h"
 
 namespace tarnwell {
 
@@ -30,6 +31,17 @@ const TWResult<T>* outcomeOf(const std::optional<TWResults<T>>& outcomes, TWErro
   if (outcomes->front()) return &outcomes->front();
   setError(error, outcomes->front().error());
   return nullptr;
+}
+
+/// Absent with an error when "attachments" holds something else, which must not be overwritten.
+std::optional<Attachments> attachmentsOf(const TWItem& item, TWError* error) {
+  const auto& value = item.get(kAttachments);
+  if (value.isAbsent()) return Attachments();
+  auto attachments = item.get<Attachments>(kAttachments);
+  if (!attachments)
+    setError(error,
+             {TWErrorCode::ErrorType, formatMessage("%@ must be a list of attachments", {value})});
+  return attachments;
 }
 
 bool isMissing(const TWValue& value) {
@@ -92,10 +104,15 @@ std::shared_ptr<TWBulkCreateResult> TWItem::create(std::string_view messageDispo
     return nullptr;
   }
   const auto self = std::static_pointer_cast<TWItem>(shared_from_this());
+  const auto before = allKeys();
   const auto created =
       account->bulkCreate(folder(), {self}, messageDisposition, sendMeetingInvitations, error);
   const auto* const outcome = outcomeOf(created, error);
-  return outcome != nullptr && messageDisposition == kSaveOnly ? outcome->value() : nullptr;
+  if (outcome != nullptr) return messageDisposition == kSaveOnly ? outcome->value() : nullptr;
+  // What validation filled in.
+  for (const auto& key : allKeys())
+    if (std::ranges::find(before, key) == before.end()) remove(key);
+  return nullptr;
 }
 
 std::vector<std::string> TWItem::fieldNamesToUpdate() const {
@@ -121,6 +138,10 @@ std::optional<TWIdPair> TWItem::update(const std::vector<std::string>& updateFie
   const auto account = this->account();
   if (!account) {
     setError(error, badValue("Items must have an account"));
+    return std::nullopt;
+  }
+  if (get("item_id").textView().empty()) {
+    setError(error, badValue("Item must have an id"));
     return std::nullopt;
   }
   auto names = updateFields.empty() ? fieldNamesToUpdate() : updateFields;
@@ -161,16 +182,19 @@ bool TWItem::move(const std::shared_ptr<TWFolder>& toFolder, TWError* error) {
 }
 
 bool TWItem::moveToTrash(const TWItemDeletion& how, TWError* error) {
-  if (!delete_("MoveToDeletedItems", how, error)) return false;
+  // Others may let go of the account meanwhile.
+  const auto account = accountForChange(error);
+  if (!account || !delete_("MoveToDeletedItems", how, error)) return false;
   setIdPair(std::nullopt);
-  setFolder(account()->trash());
+  setFolder(account->trash());
   return true;
 }
 
 bool TWItem::softDelete(const TWItemDeletion& how, TWError* error) {
-  if (!delete_("SoftDelete", how, error)) return false;
+  const auto account = accountForChange(error);
+  if (!account || !delete_("SoftDelete", how, error)) return false;
   setIdPair(std::nullopt);
-  setFolder(account()->recoverableItemsDeletions());
+  setFolder(account->recoverableItemsDeletions());
   return true;
 }
 
@@ -192,6 +216,8 @@ bool TWItem::delete_(std::string_view deleteType, const TWItemDeletion& how, TWE
 
 bool TWItem::attach(const std::shared_ptr<TWAttachment>& attachment, TWError* error) {
   if (!isThere(attachment, error)) return false;
+  auto attachments = attachmentsOf(*this, error);
+  if (!attachments) return false;
   const auto before = attachment->parentItem();
   attachment->setParentItem(std::static_pointer_cast<TWItem>(shared_from_this()));
   if (!get("item_id").isAbsent() && attachment->get(kAttachmentId).isAbsent() &&
@@ -199,20 +225,20 @@ bool TWItem::attach(const std::shared_ptr<TWAttachment>& attachment, TWError* er
     attachment->setParentItem(before);
     return false;
   }
-  auto attachments = get<Attachments>(kAttachments).value_or(Attachments());
-  if (std::ranges::find(attachments, attachment) == attachments.end()) {
-    attachments.push_back(attachment);
-    set(kAttachments, TWList(attachments.begin(), attachments.end()));
+  if (std::ranges::find(*attachments, attachment) == attachments->end()) {
+    attachments->push_back(attachment);
+    set(kAttachments, TWList(attachments->begin(), attachments->end()));
   }
   return true;
 }
 
 bool TWItem::detach(const std::shared_ptr<TWAttachment>& attachment, TWError* error) {
   if (!isThere(attachment, error)) return false;
+  auto attachments = attachmentsOf(*this, error);
+  if (!attachments) return false;
   if (!get("item_id").isAbsent() && !attachment->detach(error)) return false;
-  auto attachments = get<Attachments>(kAttachments).value_or(Attachments());
-  std::erase(attachments, attachment);
-  set(kAttachments, TWList(attachments.begin(), attachments.end()));
+  if (std::erase(*attachments, attachment) != 0)
+    set(kAttachments, TWList(attachments->begin(), attachments->end()));
   return true;
 }
 

@@ -9,11 +9,13 @@
 #include "tarnwell/items/TWMessage.h"
 
 #include "tests/folders/FolderTesting.h"
+#include "tests/support/XMLMatchers.h"
 
 namespace tarnwell {
 namespace {
 
 using test::answer;
+using test::EqualsXML;
 using test::errorAnswer;
 using test::folderXML;
 using test::responseMessage;
@@ -40,6 +42,14 @@ class TWItemOperations : public test::MailboxTest {
     message->setIdPair(TWIdPair{"M", "old"});
     return message;
   }
+  /// Folders by their distinguished ids.
+  void hasWellKnownFolders() {
+    server.on("GetFolder", [](const std::string& payload) {
+      const auto at = payload.find(" Id=\"") + 5;
+      const auto name = payload.substr(at, payload.find('"', at) - at);
+      return answer("GetFolder", test::foldersMessage("GetFolder", folderXML(name, name, "", "")));
+    });
+  }
   /// Runs an operation that must fail with that error and leave the item as it was.
   template <class Operation>
   TWError failure(const std::shared_ptr<TWItem>& item, const Operation& operation) {
@@ -51,6 +61,7 @@ class TWItemOperations : public test::MailboxTest {
   }
 
   const std::shared_ptr<TWFolder> in = folder("F");
+  const TWError noId{TWErrorCode::ErrorValueOutOfRange, "Item must have an id"};
 };
 
 TEST_F(TWItemOperations, SavingANewItemGivesItItsIdAndThoseOfItsAttachments) {
@@ -103,6 +114,28 @@ TEST_F(TWItemOperations, SavingAnItemThatIsThereTakesTheNewChangeKeyOnly) {
   EXPECT_THAT(server.payload(0), HasSubstr("<t:ItemId Id=\"M\" ChangeKey=\"old\""));
 }
 
+TEST_F(TWItemOperations, SavingAnItemThatIsThereWritesAllThatHasAValueAndTellsNobody) {
+  server.on("UpdateItem", items("UpdateItem", ""));
+  const auto message = savedMessage();
+  message->set("sender", "ann@example.com");
+  message->set("is_draft", false);
+  TWError error;
+  ASSERT_TRUE(message->save(&error)) << error;
+  const auto set = [](const std::string& path, const std::string& element) {
+    return "<t:SetItemField><t:FieldURI FieldURI='" + path + "'/><t:Message>" + element +
+           "</t:Message></t:SetItemField>";
+  };
+  EXPECT_THAT(server.payload(0),
+              EqualsXML("<m:UpdateItem ConflictResolution='AutoResolve' "
+                        "MessageDisposition='SaveOnly' "
+                        "SendMeetingInvitationsOrCancellations='SendToNone' "
+                        "SuppressReadReceipts='false'><m:ItemChanges><t:ItemChange>"
+                        "<t:ItemId Id='M' ChangeKey='old'/><t:Updates>" +
+                        set("item:Subject", "<t:Subject>s</t:Subject>") +
+                        set("item:Culture", "<t:Culture>en-US</t:Culture>") +
+                        "</t:Updates></t:ItemChange></m:ItemChanges></m:UpdateItem>"));
+}
+
 TEST_F(TWItemOperations, AnUpdateWithoutNamesWritesWhatHasAValueAndMayBeWritten) {
   const auto message = savedMessage();
   message->set("size", 7);
@@ -120,6 +153,28 @@ TEST_F(TWItemOperations, WithNothingToWriteNothingIsSent) {
   const auto message = TWMessage::withDict({{"folder", in}, {"item_id", "M"}});
   EXPECT_TRUE(message->save());
   EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWItemOperations, AnItemWithoutAnIdIsNotUpdatedEvenWithNothingToWrite) {
+  const auto fresh = TWMessage::withDict({{"folder", in}});
+  const auto update = [&](TWError* e) {
+    return fresh->update({}, "SaveOnly", "AutoResolve", "SendToNone", e).has_value();
+  };
+  EXPECT_EQ(failure(fresh, update), noId);
+  const auto emptyId = TWMessage::withDict({{"folder", in}, {"item_id", ""}});
+  EXPECT_EQ(failure(emptyId, [&](TWError* e) { return emptyId->save(e); }), noId);
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWItemOperations, WhatIsOnlySentGoesIntoNoFolder) {
+  server.on("CreateItem", answer("CreateItem", responseMessage("CreateItem", "Success", "NoError",
+                                                               "<m:Items/>")));
+  const auto message = TWMessage::withDict({{"account", TWValue::weak(account)}});
+  TWError error;
+  EXPECT_EQ(message->create("SendOnly", "SendToNone", &error), nullptr);
+  EXPECT_FALSE(error) << error;
+  EXPECT_THAT(server.payload(0), HasSubstr("MessageDisposition=\"SendOnly\""));
+  EXPECT_THAT(server.payload(0), Not(HasSubstr("SavedItemFolderId")));
 }
 
 TEST_F(TWItemOperations, WhatIsSentHasNoResult) {
@@ -142,8 +197,7 @@ TEST_F(TWItemOperations, WhatIsSentHasNoResult) {
 TEST_F(TWItemOperations, FailWithoutAnIdOrAnAccount) {
   const auto expectNeedsBoth = [&](const auto& operation) {
     const auto neither = TWMessage::withDict();
-    EXPECT_EQ(failure(neither, [&](TWError* e) { return operation(*neither, e); }),
-              TWError(TWErrorCode::ErrorValueOutOfRange, "Item must have an id"));
+    EXPECT_EQ(failure(neither, [&](TWError* e) { return operation(*neither, e); }), noId);
     const auto withoutAccount = TWMessage::withDict({{"item_id", "M"}});
     EXPECT_EQ(failure(withoutAccount, [&](TWError* e) { return operation(*withoutAccount, e); }),
               TWError(TWErrorCode::ErrorValueOutOfRange, "Item must have an account"));
@@ -168,6 +222,14 @@ TEST_F(TWItemOperations, LeaveTheItemAsItWasWhenTheServerRefuses) {
     server.on(name, errorAnswer(name, "ErrorItemNotFound"));
     EXPECT_TRUE(failure(item, operation).is(TWErrorCode::ErrorItemNotFound)) << name;
   };
+  const auto file = TWFileAttachment::withDict({{"name", "a"}, {"content_type", "text/plain"}});
+  EXPECT_TRUE(file->setContent({'A'}) && fresh->attach(file));
+  fresh->remove("culture");
+  refused("CreateItem", fresh, [&](TWError* e) { return fresh->save(e); });
+  EXPECT_EQ(fresh->idPair(), std::nullopt);
+  EXPECT_EQ(fresh->folder(), in);
+  EXPECT_TRUE(fresh->get("culture").isAbsent());
+  EXPECT_TRUE(file->get("attachment_id").isAbsent());
   refused("UpdateItem", message, [&](TWError* e) { return message->save(e); });
   refused("GetItem", message, [&](TWError* e) { return message->refresh(e); });
   refused("MoveItem", message, [&](TWError* e) { return message->move(folder("T"), e); });
@@ -205,11 +267,7 @@ TEST_F(TWItemOperations, MovingTakesTheIdAndTheFolder) {
 
 TEST_F(TWItemOperations, DeletingTakesTheIdAndLeavesTheFolderThatHoldsTheItemNow) {
   server.on("DeleteItem", successAnswer("DeleteItem"));
-  server.on("GetFolder", [](const std::string& payload) {
-    const auto at = payload.find(" Id=\"") + 5;
-    const auto name = payload.substr(at, payload.find('"', at) - at);
-    return answer("GetFolder", test::foldersMessage("GetFolder", folderXML(name, name, "", "")));
-  });
+  hasWellKnownFolders();
   const auto trashed = savedMessage(), soft = savedMessage(), gone = savedMessage(),
              kept = savedMessage();
   TWError error;
@@ -242,6 +300,59 @@ TEST_F(TWItemOperations, DeletingTakesTheIdAndLeavesTheFolderThatHoldsTheItemNow
   EXPECT_TRUE(kept->delete_("SoftDelete", {}));
   EXPECT_EQ(kept->idPair(), (TWIdPair{"M", "old"}));
   EXPECT_EQ(kept->folder(), in);
+}
+
+TEST_F(TWItemOperations, HowAnItemIsDeletedMayBeToldInARow) {
+  server.on("DeleteItem", successAnswer("DeleteItem"));
+  hasWellKnownFolders();
+  const auto deleted = [&](const auto& operation, const std::string& type) {
+    const auto message = savedMessage();
+    server.startOver();
+    TWError error;
+    EXPECT_TRUE(operation(*message, &error)) << error;
+    EXPECT_THAT(server.payload(0), HasSubstr("<m:DeleteItem DeleteType=\"" + type +
+                                             "\" SendMeetingCancellations=\"SendOnlyToAll\" "
+                                             "AffectedTaskOccurrences=\"SpecifiedOccurrenceOnly\" "
+                                             "SuppressReadReceipts=\"true\">"));
+    return !message->idPair();
+  };
+  constexpr auto kTo = "SendOnlyToAll", kWhich = "SpecifiedOccurrenceOnly";
+  EXPECT_TRUE(
+      deleted([&](TWItem& item, TWError* e) { return item.moveToTrash(kTo, kWhich, true, e); },
+              "MoveToDeletedItems"));
+  EXPECT_TRUE(
+      deleted([&](TWItem& item, TWError* e) { return item.softDelete(kTo, kWhich, true, e); },
+              "SoftDelete"));
+  EXPECT_TRUE(deleted([&](TWItem& item, TWError* e) { return item.delete_(kTo, kWhich, true, e); },
+                      "HardDelete"));
+  EXPECT_FALSE(
+      deleted([&](TWItem& item, TWError*) { return item.delete_("SoftDelete", kTo, kWhich, true); },
+              "SoftDelete"));
+}
+
+TEST_F(TWItemOperations, AnAccountMayGoWhileAnItemIsDeleted) {
+  hasWellKnownFolders();
+  const auto deleteMeanwhile = [&](const auto& operation) {
+    auto owner = test::makeAccount(server.url());
+    const auto message = TWMessage::withDict({{"account", TWValue::weak(owner)}, {"item_id", "M"}});
+    server.on("DeleteItem", [&owner](const std::string&) {
+      owner.reset();
+      return successAnswer("DeleteItem");
+    });
+    TWError error;
+    EXPECT_TRUE(operation(*message, &error)) << error;
+    EXPECT_EQ(message->account(), nullptr);
+    EXPECT_EQ(message->idPair(), std::nullopt);
+    return message->folder();
+  };
+  const auto trash =
+      deleteMeanwhile([](TWItem& item, TWError* e) { return item.moveToTrash({}, e); });
+  ASSERT_TRUE(trash);
+  EXPECT_EQ(trash->className(), "TWDeletedItems");
+  const auto recoverable =
+      deleteMeanwhile([](TWItem& item, TWError* e) { return item.softDelete({}, e); });
+  ASSERT_TRUE(recoverable);
+  EXPECT_EQ(recoverable->className(), "TWRecoverableItemsDeletions");
 }
 
 }  // namespace
