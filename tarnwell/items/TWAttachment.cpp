@@ -8,6 +8,7 @@
 #include "tarnwell/schema/TWElementFields.h"
 #include "tarnwell/schema/TWNumberFields.h"
 #include "tarnwell/schema/TWTextFields.h"
+#include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWUtils.h"
@@ -148,6 +149,8 @@ bool TWItemAttachment::clean(const TWVersion* version, TWError* error) {
 NKXMLElement TWItemAttachment::toXML(const TWVersion* version, TWError* error) {
   TWError failure;
   const auto item = getItem(&failure);
+  if (!failure && !item && get(kItem).isAbsent() && !get("attachment_id").isAbsent())
+    failure = {TWErrorCode::ErrorValueOutOfRange, formatMessage("%@ has no item", {description()})};
   if (failure) {
     setError(error, failure);
     return {};

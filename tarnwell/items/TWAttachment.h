@@ -69,9 +69,6 @@ class TWAttachment : public TWEWSElement {
   /// What the server has under the id; invalid with an error when it cannot be had, and without one
   /// when there is no id.
   [[nodiscard]] NKXMLElement download(TWError* error) const;
-
- private:
-  [[nodiscard]] std::shared_ptr<TWAccount> parentAccount(TWError* error) const;
 };
 
 /// A file (`t:FileAttachment`): besides these "is_contact_photo", and the bytes as "_content".
@@ -109,7 +106,8 @@ class TWItemAttachment : public detail::ElementKind<TWItemAttachment, TWAttachme
   /// The item is validated too; ErrorType for an "_item" that is none.
   bool clean(const TWVersion* version, TWError* error = nullptr) override;
   /// The item stands last, in an element of its own kind; it is read first where it is not known
-  /// yet.
+  /// yet. ErrorValueOutOfRange when what the server has under the id holds no item that could be
+  /// read.
   [[nodiscard]] NKXMLElement toXML(const TWVersion* version, TWError* error = nullptr) override;
 
  protected:

@@ -19,7 +19,7 @@ using detail::badValue;
 namespace {
 
 constexpr auto kId = "attachment_id", kContent = "_content", kItem = "_item",
-               kRootChangekey = "root_changekey";
+               kContentType = "content_type", kRootChangekey = "root_changekey";
 
 /// The first result of a call for one attachment; invalid with its error.
 NKXMLElement firstOf(const std::optional<TWList>& results, const TWServiceClass& service,
@@ -40,23 +40,23 @@ NKXMLElement itselfOrChild(const NKXMLElement& xml, std::string_view name, std::
   return xml.localName() == name ? xml : xml.elementForName(name, xmlns);
 }
 
-}  // namespace
-
-std::shared_ptr<TWAccount> TWAttachment::parentAccount(TWError* error) const {
-  const auto parent = parentItem();
+std::shared_ptr<TWAccount> accountOf(const std::shared_ptr<TWItem>& parent, TWError* error) {
   auto account = parent ? parent->account() : nullptr;
   if (!account) setError(error, badValue("Parent item %@ must have an account", {TWValue(parent)}));
   return account;
 }
+
+}  // namespace
 
 bool TWAttachment::attach(TWError* error) {
   if (!get(kId).isAbsent()) {
     setError(error, badValue("This attachment has already been created"));
     return false;
   }
-  const auto account = parentAccount(error);
-  if (!account) return false;
   const auto parent = parentItem();
+  const auto account = accountOf(parent, error);
+  if (!account) return false;
+  const bool hadContentType = !get(kContentType).isAbsent();
   const auto self = std::static_pointer_cast<TWAttachment>(shared_from_this());
   TWError failure;
   const auto results = TWCreateAttachment::withAccount(account)->call(parent, {self}, &failure);
@@ -68,6 +68,7 @@ bool TWAttachment::attach(TWError* error) {
                formatMessage("No %@ elements in ResponseMessage %@",
                              {TWAttachmentId::elementName(), TWValue(xml.XMLString())})};
   if (failure) {
+    if (!hadContentType) remove(kContentType);
     setError(error, failure);
     return false;
   }
@@ -84,7 +85,9 @@ bool TWAttachment::detach(TWError* error) {
     setError(error, badValue("This attachment has not been created"));
     return false;
   }
-  const auto account = parentAccount(error);
+  // Others may let go of the item meanwhile.
+  const auto parent = parentItem();
+  const auto account = accountOf(parent, error);
   if (!account) return false;
   TWError failure;
   const auto results = TWDeleteAttachment::withAccount(account)->call({id}, &failure);
@@ -99,7 +102,7 @@ bool TWAttachment::detach(TWError* error) {
     setError(error, failure);
     return false;
   }
-  parentItem()->set(kRootChangekey, root->get("changekey"));
+  parent->set(kRootChangekey, root->get("changekey"));
   setParentItem(nullptr);
   remove(kId);
   return true;

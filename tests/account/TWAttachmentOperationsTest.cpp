@@ -35,12 +35,15 @@ class TWAttachmentOperations : public test::MailboxTest {
                           "<t:FileAttachment><t:AttachmentId Id=\"1\" RootItemId=\"M\" "
                           "RootItemChangeKey=\"rck\"/></t:FileAttachment>"));
   }
-  void deletes() {
-    server.on(
-        "DeleteAttachment",
-        answer("DeleteAttachment",
-               responseMessage("DeleteAttachment", "Success", "NoError",
-                               "<m:RootItemId RootItemId=\"M\" RootItemChangeKey=\"rck2\"/>")));
+  static test::ScriptedAnswer deleted() {
+    return answer("DeleteAttachment",
+                  responseMessage("DeleteAttachment", "Success", "NoError",
+                                  "<m:RootItemId RootItemId=\"M\" RootItemChangeKey=\"rck2\"/>"));
+  }
+  void deletes() { server.on("DeleteAttachment", deleted()); }
+  /// An answer that is the failure of the whole call.
+  static test::ScriptedAnswer busy() {
+    return test::ScriptedAnswer::xml(test::faultEnvelope("ErrorServerBusy", "busy"), 500);
   }
   static std::shared_ptr<TWFileAttachment> newFile() {
     auto file = TWFileAttachment::withDict({{"name", "a"}});
@@ -112,14 +115,13 @@ TEST_F(TWAttachmentOperations, NullIsNoAttachment) {
 
 TEST_F(TWAttachmentOperations, AttachingThatFailsChangesNothing) {
   const auto file = newFile();
+  const auto keys = file->allKeys(), keysOfMessage = message->allKeys();
   const auto expectFails = [&](TWErrorCode code) {
     TWError error;
     EXPECT_FALSE(message->attach(file, &error));
     EXPECT_TRUE(error.is(code)) << error;
-    EXPECT_TRUE(held(*message).empty());
-    EXPECT_EQ(file->parentItem(), nullptr);
-    EXPECT_TRUE(file->get("attachment_id").isAbsent());
-    EXPECT_TRUE(message->get("root_changekey").isAbsent());
+    EXPECT_EQ(file->allKeys(), keys);
+    EXPECT_EQ(message->allKeys(), keysOfMessage);
   };
   server.on("CreateAttachment", errorAnswer("CreateAttachment", "ErrorItemNotFound"));
   expectFails(TWErrorCode::ErrorItemNotFound);
@@ -127,6 +129,8 @@ TEST_F(TWAttachmentOperations, AttachingThatFailsChangesNothing) {
   expectFails(TWErrorCode::ErrorTransport);
   server.on("CreateAttachment", attachments("CreateAttachment", ""));
   expectFails(TWErrorCode::ErrorTransport);
+  server.on("CreateAttachment", busy());
+  expectFails(TWErrorCode::ErrorServerBusy);
 }
 
 TEST_F(TWAttachmentOperations, NeedAnAccountOfTheParent) {
@@ -137,10 +141,19 @@ TEST_F(TWAttachmentOperations, NeedAnAccountOfTheParent) {
   const auto offline = TWMessage::withDict({{"item_id", "M"}});
   const auto file = newFile();
   file->setParentItem(offline);
+  const auto mustHaveAccount = [](const std::string& what) {
+    return TWError(TWErrorCode::ErrorValueOutOfRange, what + " must have an account");
+  };
   EXPECT_FALSE(file->attach(&error));
-  EXPECT_THAT(error.description(), HasSubstr("must have an account"));
+  EXPECT_EQ(error, mustHaveAccount("Parent item " + offline->description()));
+  error = {};
   EXPECT_FALSE(onServer(offline)->detach(&error));
-  EXPECT_THAT(error.description(), HasSubstr("Parent item "));
+  EXPECT_EQ(error, mustHaveAccount("Parent item " + offline->description()));
+  EXPECT_FALSE(onServer(offline)->getContent(&error));
+  EXPECT_EQ(error, mustHaveAccount(offline->description()));
+  error = {};
+  EXPECT_FALSE(onServer<TWItemAttachment>(offline)->getItem(&error));
+  EXPECT_EQ(error, mustHaveAccount(offline->description()));
   EXPECT_FALSE(onServer(nullptr)->getContent(&error));
   EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "(null) must have an account"));
   EXPECT_FALSE(onServer<TWItemAttachment>(nullptr)->getItem(&error));
@@ -169,15 +182,89 @@ TEST_F(TWAttachmentOperations, DetachingFromAnItemOnTheServerDeletesTheAttachmen
 }
 
 TEST_F(TWAttachmentOperations, DetachingThatFailsChangesNothing) {
-  server.on("DeleteAttachment", errorAnswer("DeleteAttachment", "ErrorItemNotFound"));
   const auto file = onServer(message);
   EXPECT_TRUE(message->attach(file));
+  const auto keys = file->allKeys(), keysOfMessage = message->allKeys();
+  const auto expectFails = [&](const test::ScriptedAnswer& answer, TWErrorCode code) {
+    server.on("DeleteAttachment", answer);
+    TWError error;
+    EXPECT_FALSE(message->detach(file, &error));
+    EXPECT_TRUE(error.is(code)) << error;
+    EXPECT_THAT(held(*message), ElementsAre(file));
+    EXPECT_EQ(file->parentItem(), message);
+    EXPECT_EQ(file->allKeys(), keys);
+    EXPECT_EQ(message->allKeys(), keysOfMessage);
+  };
+  expectFails(errorAnswer("DeleteAttachment", "ErrorItemNotFound"), TWErrorCode::ErrorItemNotFound);
+  expectFails(busy(), TWErrorCode::ErrorServerBusy);
+}
+
+TEST_F(TWAttachmentOperations, AnItemMayGoWhileItsAttachmentIsDetached) {
+  auto parent = TWMessage::withDict({{"folder", folder("F")}, {"item_id", "M"}});
+  const auto file = onServer(parent);
+  server.on("DeleteAttachment", [&parent](const std::string&) {
+    parent.reset();
+    return deleted();
+  });
   TWError error;
-  EXPECT_FALSE(message->detach(file, &error));
-  EXPECT_TRUE(error.is(TWErrorCode::ErrorItemNotFound)) << error;
-  EXPECT_THAT(held(*message), ElementsAre(file));
-  EXPECT_EQ(file->parentItem(), message);
-  EXPECT_FALSE(file->get("attachment_id").isAbsent());
+  EXPECT_TRUE(file->detach(&error)) << error;
+  EXPECT_TRUE(file->get("attachment_id").isAbsent());
+  EXPECT_EQ(file->parentItem(), nullptr);
+}
+
+TEST_F(TWAttachmentOperations, WhatIsNoListOfAttachmentsIsNotOverwritten) {
+  creates();
+  deletes();
+  const auto expectRefused = [&](const TWValue& wrong) {
+    message->set("attachments", wrong);
+    const TWError expected(TWErrorCode::ErrorType,
+                           wrong.description() + " must be a list of attachments");
+    const auto fresh = newFile(), old = onServer(message);
+    TWError error;
+    EXPECT_FALSE(message->attach(fresh, &error));
+    EXPECT_EQ(error, expected);
+    EXPECT_EQ(fresh->parentItem(), nullptr);
+    error = {};
+    EXPECT_FALSE(message->detach(old, &error));
+    EXPECT_EQ(error, expected);
+    EXPECT_FALSE(old->get("attachment_id").isAbsent());
+    EXPECT_EQ(message->get("attachments"), wrong);
+  };
+  expectRefused(newFile());
+  expectRefused(TWList{newFile(), "b"});
+  EXPECT_EQ(server.requestCount(), 0U);
+  // None at all is no such thing, and detaching from it leaves it so.
+  message->remove("attachments");
+  EXPECT_TRUE(message->detach(onServer(message)));
+  EXPECT_TRUE(message->get("attachments").isAbsent());
+}
+
+TEST_F(TWAttachmentOperations, RequestsTellOfTheMailboxAndItsZone) {
+  TWAccountOptions options;
+  options.primarySmtpAddress = "boss@example.com";
+  options.accessType = TWAccessTypeImpersonation;
+  options.credentials = TWCredentials::credentialsWithUsernamePassword("ann@example.com", "pw");
+  options.config = TWConfiguration{TWProtocol::withServiceEndpoint(
+      server.url(), options.credentials, TWVersion(TWBuild(15, 1)))};
+  const auto boss = TWAccount::withOptions(options);
+  const auto parent = TWMessage::withDict({{"account", TWValue::weak(boss)}, {"item_id", "M"}});
+  creates();
+  deletes();
+  server.on("GetAttachment",
+            attachments("GetAttachment",
+                        "<t:FileAttachment><t:Content>QUJD</t:Content></t:FileAttachment>"));
+  TWError error;
+  EXPECT_TRUE(parent->attach(newFile(), &error)) << error;
+  const auto file = onServer(parent);
+  EXPECT_EQ(file->getContent(&error), kABC) << error;
+  EXPECT_TRUE(file->detach(&error)) << error;
+  EXPECT_THAT(server.operations(),
+              ElementsAre("CreateAttachment", "GetAttachment", "DeleteAttachment"));
+  for (const auto& request : server.requests()) {
+    EXPECT_THAT(request.body, HasSubstr("<t:TimeZoneContext"));
+    EXPECT_THAT(request.body,
+                HasSubstr("<t:PrimarySMTPAddress>boss@example.com</t:PrimarySMTPAddress>"));
+  }
 }
 
 TEST_F(TWAttachmentOperations, OfANewItemAskNobody) {
@@ -208,6 +295,44 @@ TEST_F(TWAttachmentOperations, TheContentIsReadOnceAndWhenItIsNotKnown) {
   EXPECT_EQ(server.requestCount(), 1U);
 }
 
+TEST_F(TWAttachmentOperations, TheContentIsReadOverTheOrdinaryConnection) {
+  creates();
+  server.on("GetAttachment",
+            attachments("GetAttachment",
+                        "<t:FileAttachment><t:Content>QUJD</t:Content></t:FileAttachment>"));
+  server.on(
+      "GetItem",
+      answer("GetItem",
+             responseMessage("GetItem", "Success", "NoError",
+                             "<m:Items><t:Message><t:ItemId Id=\"M\"/></t:Message></m:Items>")));
+  EXPECT_TRUE(message->attach(newFile()));
+  EXPECT_EQ(onServer(message)->getContent(), kABC);
+  EXPECT_TRUE(message->refresh());
+  const auto requests = server.requests();
+  ASSERT_EQ(requests.size(), 3U);
+  EXPECT_EQ(requests[1].connection, requests[0].connection);
+  EXPECT_NE(requests[1].connection, requests[2].connection);
+}
+
+TEST_F(TWAttachmentOperations, ReadingThatFailsChangesNothing) {
+  const auto file = onServer(message);
+  const auto inner = onServer<TWItemAttachment>(message);
+  const auto keys = file->allKeys(), keysOfInner = inner->allKeys();
+  const auto expectFails = [&](const test::ScriptedAnswer& answer, TWErrorCode code) {
+    server.on("GetAttachment", answer);
+    TWError error;
+    EXPECT_FALSE(file->getContent(&error));
+    EXPECT_TRUE(error.is(code)) << error;
+    error = {};
+    EXPECT_FALSE(inner->getItem(&error));
+    EXPECT_TRUE(error.is(code)) << error;
+    EXPECT_EQ(file->allKeys(), keys);
+    EXPECT_EQ(inner->allKeys(), keysOfInner);
+  };
+  expectFails(errorAnswer("GetAttachment", "ErrorItemNotFound"), TWErrorCode::ErrorItemNotFound);
+  expectFails(busy(), TWErrorCode::ErrorServerBusy);
+}
+
 TEST_F(TWAttachmentOperations, WritingReadsTheContentAndFailsWithoutIt) {
   server.on("GetAttachment",
             attachments("GetAttachment",
@@ -218,13 +343,34 @@ TEST_F(TWAttachmentOperations, WritingReadsTheContentAndFailsWithoutIt) {
   TWError error;
   EXPECT_FALSE(onServer(message)->toXML(nullptr, &error));
   EXPECT_TRUE(error.is(TWErrorCode::ErrorItemNotFound)) << error;
+  error = {};
   EXPECT_FALSE(onServer<TWItemAttachment>(message)->toXML(nullptr, &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorItemNotFound)) << error;
   server.on("GetAttachment", attachments("GetAttachment", "<t:FileAttachment/>"));
   error = {};
   EXPECT_FALSE(onServer(message)->toXML(nullptr, &error));
   EXPECT_THAT(error.description(), HasSubstr("has no content"));
   // One that nobody gave any content is written as it is.
   EXPECT_TRUE(TWFileAttachment::withDict({{"name", "a"}})->toXML(nullptr));
+}
+
+TEST_F(TWAttachmentOperations, AnItemOfAnUnknownKindIsNotLeftOutOfWhatIsWritten) {
+  for (const char* content : {"", "<t:Name>n</t:Name><t:MeetingMessage/>"}) {
+    server.on("GetAttachment",
+              attachments("GetAttachment",
+                          "<t:ItemAttachment>" + std::string(content) + "</t:ItemAttachment>"));
+    const auto fresh = TWMessage::withDict({{"folder", folder("F")}});
+    const auto attachment = onServer<TWItemAttachment>(fresh);
+    EXPECT_TRUE(fresh->attach(attachment));
+    server.startOver();
+    TWError error;
+    EXPECT_FALSE(fresh->save(&error));
+    EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange,
+                             attachment->description() + " has no item"));
+    EXPECT_THAT(server.operations(), ElementsAre("GetAttachment"));
+  }
+  // One that nobody gave an item is written as it is.
+  EXPECT_TRUE(TWItemAttachment::withDict({{"name", "a"}})->toXML(nullptr));
 }
 
 TEST_F(TWAttachmentOperations, TheItemIsReadOnceAndWhenItIsNotKnown) {
