@@ -62,7 +62,7 @@ std::optional<TWData> TWConnectionStream::await() {
   detail::HTTPResult result = transfer_->perform(exchange);
   for (auto& [name, value] : exchange.headers) detail::wipe(value);
   if (exchange.login) detail::wipe(exchange.login->password);
-  wasCancelled_ = result.error.is(TWHTTPErrorDomain, TWHTTPErrorCancelled);
+  if (result.error.is(TWHTTPErrorDomain, TWHTTPErrorCancelled)) wasCancelled_ = true;
   if (result.redirectTarget.empty()) return fetched();
   refusedRedirect_ = std::move(result.redirectTarget);
   return std::nullopt;  // the page of a redirect is no event
@@ -70,6 +70,10 @@ std::optional<TWData> TWConnectionStream::await() {
 
 /// False when the wait is over.
 bool TWConnectionStream::receive(std::span<const std::uint8_t> arrived) {
+  // The transfer sees it only when nothing more is there to read, which with a server that talks
+  // without a pause may take a while.
+  wasCancelled_ = isCancelled_;
+  if (wasCancelled_) return false;
   // Between documents, blanks only keep the line open. They could not stand before a declaration,
   // either, where half of a separator has come with the document before.
   if (text_->bytes().empty()) arrived = withoutIndent(arrived);

@@ -130,21 +130,22 @@ TEST(TWConnectionStreamTransfer, ErrorCodesAndClosingEndTheWait) {
 /// Whatever the server has done when it goes, orderly or not, the wait ends with what was kept.
 TEST(TWConnectionStreamTransfer, ServerMayGoInEachState) {
   const std::string half = "<s:Envelope";
-  struct State {
+  struct Ending {
     std::string sent;
     std::string kept;
   };
   const std::string head(kChunkedHead);
-  const State states[] = {{"", ""},
-                          {"HTTP/1.1 200", ""},
-                          {head, ""},
-                          {head + "5", ""},
-                          {head + chunk(heartbeat()), ""},
-                          {head + chunk(heartbeat() + "  " + half), half},
-                          {head + chunk("\xE2\x82"), "\xE2\x82"},
-                          {head + chunk("garbage  "), "garbage  "}};
+  const Ending endings[] = {{"", ""},
+                            {"HTTP/1.1 200", ""},
+                            {head, ""},
+                            {head + "5", ""},
+                            {head + chunk(heartbeat()), ""},
+                            {head + chunk(heartbeat() + "  " + half), half},
+                            {head + chunk("\xE2\x82"), "\xE2\x82"},
+                            {head + chunk("garbage  "), "garbage  "}};
   for (const bool resets : {false, true}) {
-    for (const auto& [sent, kept] : states) {
+    for (const auto& ending : endings) {
+      const std::string& sent = ending.sent;
       RawServer server([&, resets](RawConnection& peer) {
         if (!peer.readRequest()) return;
         if (!sent.empty()) peer.write(sent);
@@ -156,7 +157,7 @@ TEST(TWConnectionStreamTransfer, ServerMayGoInEachState) {
       EXPECT_FALSE(record.response);
       // A reset may overtake what was sent before it.
       if (!resets || !record.data.empty()) {
-        EXPECT_EQ(text(record.data), kept) << sent;
+        EXPECT_EQ(text(record.data), ending.kept) << sent;
       }
     }
   }
