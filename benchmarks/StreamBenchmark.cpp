@@ -16,6 +16,7 @@
 #include "tarnwell/protocol/TWConnectionStream.h"
 
 #include "benchmarks/Loopback.h"
+#include "benchmarks/Silence.h"
 #include "tests/support/StreamAnswers.h"
 
 namespace {

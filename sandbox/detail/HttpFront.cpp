@@ -237,7 +237,7 @@ class HttpFront::Listener final : private httplib::Server {
       std::array<char, 24> size{};
       std::snprintf(size.data(), size.size(), "%zx\r\n", bytes.size());
       return bytes.empty() ||
-             (stream.is_writable() && stream.writeAll(size.data() + std::string(bytes) + "\r\n"));
+             (stream.isAwaited() && stream.writeAll(size.data() + std::string(bytes) + "\r\n"));
     };
     const bool begun = stream.writeAll("HTTP/1.1 200 OK\r\nContent-Type: " + answer.contentType +
                                        "\r\nTransfer-Encoding: chunked\r\n"

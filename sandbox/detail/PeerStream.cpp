@@ -80,6 +80,11 @@ bool PeerStream::is_writable() const {
   return ::poll(&entry, 1, 0) >= 0 && (entry.revents & (POLLERR | POLLHUP)) == 0;
 }
 
+bool PeerStream::isAwaited() const {
+  pollfd entry{socket_, POLLRDHUP, 0};
+  return is_writable() && ::poll(&entry, 1, 0) == 0;
+}
+
 ssize_t PeerStream::receive(char* data, std::size_t size) {
   if (ssl_ != nullptr) {
     ERR_clear_error();

@@ -41,6 +41,8 @@ class PeerStream final : public httplib::Stream {
 
   [[nodiscard]] bool is_readable() const override;
   [[nodiscard]] bool is_writable() const override;
+  /// The client has not closed its side, as one does that stops reading a stream.
+  [[nodiscard]] bool isAwaited() const;
   ssize_t read(char* data, std::size_t size) override;
   ssize_t write(const char* data, std::size_t size) override;
   void get_remote_ip_and_port(std::string& ip, int& port) const override;

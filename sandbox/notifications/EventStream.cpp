@@ -1,6 +1,7 @@
 #include "sandbox/notifications/EventStream.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "sandbox/detail/Xml.h"
 #include "sandbox/operations/Operations.h"
@@ -74,7 +75,11 @@ bool EventStream::run(const Write& write) {
       settings_.trouble = SandboxStreamTrouble::none;
       document.replace(document.size() / 2, std::string::npos, "<<\x01\xFF&oops;");
     }
-    if (!send(write, document)) return false;
+    if (!send(write, document)) {
+      // The client has gone; its next stream is told.
+      subscriptions_.giveBack(std::move(batches));
+      return false;
+    }
     if (isOver) return true;
   }
 }

@@ -1,6 +1,7 @@
 #include "sandbox/notifications/Subscriptions.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace tarnwell::sandbox {
 namespace {
@@ -65,6 +66,18 @@ Subscriptions::Wake Subscriptions::wait(const std::vector<std::uint64_t>& number
   };
   changed_.wait_until(lock, deadline, isDone);
   return wake;
+}
+
+void Subscriptions::giveBack(std::vector<Batch> batches) {
+  const std::lock_guard lock(mutex_);
+  for (Batch& batch : batches) {
+    const auto found = entries_.find(batch.subscription);
+    if (found == entries_.end()) continue;
+    auto& events = found->second.events;
+    events.insert(events.begin(), std::make_move_iterator(batch.events.begin()),
+                  std::make_move_iterator(batch.events.end()));
+  }
+  changed_.notify_all();
 }
 
 void Subscriptions::pause(std::chrono::milliseconds time) {

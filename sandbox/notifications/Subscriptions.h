@@ -44,6 +44,8 @@ class Subscriptions {
   /// the queue no more; until `deadline`; until none of the subscriptions is left; or until `stop`.
   [[nodiscard]] Wake wait(const std::vector<std::uint64_t>& numbers, Clock::time_point deadline,
                           std::vector<Batch>& batches);
+  /// Queues events again that could not be delivered, before all others.
+  void giveBack(std::vector<Batch> batches);
   /// Waits, unless it is stopped before.
   void pause(std::chrono::milliseconds time);
 

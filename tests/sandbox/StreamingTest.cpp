@@ -272,6 +272,18 @@ TEST_F(LiveStreaming, EventsArriveWhileTheStreamIsOpen) {
   }
 }
 
+TEST_F(LiveStreaming, WhatAStreamCouldNotDeliverIsToldByTheNext) {
+  const std::string subscription = subscribe(distinguished("inbox"));
+  {
+    OpenConnection left = open(subscription);
+    static_cast<void>(left.readUntil(kDocumentEnd));
+  }
+  const IdPair item =
+      makeItem("<t:Message><t:Subject>a</t:Subject></t:Message>", distinguished("inbox"));
+  OpenConnection next = open(subscription);
+  EXPECT_THAT(next.readUntil(item.id), HasSubstr("CreatedEvent"));
+}
+
 TEST_F(LiveStreaming, UnsubscribingClosesTheStream) {
   const std::string subscription = subscribe(distinguished("inbox"));
   OpenConnection stream = open(subscription);
