@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <iterator>
 
 #include "tarnwell/protocol/TWProtocol.h"
@@ -11,6 +12,7 @@
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWLogger.h"
 #include "tarnwell/util/TWText.h"
+#include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
 namespace {
@@ -51,6 +53,24 @@ std::vector<std::string_view> candidates(const std::optional<TWVersion>& inUse) 
   for (const auto& name : all)
     if (!known || name != names.front()) names.emplace_back(name);
   return names;
+}
+
+/// The error of a request whose text no server could read; none when it can be sent.
+TWError errorOfRequest(std::string_view envelope) {
+  const auto at = TWUtils::findUnsafeXML(envelope);
+  if (at == std::string_view::npos) return {};
+  auto element = envelope.substr(envelope.rfind('<', at) + 1);
+  element = element.substr(0, element.find_first_of(" />"));
+  // Besides control characters U+FFFE and U+FFFF, which have three bytes.
+  const auto byte = [&](std::size_t place) {
+    return static_cast<unsigned>(static_cast<unsigned char>(envelope[place]));
+  };
+  const unsigned code = byte(at) < 0x20U ? byte(at) : 0xFFC0U + (byte(at + 2) & 0x3FU);
+  std::array<char, 8> digits{};
+  std::snprintf(digits.data(), digits.size(), "%04X", code);
+  return {TWErrorCode::ErrorValueOutOfRange,
+          formatMessage("%@ holds U+%@, a character that XML forbids",
+                        {element, std::string_view(digits.data())})};
 }
 
 /// Why an answer that is no SOAP document is none.
@@ -175,6 +195,9 @@ TWResponse TWEWSService::send(const NKXMLElement& payload, std::string_view apiV
                               Exchange exchange) {
   const auto account = context_->envelopeContext();
   const auto envelope = TWTransport::wrap(payload, apiVersion, account ? &*account : nullptr);
+  TWResponse refused;
+  refused.error = errorOfRequest(envelope);
+  if (refused.error) return refused;
   const auto protocol = context_->serviceProtocol();
   if (!protocol) return {};
   const auto connection = exchange.alternate ? protocol->downloader() : protocol->connection();

@@ -93,8 +93,9 @@ class TWEWSService : public std::enable_shared_from_this<TWEWSService> {
   ///
   /// Errors: 10 (ErrorAccessDenied) for HTTP 401; 208 (ErrorInvalidSchemaVersionForMailboxVersion)
   /// when the server takes no version; 395 (ErrorSOAP) for faults and what is no SOAP; 2
-  /// (ErrorTransport) for answers that lack what they must have; the server's own codes; transport
-  /// failures in their own domain.
+  /// (ErrorTransport) for answers that lack what they must have; 384 (ErrorValueOutOfRange), before
+  /// anything is sent, for texts with a character that XML forbids; the server's own codes;
+  /// transport failures in their own domain.
   [[nodiscard]] std::optional<TWList> getElements(const NKXMLElement& payload,
                                                   TWError* error = nullptr);
   /// `stream` leaves the exchange open until the server has something to say; `alternate` uses the

@@ -139,6 +139,14 @@ TWValue TWUtils::valueFromXML(std::string_view text, TWValue::Kind forType) {
   }
 }
 
+std::size_t TWUtils::findUnsafeXML(std::string_view text) noexcept {
+  for (std::size_t at = 0; at < text.size(); ++at)
+    if ((static_cast<unsigned char>(text[at]) < 0x20 || text[at] == '\xEF') &&
+        forbiddenLength(text.substr(at)) != 0)
+      return at;
+  return std::string_view::npos;
+}
+
 std::string TWUtils::xmlFromUnsafeXML(std::string_view text) {
   std::string out;
   out.reserve(text.size());

@@ -56,6 +56,8 @@ class TWUtils {
 
   /// The text with every character that XML 1.0 forbids replaced by "?".
   [[nodiscard]] static std::string xmlFromUnsafeXML(std::string_view text);
+  /// Where the first such character is; npos when there is none.
+  [[nodiscard]] static std::size_t findUnsafeXML(std::string_view text) noexcept;
 
   /// True for lists and dictionaries. A text is not iterable.
   [[nodiscard]] static bool isIterable(const TWValue& object) noexcept {

@@ -229,7 +229,10 @@ TEST_F(TWUtilsTest, ReplacesEveryForbiddenCharacterAndNoOther) {
     const std::string text(1, static_cast<char>(c));
     const bool forbidden = c < 0x20 && c != '\t' && c != '\n' && c != '\r';
     EXPECT_EQ(TWUtils::xmlFromUnsafeXML(text), forbidden ? "?" : text) << c;
+    EXPECT_EQ(TWUtils::findUnsafeXML("é\t" + text), forbidden ? 3 : std::string_view::npos) << c;
   }
+  EXPECT_EQ(TWUtils::findUnsafeXML("\xEF\xBF\xBD\xEF\xBF\xBF\x01"), 3U);
+  EXPECT_EQ(TWUtils::findUnsafeXML(""), std::string_view::npos);
   EXPECT_EQ(TWUtils::xmlFromUnsafeXML("\x01\t"), "?\t");
   EXPECT_EQ(TWUtils::xmlFromUnsafeXML("a\xEF\xBF\xBE"
                                       "b\xEF\xBF\xBF"
