@@ -50,8 +50,9 @@ class TWFolderServices : public test::MailboxTest {
   static std::string id(const std::string& text) {
     return "<t:FolderId Id=\"" + text + "\" ChangeKey=\"ck-" + text + "\"/>";
   }
-  std::shared_ptr<TWFindFolder> findAt(std::optional<TWBuild> build) {
-    auto at = test::makeAccount(server.url(), TWVersion(build, "Exchange2010"));
+  std::shared_ptr<TWFindFolder> findAt(std::optional<TWBuild> build,
+                                       const char* apiVersion = "Exchange2010") {
+    auto at = test::makeAccount(server.url(), TWVersion(build, apiVersion));
     return TWFindFolder::withAccount(at, {folder("A")});
   }
 
@@ -79,17 +80,37 @@ TEST_F(TWFolderServices, DeclareTheirNamesAndContainers) {
   expect(*TWSyncFolders::withAccount(account), "SyncFolderHeirarchy", std::nullopt, "");
 }
 
-TEST_F(TWFolderServices, OnlyAccountBoundOnesTellOfTheAccount) {
+TEST_F(TWFolderServices, AllButFindFolderTellOfTheAccountAndAllUseOneConnection) {
+  TWAccountOptions options;
+  options.primarySmtpAddress = "ann@example.com";
+  options.credentials = TWCredentials::credentialsWithUsernamePassword("service", "pw");
+  options.accessType = TWAccessTypeImpersonation;
+  options.config = TWConfiguration{TWProtocol::withServiceEndpoint(
+      server.url(), options.credentials, TWVersion(TWBuild(15, 1)))};
+  const auto as = TWAccount::withOptions(options);
   server.on("FindFolder", answer("FindFolder", pageMessage("FindFolder", "Folders", "")));
-  server.on("DeleteFolder", successAnswer("DeleteFolder"));
-  auto pages = TWFindFolder::withAccount(account, {folder("A")})->call({}, "IdOnly", "Deep", 1, 0);
+  for (const char* operation : {"GetFolder", "CreateFolder", "UpdateFolder"})
+    server.on(operation, answer(operation, foldersMessage(operation, folderXML("A", "a"))));
+  for (const char* operation : {"MoveFolder", "DeleteFolder", "EmptyFolder"})
+    server.on(operation, successAnswer(operation));
+  const TWList folders{folder("A")};
+  EXPECT_TRUE(TWGetFolder::withAccount(as)->call(folders, {}, "IdOnly"));
+  auto pages = TWFindFolder::withAccount(as, {folder("A")})->call({}, "IdOnly", "Deep", 1, 0);
   EXPECT_TRUE(pages.nextPage());
-  EXPECT_TRUE(TWDeleteFolder::withAccount(account)->call({folder("A")}, "HardDelete"));
+  EXPECT_TRUE(TWCreateFolder::withAccount(as)->call(folder("T"), {folder("A")}));
+  EXPECT_TRUE(TWUpdateFolder::withAccount(as)->call({{folder("A"), {"name"}}}));
+  EXPECT_TRUE(TWMoveFolder::withAccount(as)->call(folders, folder("T")));
+  EXPECT_TRUE(TWEmptyFolder::withAccount(as)->call(folders, "HardDelete", true));
+  EXPECT_TRUE(TWDeleteFolder::withAccount(as)->call(folders, "HardDelete"));
   const auto requests = server.requests();
-  EXPECT_THAT(requests.at(0).body, Not(HasSubstr("TimeZoneContext")));
-  EXPECT_THAT(requests.at(0).body, Not(HasSubstr("Impersonation")));
-  EXPECT_THAT(requests.at(1).body, HasSubstr("TimeZoneContext"));
-  EXPECT_EQ(requests.at(0).connection, requests.at(1).connection);
+  ASSERT_EQ(requests.size(), 7U);
+  for (const auto& request : requests) {
+    const auto operation = test::operationOf(request);
+    const bool tells = operation != "FindFolder";
+    for (const char* element : {"<t:ExchangeImpersonation>", "<t:TimeZoneContext>"})
+      EXPECT_EQ(request.body.find(element) != std::string::npos, tells) << operation << element;
+    EXPECT_EQ(request.connection, requests.front().connection) << operation;
+  }
 }
 
 TEST_F(TWFolderServices, FindFolderDeclaresTheProtocolsVersionAndWritesForTheAccounts) {
@@ -152,6 +173,31 @@ TEST_F(TWFolderServices, FieldsAreAskedForInTheOrderOfTheirNames) {
       HasSubstr(expected));
 }
 
+TEST_F(TWFolderServices, RegisteredPropertiesAreAskedForByTheirOwnUris) {
+  struct Registered {
+    ~Registered() { TWFolder::unregisterAttr("extern_id"); }
+  } registered;
+  ASSERT_TRUE(TWFolder::registerAttr("extern_id", TWExternId::elementClass()));
+  const auto expectAsked = [](const std::string& payload) {
+    const auto at = payload.find("<t:AdditionalProperties><t:ExtendedFieldURI ");
+    ASSERT_NE(at, std::string::npos) << payload;
+    EXPECT_THAT(payload.substr(at), HasSubstr("/><t:FieldURI FieldURI=\"folder:DisplayName\"/>"
+                                              "</t:AdditionalProperties>"));
+  };
+  const auto fields = paths({"name", "extern_id"});
+  server.on("FindFolder", answer("FindFolder", pageMessage("FindFolder", "Folders", "")));
+  server.on("GetFolder", answer("GetFolder", foldersMessage("GetFolder", folderXML("A", "a"))));
+  auto pages =
+      TWFindFolder::withAccount(account, {folder("A")})->call(fields, "IdOnly", "Deep", 1, 0);
+  EXPECT_TRUE(pages.nextPage());
+  EXPECT_TRUE(TWGetFolder::withAccount(account)->call({folder("A")}, fields, "IdOnly"));
+  expectAsked(server.payload(0));
+  expectAsked(server.payload(1));
+  // Searching for folders asks for it unbidden.
+  static_cast<void>(folder("A")->findFolders("IdOnly", "Deep"));
+  EXPECT_THAT(server.payload(2), HasSubstr("<t:ExtendedFieldURI PropertySetId="));
+}
+
 TEST_F(TWFolderServices, AMissingFieldIsNotLeftOut) {
   TWError error;
   EXPECT_FALSE(TWGetFolder::withAccount(account)->call({folder("A")}, {nullptr}, "IdOnly", &error));
@@ -165,14 +211,16 @@ TEST_F(TWFolderServices, AMissingFieldIsNotLeftOut) {
 }
 
 TEST_F(TWFolderServices, PagesOfFoldersCameWithExchange2010) {
-  const auto hasPages = [&](std::optional<TWBuild> build) {
-    return findAt(build)
+  const auto hasPages = [&](std::optional<TWBuild> build, const char* apiVersion = "Exchange2010") {
+    return findAt(build, apiVersion)
                ->getPayload({}, "IdOnly", "Deep", 1, 0)
                .compactXMLString()
                .find("IndexedPageFolderView") != std::string::npos;
   };
   EXPECT_TRUE(hasPages(TWBuild(14, 0)));
   EXPECT_TRUE(hasPages(TWBuild(15, 1)));
+  // The build decides, not the version that requests declare.
+  EXPECT_TRUE(hasPages(TWBuild(14, 0), "Exchange2007_SP1"));
   EXPECT_FALSE(hasPages(TWBuild(8, 3, 999)));
   EXPECT_FALSE(hasPages(TWBuild(8, 0)));
   EXPECT_FALSE(hasPages(std::nullopt));
@@ -409,6 +457,21 @@ TEST_F(TWFolderServices, UpdateFolderChecksBeforeItSends) {
   EXPECT_EQ(server.requestCount(), 0U);
 }
 
+TEST_F(TWFolderServices, AFieldThatTheServerDoesNotKnowYetIsNotUpdated) {
+  const auto late = TWCharField::withProps(
+      {.name = "late", .fieldURI = "folder:Late", .supportedFrom = TWBuild(15, 0)});
+  TWFolder::addField(late, TWFolder::fieldNames().size());
+  const auto changed = folder("A");
+  changed->set("late", "x");
+  const auto old = test::makeAccount(server.url(), TWVersion(TWBuild(14, 0)));
+  TWError error;
+  EXPECT_FALSE(TWUpdateFolder::withAccount(old)->call({{changed, {"late"}}}, &error));
+  TWFolder::removeField(*late);
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorInvalidServerVersion)) << error;
+  EXPECT_THAT(error.message(), HasSubstr("Field late does not support EWS builds prior to"));
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
 TEST_F(TWFolderServices, AFieldThatMustHaveAValueIsNotCleared) {
   for (const bool isRequired : {true, false}) {
     const auto required = TWCharField::withProps({.name = "must",
@@ -440,18 +503,36 @@ TEST_F(TWFolderServices, UpdateFolderAnswersFoldersAndCaughtErrors) {
 
 TEST_F(TWFolderServices, OtherCodesFailTheCall) {
   const TWList folders{folder("A")};
-  for (const char* operation : {"GetFolder", "MoveFolder", "DeleteFolder", "EmptyFolder"})
+  for (const char* operation : {"FindFolder", "GetFolder", "CreateFolder", "UpdateFolder",
+                                "MoveFolder", "DeleteFolder", "EmptyFolder"})
     server.on(operation, errorAnswer(operation, "ErrorFolderNotFound"));
   const TWError expected(TWErrorCode::ErrorFolderNotFound, "Error: ErrorFolderNotFound");
-  TWError error;
-  EXPECT_FALSE(TWGetFolder::withAccount(account)->call(folders, {}, "IdOnly", &error));
-  EXPECT_EQ(error, expected);
-  EXPECT_FALSE(TWMoveFolder::withAccount(account)->call(folders, folder("T"), &error));
-  EXPECT_EQ(error, expected);
-  EXPECT_FALSE(TWDeleteFolder::withAccount(account)->call(folders, "HardDelete", &error));
-  EXPECT_EQ(error, expected);
-  EXPECT_FALSE(TWEmptyFolder::withAccount(account)->call(folders, "HardDelete", true, &error));
-  EXPECT_EQ(error, expected);
+  const auto expectFails = [&](const auto& call) {
+    TWError error;
+    EXPECT_FALSE(call(&error));
+    EXPECT_EQ(error, expected);
+  };
+  auto pages = TWFindFolder::withAccount(account, {folder("A")})->call({}, "IdOnly", "Deep", 1, 0);
+  expectFails([&](TWError* e) { return pages.nextPage(e); });
+  expectFails([&](TWError* e) {
+    return TWGetFolder::withAccount(account)->call(folders, {}, "IdOnly", e);
+  });
+  expectFails([&](TWError* e) {
+    return TWCreateFolder::withAccount(account)->call(folder("T"), {folder("A")}, e);
+  });
+  expectFails([&](TWError* e) {
+    return TWUpdateFolder::withAccount(account)->call({{folder("A"), {"name"}}}, e);
+  });
+  expectFails([&](TWError* e) {
+    return TWMoveFolder::withAccount(account)->call(folders, folder("T"), e);
+  });
+  expectFails([&](TWError* e) {
+    return TWDeleteFolder::withAccount(account)->call(folders, "HardDelete", e);
+  });
+  expectFails([&](TWError* e) {
+    return TWEmptyFolder::withAccount(account)->call(folders, "HardDelete", true, e);
+  });
+  EXPECT_EQ(server.requestCount(), 7U);
 }
 
 TEST_F(TWFolderServices, AContainerInTheWrongNamespaceIsNoResult) {
