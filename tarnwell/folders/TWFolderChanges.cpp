@@ -83,10 +83,11 @@ std::shared_ptr<TWEWSElement> TWFolder::idElement(TWError* error) const {
   if (!id.textView().empty())
     return TWFolderId::withDict({{"id", id}, {"changekey", (*this)["changekey"]}});
   // Only a folder that is known by nothing else stands for the well-known one of its class: a
-  // deleted one, whose id is an empty text, does not, nor does a new calendar with a name.
+  // deleted one, whose id is an empty text, does not, nor does a new calendar that has a name of
+  // its own or that was given a parent.
   const auto wellKnown = folderClass().distinguishedFolderId();
-  const bool standsForWellKnown =
-      wellKnown && id.isAbsent() && ((*this)["name"].isAbsent() || isDistinguished());
+  const bool standsForWellKnown = wellKnown && id.isAbsent() && parent_.expired() &&
+                                  ((*this)["name"].isAbsent() || isDistinguished());
   if (!standsForWellKnown) {
     setError(error, badValue("Folder must have an ID"));
     return nullptr;

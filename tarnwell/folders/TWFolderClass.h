@@ -48,12 +48,12 @@ class TWFolderClass final : public TWElementClass {
   }
   /// The item classes that such a folder may hold.
   [[nodiscard]] const std::vector<const TWElementClass*>& supportedItemModels() const;
-  [[nodiscard]] std::span<const TWLocalizedName> localizedNames() const noexcept {
-    return localizedNames_;
-  }
   /// The same classes by the names of their XML elements.
   [[nodiscard]] const std::unordered_map<std::string_view, const TWElementClass*>& itemModelMap()
       const;
+  [[nodiscard]] std::span<const TWLocalizedName> localizedNames() const noexcept {
+    return localizedNames_;
+  }
   /// True when the text is the name in that locale, or in any without one; case does not matter.
   [[nodiscard]] bool hasName(std::string_view name,
                              std::optional<std::string_view> locale = std::nullopt) const;

@@ -67,8 +67,11 @@ void TWRoot::Cache::store(const std::shared_ptr<TWFolder>& folder) {
   isIndexed = false;
   const auto [place, isNew] = places.try_emplace(id, folders.size());
   if (isNew) folders.emplace_back();
-  folders[place->second] = {folder.get() == &root ? nullptr : folder, std::move(id),
-                            parentIdOf(*folder)};
+  auto& entry = folders[place->second];
+  auto parentId = parentIdOf(*folder);
+  // One that was made of its id alone lies where the one did that it replaces.
+  if (parentId.empty()) parentId = std::move(entry.parentId);
+  entry = {folder.get() == &root ? nullptr : folder, std::move(id), std::move(parentId)};
 }
 
 void TWRoot::Cache::remove(const std::string& folderId) {
@@ -190,8 +193,12 @@ TWFolders TWRoot::cachedChildren(const TWFolder& folder) const {
 std::shared_ptr<TWFolder> TWRoot::cachedParent(const TWFolder& folder) const {
   const std::scoped_lock lock(mutex_);
   if (!cache_) return nullptr;
-  return cache_->find(
-      placedBelow(folder.folderClass(), folderIdOf(folder), parentIdOf(folder), *cache_));
+  const auto id = folderIdOf(folder);
+  auto parentId = parentIdOf(folder);
+  const auto place = cache_->places.find(id);
+  if (parentId.empty() && place != cache_->places.end())
+    parentId = cache_->folders[place->second].parentId;
+  return cache_->find(placedBelow(folder.folderClass(), id, parentId, *cache_));
 }
 
 TWFolders TWRoot::getChildren(const TWFolder& folder) const {
@@ -242,16 +249,22 @@ TWFolderMap TWRoot::defaultFolders() const {
 
 std::shared_ptr<TWFolder> TWRoot::keepDefaultFolder(const TWFolderClass& cls,
                                                     std::shared_ptr<TWFolder> folder) const {
-  if (auto cached = getFolder(folderIdOf(*folder))) {
+  const auto id = folderIdOf(*folder);
+  const std::scoped_lock lock(mutex_);
+  // Another thread may have asked at the same time: all get the same object.
+  const std::string name(cls.name());
+  if (const auto found = defaultFolders_.find(name); found != defaultFolders_.end())
+    return found->second;
+  if (auto cached = cache_ ? cache_->find(id) : nullptr) {
     // In the tree it may be of another class: of the one for its display name or container class.
     if (cached->cls().isKindOf(cls))
       folder = std::move(cached);
     else
-      updateFolder(folder);
+      cache_->store(folder);
   }
-  if (folder.get() == this) return folder;  // it must not keep itself alive
-  const std::scoped_lock lock(mutex_);
-  return defaultFolders_.insert_or_assign(std::string(cls.name()), std::move(folder)).first->second;
+  // The root must not keep itself alive.
+  if (folder.get() != this) defaultFolders_.emplace(name, folder);
+  return folder;
 }
 
 std::shared_ptr<TWFolder> TWRoot::getDefaultFolder(const TWFolderClass& cls) const {

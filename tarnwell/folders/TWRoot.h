@@ -41,7 +41,8 @@ class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
   /// The cached folder of that id; never asks the server.
   [[nodiscard]] std::shared_ptr<TWFolder> getFolder(std::string_view folderId) const;
   /// Upkeep of the cache. Folders without an id are ignored, and a cache that was not filled does
-  /// not count as filled by this.
+  /// not count as filled by this. A folder that does not say where it lies stays where the one of
+  /// the same id was.
   void addFolder(const std::shared_ptr<TWFolder>& folder) const;
   void updateFolder(const std::shared_ptr<TWFolder>& folder) const { addFolder(folder); }
   void removeFolder(const std::shared_ptr<TWFolder>& folder) const;
@@ -84,8 +85,8 @@ class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
   void fillCache(TWError* error) const;
   [[nodiscard]] TWFolders cachedChildren(const TWFolder& folder) const;
   [[nodiscard]] std::shared_ptr<TWFolder> cachedParent(const TWFolder& folder) const;
-  /// Keeps the cached folder of the same id if it is of that class, else puts this one in its place;
-  /// answers what is kept.
+  /// What was kept first for the class stays. Else keeps the cached folder of the same id if it is
+  /// of that class, or puts this one in its place. Answers what is kept.
   [[nodiscard]] std::shared_ptr<TWFolder> keepDefaultFolder(const TWFolderClass& cls,
                                                             std::shared_ptr<TWFolder> folder) const;
   [[nodiscard]] std::shared_ptr<TWFolder> searchDefaultFolder(const TWFolderClass& cls) const;

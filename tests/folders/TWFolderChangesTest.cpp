@@ -4,6 +4,8 @@
 #include "tarnwell/folders/TWRoot.h"
 #include "tarnwell/folders/TWWellKnownFolders.h"
 #include "tarnwell/items/TWItemId.h"
+#include "tarnwell/schema/TWFieldPath.h"
+#include "tarnwell/schema/TWTextFields.h"
 #include "tarnwell/services/TWErrors.h"
 
 #include "tests/folders/FolderTesting.h"
@@ -89,6 +91,17 @@ TEST_F(TWFolderChanges, SavingNamedPropertiesUpdatesThem) {
   EXPECT_EQ(tree().getFolder("F"), old);
 }
 
+TEST_F(TWFolderChanges, AFolderMadeOfItsIdKeepsItsPlaceWhenItIsRenamed) {
+  hasFolders(folderXML("A", "a", "T") + folderXML("F", "f", "A"));
+  ASSERT_TRUE(tree().updateCache());
+  server.on("UpdateFolder",
+            answer("UpdateFolder", foldersMessage("UpdateFolder", folderXML("F", "F"))));
+  const auto renamed = folder("F");
+  ASSERT_TRUE(renamed->save({"name"}));
+  EXPECT_THAT(tree().getFolder("A")->children(), ElementsAre(renamed));
+  EXPECT_EQ(renamed->parent(), tree().getFolder("A"));
+}
+
 TEST_F(TWFolderChanges, SavingWithoutNamesWritesAllThatMayBeWritten) {
   const auto old = folder("F");
   old->set("total_count", 5);
@@ -103,6 +116,25 @@ TEST_F(TWFolderChanges, SavingWithoutNamesWritesAllThatMayBeWritten) {
   EXPECT_EQ(payload.find("ParentFolderId"), std::string::npos);
 }
 
+TEST_F(TWFolderChanges, SavingWithoutNamesClearsNothingThatMustHaveAValue) {
+  const auto required = TWCharField::withProps(
+      {.name = "must", .fieldURI = "folder:Must", .isRequiredAfterSave = true});
+  TWFolder::addField(required, TWFolder::fieldNames().size());
+  struct Added {
+    const TWField& field;
+    ~Added() { TWFolder::removeField(field); }
+  } const added{*required};
+  server.on("UpdateFolder",
+            answer("UpdateFolder", foldersMessage("UpdateFolder", folderXML("F", "F"))));
+  const auto old = folder("F");
+  TWError error;
+  ASSERT_TRUE(old->save({}, &error)) << error;
+  EXPECT_EQ(server.payload(0).find("folder:Must"), std::string::npos);
+  old->set("must", "here");
+  ASSERT_TRUE(old->save({}, &error)) << error;
+  EXPECT_THAT(server.payload(1), HasSubstr("FieldURI=\"folder:Must\""));
+}
+
 TEST_F(TWFolderChanges, AReadOnlyPropertyIsNotSaved) {
   TWError error;
   EXPECT_FALSE(folder("F")->save({"unread_count"}, &error));
@@ -112,9 +144,10 @@ TEST_F(TWFolderChanges, AReadOnlyPropertyIsNotSaved) {
 
 TEST_F(TWFolderChanges, AMovedFolderLiesBelowItsNewParent) {
   auto to = folder("B");
-  tree().setSubFolders({root, folder("A"), to, folder("F")});
-  const auto moved = tree().getFolder("F");
+  const auto moved = folder("F");
   moved->set("parent_folder_id", TWParentFolderId::withDict({{"id", "A"}}));
+  tree().setSubFolders({root, folder("A"), to, moved});
+  EXPECT_THAT(tree().getChildren(*tree().getFolder("A")), ElementsAre(moved));
   server.on("MoveFolder", successAnswer("MoveFolder"));
   ASSERT_TRUE(moved->moveToParent(to));
   EXPECT_THAT(server.payload(0),
@@ -179,6 +212,24 @@ TEST_F(TWFolderChanges, ACaughtErrorIsTheFailureOfAChangeAndLeavesEverythingAsIt
   EXPECT_EQ(kept->description(), before);
   EXPECT_EQ(tree().getFolder("F"), kept);
   EXPECT_TRUE(tree().isCacheReady());
+}
+
+TEST_F(TWFolderChanges, AFolderThatCouldNotBeCreatedStaysAsItWas) {
+  tree().setSubFolders({root, folder("T")});
+  const auto made = TWFolder::make(TWFolder::elementClass(), {{"name", "New"}}, account);
+  made->setParent(tree().getFolder("T"));
+  const auto failure = [&](const std::string& message) {
+    server.on("CreateFolder", answer("CreateFolder", message));
+    TWError error;
+    EXPECT_FALSE(made->save({}, &error));
+    EXPECT_THAT(made->allKeys(), ElementsAre("name"));
+    EXPECT_EQ(tree().subFolders()->size(), 2U);
+    return error;
+  };
+  EXPECT_TRUE(failure(responseMessage("CreateFolder", "Error", "ErrorItemSave"))
+                  .is(TWErrorCode::ErrorItemSave));
+  EXPECT_EQ(failure(foldersMessage("CreateFolder", "")),
+            TWError(TWErrorCode::ErrorTransport, "No ResponseMessages in response"));
 }
 
 TEST_F(TWFolderChanges, ChangesNeedAnAccountAndAnId) {
@@ -287,6 +338,22 @@ TEST_F(TWFolderWipe, AsksTheServerForTheSubfolders) {
   EXPECT_THAT(server.payload(4), HasSubstr("Id=\"C2\""));
 }
 
+// Nor is a root needed for it, which an account may be unable to have.
+TEST_F(TWFolderWipe, DoesWithoutATree) {
+  static_cast<void>(stubborn("ErrorCannotEmptyFolder"));
+  server.on("GetFolder", test::failedAnswer());
+  const auto rootless = test::makeAccount(server.url());
+  const auto plain = TWFolder::make(TWFolder::elementClass(), {{"folder_id", "F"}}, rootless);
+  TWError error;
+  EXPECT_FALSE(plain->wipe(&error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorSOAP)) << error;
+  EXPECT_THAT(server.operations(), ElementsAre("EmptyFolder", "EmptyFolder", "FindFolder"));
+  hasFolders(folderXML("C1", "one", "F"));
+  error = {};
+  EXPECT_TRUE(plain->wipe(&error)) << error;
+  EXPECT_EQ(server.operations().back(), "DeleteFolder");
+}
+
 TEST_F(TWFolderChanges, RefreshMovesAFolderThatLiesElsewhereNow) {
   hasFolders(folderXML("A", "a", "T") + folderXML("B", "b", "T") + folderXML("F", "f", "A"));
   const auto moved = tree().foldersMap().at("F");
@@ -367,6 +434,17 @@ TEST_F(TWFolderChanges, FoldersAreFetchedByIdWithOneOutcomeForEach) {
               EqualsXML("<m:GetFolder><m:FolderShape><t:BaseShape>IdOnly</t:BaseShape>"
                         "</m:FolderShape><m:FolderIds><t:FolderId Id=\"1\" ChangeKey=\"ck-1\"/>"
                         "<t:FolderId Id=\"2\" ChangeKey=\"key\"/></m:FolderIds></m:GetFolder>"));
+}
+
+TEST_F(TWFolderChanges, FoldersAreFetchedWithTheFieldsThatAreAskedFor) {
+  server.on("GetFolder", answer("GetFolder", foldersMessage("GetFolder", folderXML("1", "one"))));
+  const auto name = TWFieldPath::withField(TWFolder::getFieldByFieldName("name"));
+  ASSERT_TRUE(TWFolder::getFolders(account, {folder("1")}, {name}));
+  EXPECT_THAT(server.payload(0),
+              EqualsXML("<m:GetFolder><m:FolderShape><t:BaseShape>IdOnly</t:BaseShape>"
+                        "<t:AdditionalProperties><t:FieldURI FieldURI=\"folder:DisplayName\"/>"
+                        "</t:AdditionalProperties></m:FolderShape><m:FolderIds><t:FolderId "
+                        "Id=\"1\" ChangeKey=\"ck-1\"/></m:FolderIds></m:GetFolder>"));
 }
 
 TEST_F(TWFolderChanges, AWellKnownFolderIsOfTheClassThatWasAskedFor) {

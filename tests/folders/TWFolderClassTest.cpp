@@ -68,8 +68,11 @@ TEST(TWFolderClass, IsFoundByItsName) {
 }
 
 TEST(TWFolderClass, FindsTheItemClassOfAnElement) {
-  EXPECT_EQ(TWMessages::itemModelMap().size(), 4U);
-  EXPECT_EQ(TWMessages::itemModelMap().at("Message"), &TWMessage::elementClass());
+  const auto& models = TWMessages::itemModelMap();
+  EXPECT_EQ(models.size(), 4U);
+  for (const char* name : {"Message", "MeetingRequest", "MeetingResponse", "MeetingCancellation"})
+    EXPECT_TRUE(models.contains(name)) << name;
+  EXPECT_EQ(models.at("Message"), &TWMessage::elementClass());
   EXPECT_EQ(TWInbox::itemModelFromTag("Message"), &TWMessage::elementClass());
   EXPECT_EQ(TWInbox::itemModelFromTag("MeetingCancellation"),
             &TWMeetingCancellation::elementClass());

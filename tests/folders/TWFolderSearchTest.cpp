@@ -162,6 +162,49 @@ TEST_F(TWFolderSearch, AFieldThatTheItemsDoNotHaveIsRefused) {
   EXPECT_EQ(server.requestCount(), 0U);
 }
 
+// It could not be returned by a search either, but that is not what is wrong with it here.
+TEST_F(TWFolderSearch, AFieldThatTheItemsDoNotHaveIsRefusedAsSuchFirst) {
+  const auto foreign = path("conversation_index");
+  ASSERT_TRUE(foreign && foreign->field()->isComplex());
+  TWError error;
+  EXPECT_THAT(
+      folder("K", TWTasks::elementClass())->findItems(Q(), {.additionalFields = {foreign}}, &error),
+      IsEmpty());
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange,
+                           "conversation_index is not a valid field on (TWTask)"));
+}
+
+TEST_F(TWFolderSearch, ItemsAreFetchedAndCreatedInTheFolder) {
+  server.on("GetItem",
+            answer("GetItem", test::responseMessage("GetItem", "Success", "NoError",
+                                                    "<m:Items>" + itemXML("1") + "</m:Items>")));
+  server.on("CreateItem",
+            answer("CreateItem", test::responseMessage("CreateItem", "Success", "NoError",
+                                                       "<m:Items>" + itemXML("9") + "</m:Items>")));
+  TWError error;
+  const auto fetched = inbox->fetch({TWIdPair{"1", "ck-1"}}, TWList{"subject"}, &error);
+  ASSERT_TRUE(fetched && fetched->size() == 1) << error;
+  const auto item = fetched->front().item();
+  ASSERT_TRUE(item);
+  EXPECT_EQ((*item)["subject"], TWValue("s"));
+  EXPECT_EQ(item->folder(), inbox);
+  EXPECT_THAT(server.payload(0),
+              EqualsXML("<m:GetItem><m:ItemShape><t:BaseShape>IdOnly</t:BaseShape>"
+                        "<t:AdditionalProperties><t:FieldURI FieldURI=\"item:Subject\"/>"
+                        "</t:AdditionalProperties></m:ItemShape><m:ItemIds><t:ItemId Id=\"1\" "
+                        "ChangeKey=\"ck-1\"/></m:ItemIds></m:GetItem>"));
+
+  const auto created = inbox->bulkCreateItems({TWMessage::withDict({{"subject", "s"}})},
+                                              "SendAndSaveCopy", "SendOnlyToAll", &error);
+  ASSERT_TRUE(created && created->size() == 1) << error;
+  EXPECT_EQ(created->front().value()->idPair(), (TWIdPair{"9", "ck-9"}));
+  EXPECT_THAT(server.operations(), ::testing::ElementsAre("GetItem", "CreateItem"));
+  EXPECT_THAT(server.payload(1), HasSubstr("MessageDisposition=\"SendAndSaveCopy\""));
+  EXPECT_THAT(server.payload(1), HasSubstr("SendMeetingInvitations=\"SendOnlyToAll\""));
+  EXPECT_THAT(server.payload(1), HasSubstr("<m:SavedItemFolderId><t:FolderId Id=\"I\" "
+                                           "ChangeKey=\"ck-I\"/></m:SavedItemFolderId>"));
+}
+
 TEST_F(TWFolderSearch, EveryParameterReachesTheRequest) {
   const auto order = TWFieldOrder::fromString("-subject", *inbox, false);
   ASSERT_TRUE(order);
@@ -186,6 +229,25 @@ TEST_F(TWFolderSearch, PagesAreReadUpToTheMaximum) {
   EXPECT_EQ(idsOf(inbox->findItems(Q(), {.pageSize = 2, .maxItems = 3})),
             (std::vector<std::string>{"1", "2", "3"}));
   EXPECT_EQ(server.requestCount(), 2U);
+}
+
+// What may come is neither more nor less: the last page but one leaves one item missing.
+TEST_F(TWFolderSearch, ASearchByAQueryAloneEndsAfterAHundredThousand) {
+  constexpr int kFirst = 50000, kSecond = 49999;
+  const auto page = [](int size, int next) {
+    std::string items;
+    for (int at = 0; at < size; ++at) items += R"(<t:Message><t:ItemId Id="1"/></t:Message>)";
+    return answer("FindItem",
+                  pageMessage("FindItem", "Items", items, false, static_cast<std::size_t>(next)));
+  };
+  server.on("FindItem", [&](const std::string& payload) {
+    if (payload.find("Offset=\"0\"") != std::string::npos) return page(kFirst, kFirst);
+    if (payload.find("Offset=\"50000\"") != std::string::npos)
+      return page(kSecond, kFirst + kSecond);
+    return page(1, kFirst + kSecond + 1);
+  });
+  EXPECT_EQ(inbox->findItems(Q()).size(), 100000U);
+  EXPECT_EQ(server.requestCount(), 3U);
 }
 
 TEST_F(TWFolderSearch, ACalendarViewTakesThePlaceOfPages) {

@@ -146,9 +146,12 @@ TEST(TWFolder, AFolderThatWasDeletedIsNotTakenForTheWellKnownOne) {
 }
 
 TEST(TWFolder, ANewFolderIsNotTakenForTheWellKnownOneOfItsClass) {
+  const auto projects = localFolder("Projects");
+  const auto below = TWFolder::make(TWCalendar::elementClass(), {{"name", "Calendar"}}, nullptr);
+  below->setParent(projects);
   for (const auto& unsaved :
        {TWFolder::make(TWCalendar::elementClass(), {{"name", "Team"}}, nullptr),
-        TWFolder::make(TWContacts::elementClass(), {{"name", "Friends"}}, nullptr)}) {
+        TWFolder::make(TWContacts::elementClass(), {{"name", "Friends"}}, nullptr), below}) {
     TWError error;
     EXPECT_FALSE(unsaved->idElement(&error));
     EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Folder must have an ID"));
@@ -310,8 +313,10 @@ TEST(TWFolder, ComplexFieldsAreThoseThatASearchCannotReturn) {
   const auto names = namesOfFields(inbox->complexFields());
   for (const char* name : {"body", "attachments", "to_recipients"})
     EXPECT_THAT(names, Contains(name)) << name;
-  EXPECT_THAT(names, Not(Contains("subject")));
-  EXPECT_THAT(namesOfFields(inbox->allowedFields()), Contains("subject"));
+  for (const char* name : {"subject", "categories"}) {
+    EXPECT_THAT(names, Not(Contains(name)));
+    EXPECT_THAT(namesOfFields(inbox->allowedFields()), Contains(name));
+  }
 }
 
 TEST(TWFolder, AllowsOnlyWhatTheServerKnows) {
@@ -391,6 +396,14 @@ TEST(TWFolder, NumbersWithExponentsComeBackFromTheArchiveWhole) {
   }
 }
 
+TEST(TWFolder, NumbersThatAreNoneAreNotArchived) {
+  const auto infinite = std::numeric_limits<double>::infinity();
+  const auto folder = TWFolder::withDict({{"name", "x"}, {"total_count", infinite}});
+  const auto copy = TWFolder::withSerializedData(folder->serializedData(), nullptr);
+  ASSERT_TRUE(copy);
+  EXPECT_THAT(copy->allKeys(), ElementsAre("name"));
+}
+
 TEST(TWFolder, TheArchiveSaysNothingOfTheAccount) {
   const auto account = test::makeAccount("http://127.0.0.1:9/");
   const auto folder = TWFolder::make(TWFolder::elementClass(), {{"name", "x"}}, account);
@@ -415,7 +428,8 @@ TEST(TWFolder, WhatIsNoArchiveIsRefused) {
        {std::string(), std::string("{}"), std::string("[]"), text.substr(0, text.size() / 2),
         altered("\"format\":1", "\"format\":2"), altered("TWInbox", "TWItemId"),
         altered("TWInbox", "NSObject"), altered("xml||TWParentFolderId", "xml||NSObject"),
-        altered("\"kind\":\"num\"", "\"kind\":\"what\"")}) {
+        altered("\"kind\":\"num\"", "\"kind\":\"what\""), altered("num||5", "num||five"),
+        altered("num||5", "num||")}) {
     TWError error;
     EXPECT_FALSE(TWFolder::withSerializedData({bad.begin(), bad.end()}, nullptr, &error)) << bad;
     EXPECT_TRUE(error.is(TWErrorCode::ErrorValueOutOfRange)) << bad;

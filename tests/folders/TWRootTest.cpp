@@ -1,4 +1,8 @@
+#include <future>
+#include <latch>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -109,7 +113,13 @@ TEST_F(TWRootTest, FoldersThatAreTheirOwnAncestorsAreNotReached) {
              folderXML("D", "d", "T"));
   EXPECT_THAT(namesOf(root->walk()), ElementsAre("Top of Information Store", "d"));
   EXPECT_EQ(tree().getFolder("C")->parent(), nullptr);
-  EXPECT_EQ(tree().getFolder("A")->path(), "/b/a");
+  const auto a = tree().getFolder("A"), b = tree().getFolder("B");
+  EXPECT_EQ(a->path(), "/b/a");
+  EXPECT_THAT(a->walk(), ElementsAre(b));
+  EXPECT_EQ(a->tree(), "a\n└── b\n└── \n");
+  EXPECT_THAT(a->glob("**/x"), ElementsAre(b));
+  EXPECT_EQ(a->navigate(".."), b);
+  EXPECT_EQ(b->navigate(".."), a);
 }
 
 TEST_F(TWRootTest, AFailedPageKeepsWhatCameBeforeAndIsReported) {
@@ -170,7 +180,7 @@ TEST_F(TWRootTest, UpkeepReplacesAndDropsFolders) {
   EXPECT_EQ(tree().getFolder("J"), nullptr);
   EXPECT_EQ(keysOf(tree().foldersMap()), "I K R T ");
   EXPECT_EQ((*tree().getFolder("K"))["name"], TWValue("y"));
-  EXPECT_THAT(namesOf(tree().getChildren(*tree().getFolder("T"))), ElementsAre("y"));
+  EXPECT_THAT(namesOf(tree().getChildren(*tree().getFolder("T"))), ElementsAre("I", "y"));
 }
 
 TEST_F(TWRootTest, NullIsNoFolderOfTheTree) {
@@ -239,6 +249,19 @@ TEST_F(TWRootTest, AWellKnownFolderTakesThePlaceOfOneOfAnotherClassInTheTree) {
   EXPECT_EQ(tree().getFolder("N"), notes);
   EXPECT_EQ(tree().getFolder("I"), inbox);
   EXPECT_EQ(tree().getDefaultFolder<TWInbox>(), inbox);
+}
+
+TEST_F(TWRootTest, AGlobThatBeginsWithASlashStartsFromTheRoot) {
+  hasFolders(folderXML("I", "Inbox", "T") + folderXML("S", "Sub", "I"));
+  ASSERT_TRUE(tree().updateCache());
+  const auto sub = tree().getFolder("S");
+  EXPECT_THAT(sub->glob("/x"), ElementsAre(tree().getFolder("T")));
+  EXPECT_THAT(root->glob("/x"), ElementsAre(tree().getFolder("T")));
+  // An empty step is "*", which is no expression and matches nothing.
+  EXPECT_THAT(sub->glob("/"), IsEmpty());
+  EXPECT_THAT(sub->glob(""), IsEmpty());
+  const auto homeless = test::localFolder("top", {test::localFolder("a")});
+  EXPECT_THAT(homeless->glob("/x"), IsEmpty());
 }
 
 TEST_F(TWRootTest, AGlobAsksAServerThatFailsOnce) {
@@ -352,6 +375,70 @@ TEST_F(TWRootTest, AMailboxOfManyFoldersCostsOneSearch) {
   hasFolders(folders);
   EXPECT_EQ(root->walk().size(), 501U);
   EXPECT_EQ(server.requestCount(), 2U);
+}
+
+TEST_F(TWRootTest, AFolderThatMayNeitherBeReadNorSearchedIsSoughtInTheTree) {
+  const auto calendar = folder("C", TWCalendar::elementClass());
+  calendar->set("name", "Kalender");
+  calendar->set("parent_folder_id", TWParentFolderId::withDict({{"id", "R"}}));
+  tree().setSubFolders({root, calendar});
+  server.on("GetFolder", errorAnswer("GetFolder", "ErrorAccessDenied"));
+  server.on("FindItem", errorAnswer("FindItem", "ErrorAccessDenied"));
+  EXPECT_EQ(tree().getDefaultFolder(TWCalendar::elementClass()), calendar);
+  EXPECT_THAT(server.operations(), ElementsAre("GetFolder", "FindItem"));
+  EXPECT_THAT(tree().defaultFolders(), IsEmpty());
+  EXPECT_EQ(tree().getDefaultFolder(TWTasks::elementClass()), nullptr);
+  EXPECT_THAT(tree().defaultFolders(), IsEmpty());
+}
+
+TEST_F(TWRootTest, AWellKnownFolderIsKnownAfterARefreshToo) {
+  server.on("GetFolder", [](const std::string& payload) {
+    const bool isInbox = payload.find("\"inbox\"") != std::string::npos;
+    return answer("GetFolder",
+                  foldersMessage("GetFolder", isInbox ? folderXML("I", "Inbox", "T")
+                                                      : folderXML("R", "renamed", "", "")));
+  });
+  const auto inbox = tree().getDefaultFolder<TWInbox>();
+  ASSERT_TRUE(inbox);
+  ASSERT_TRUE(root->refresh());
+  EXPECT_EQ((*root)["name"], TWValue("renamed"));
+  server.startOver();
+  EXPECT_EQ(tree().getDefaultFolder<TWInbox>(), inbox);
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+// The first answer comes only when everybody has begun to ask, so that nobody finds a folder kept.
+TEST_F(TWRootTest, AWellKnownFolderIsOneObjectForAllThatAskAtOnce) {
+  constexpr int kThreads = 8;
+  std::latch begun(kThreads);
+  server.on("GetFolder", [&](const std::string&) {
+    begun.wait();
+    return answer("GetFolder", foldersMessage("GetFolder", folderXML("N", "Notes", "T")));
+  });
+  std::vector<std::future<std::shared_ptr<TWNotes>>> asked;
+  for (int i = 0; i < kThreads; ++i)
+    asked.push_back(std::async(std::launch::async, [&] {
+      begun.count_down();
+      return tree().getDefaultFolder<TWNotes>();
+    }));
+  const auto notes = asked.front().get();
+  ASSERT_TRUE(notes);
+  for (std::size_t i = 1; i < asked.size(); ++i) EXPECT_EQ(asked[i].get(), notes);
+  EXPECT_EQ(tree().getDefaultFolder<TWNotes>(), notes);
+}
+
+TEST_F(TWRootTest, AFolderThatDoesNotSayWhereItLiesStaysWhereItWas) {
+  hasFolders(folderXML("I", "Inbox", "T") + folderXML("S", "Sub", "I"));
+  ASSERT_TRUE(tree().updateCache());
+  const auto made = folder("S");
+  tree().updateFolder(made);
+  EXPECT_THAT(tree().getFolder("I")->children(), ElementsAre(made));
+  EXPECT_EQ(made->parent(), tree().getFolder("I"));
+  // Told where, it moves.
+  made->set("parent_folder_id", TWParentFolderId::withDict({{"id", "T"}}));
+  tree().updateFolder(made);
+  EXPECT_THAT(tree().getFolder("I")->children(), IsEmpty());
+  EXPECT_EQ(made->parent(), tree().getFolder("T"));
 }
 
 }  // namespace

@@ -35,7 +35,7 @@ std::string documentOf(const TWValue& value) {
 /// Absent for a value of a kind that is not stored.
 std::optional<Json> written(const TWValue& value) {
   if (value.isText()) return Json{{"kind", "text"}, {"value", std::string(value.textView())}};
-  if (value.isNumber())
+  if (value.isNumber() && std::isfinite(value.asDouble().value_or(0)))
     return Json{{"kind", "num"}, {"value", std::string(kNumberMark) + value.description()}};
   if (value.kind() != TWValue::Kind::element) return std::nullopt;
   const auto document = documentOf(value);
@@ -53,14 +53,15 @@ std::shared_ptr<TWEWSElement> readElement(std::string_view text,
   return cls->fromXML(NKXMLElement::withXMLString(text.substr(end + kSeparator.size())), account);
 }
 
-/// Numbers come back whole, deliberately: fractions are cut off.
-std::int64_t wholeNumber(std::string_view text) {
+/// Numbers come back whole, deliberately: fractions are cut off. Absent for what is no number.
+TWValue wholeNumber(std::string_view text) {
   if (const auto whole = parseInteger(text)) return *whole;
   constexpr double kBound = 9223372036854775808.0;  // 2^63
-  const double number = parseDecimal(text).value_or(0);
-  if (number >= kBound) return std::numeric_limits<std::int64_t>::max();
-  if (number < -kBound) return std::numeric_limits<std::int64_t>::min();
-  return std::isnan(number) ? 0 : static_cast<std::int64_t>(number);
+  const auto number = parseDecimal(text);
+  if (!number) return {};
+  if (*number >= kBound) return std::numeric_limits<std::int64_t>::max();
+  if (*number < -kBound) return std::numeric_limits<std::int64_t>::min();
+  return static_cast<std::int64_t>(*number);
 }
 
 /// Absent for what `written` does not write.
