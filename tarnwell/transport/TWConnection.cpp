@@ -11,6 +11,7 @@
 #include "tarnwell/transport/detail/HTTPTransfer.h"
 #include "tarnwell/transport/detail/Wipe.h"
 #include "tarnwell/util/TWDictionary.h"
+#include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWLogger.h"
 #include "tarnwell/util/TWText.h"
 
@@ -72,6 +73,7 @@ TWConnection::~TWConnection() = default;
 TWResponse TWConnection::fetch(std::string_view url, std::string_view method,
                                const std::optional<TWHeaders>& headers, Body body, bool stream) {
   TWResponse record;
+  LogLines lines;
   {
     const std::lock_guard turn(lock_);
     const Clock::time_point start = Clock::now();
@@ -82,11 +84,14 @@ TWResponse TWConnection::fetch(std::string_view url, std::string_view method,
     } else {
       if (options_.onRequest) options_.onRequest(method, url, textOf(body));
       record = stream ? fetchStream(makeRequest(url, method, headers), body)
-                      : fetchAnswer(makeRequest(url, method, headers), body, start);
+                      : fetchAnswer(makeRequest(url, method, headers), body, start, lines);
     }
-    TWLogger::logger().rlog("[%@][Connection] Request took: %.2fs", {user(), secondsSince(start)});
+    lines.push_back(
+        formatMessage("[%@][Connection] Request took: %.2fs", {user(), secondsSince(start)}));
   }
   if (closed_) releaseWhenClosed();
+  // Not before the turn is over: whoever reads a line may make a request, or wait for one.
+  for (const std::string& line : lines) TWLogger::logger().rlog(line);
   return record;
 }
 
@@ -106,7 +111,8 @@ TWHTTPRequest TWConnection::makeRequest(std::string_view url, std::string_view m
   return request;
 }
 
-TWResponse TWConnection::fetchAnswer(TWHTTPRequest request, Body body, Clock::time_point start) {
+TWResponse TWConnection::fetchAnswer(TWHTTPRequest request, Body body, Clock::time_point start,
+                                     LogLines& lines) {
   detail::HTTPRequest exchange;
   exchange.url = std::move(request.url);
   exchange.method = std::move(request.method);
@@ -131,12 +137,12 @@ TWResponse TWConnection::fetchAnswer(TWHTTPRequest request, Body body, Clock::ti
   const bool isLate =
       result.error.is(TWHTTPErrorDomain, TWHTTPErrorTimedOut) && Clock::now() >= requestEnd;
   for (const TWAuthType scheme : result.schemes) {
-    setLastUsedAuthType(scheme);
+    if (auto line = noteAuthType(scheme)) lines.push_back(*std::move(line));
   }
   if (isLate) {
     // The text says 30 whatever the limit is.
-    TWLogger::logger().rlog("[%@][Connection] Cancelled Request after 30 seconds: %.2fs",
-                            {user(), secondsSince(start)});
+    lines.push_back(formatMessage("[%@][Connection] Cancelled Request after 30 seconds: %.2fs",
+                                  {user(), secondsSince(start)}));
   }
 
   TWResponse record;
@@ -243,9 +249,13 @@ void TWConnection::setAllowInsecureCertificate(bool allow) {
   if (allowInsecureCertificate_.exchange(allow) != allow) trustChanged_ = true;
 }
 
+std::optional<std::string> TWConnection::noteAuthType(TWAuthType type) {
+  if (lastUsedAuthType_.exchange(type) == type) return std::nullopt;
+  return formatMessage("[%@] Using auth type: %lu", {user(), static_cast<std::int64_t>(type)});
+}
+
 void TWConnection::setLastUsedAuthType(TWAuthType type) {
-  if (lastUsedAuthType_.exchange(type) == type) return;
-  TWLogger::logger().rlog("[%@] Using auth type: %lu", {user(), static_cast<std::int64_t>(type)});
+  if (const auto line = noteAuthType(type)) TWLogger::logger().rlog(*line);
 }
 
 std::optional<std::string> TWConnection::redirected() const {

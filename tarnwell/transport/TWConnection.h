@@ -73,7 +73,7 @@ struct TWConnectionOptions {
 /// `allowInsecureCertificate` changes, or a login by NTLM is refused. Nothing is written to disk.
 ///
 /// Safe from any thread: a second request waits for the first to end, everything else answers at
-/// once.
+/// once. The log lines of a request are written when it has ended.
 class TWConnection {
  public:
   /// A body, or none: an empty body differs from none. Made from `TWData` without a copy.
@@ -163,16 +163,20 @@ class TWConnection {
 
  private:
   using Clock = std::chrono::steady_clock;
+  using LogLines = std::vector<std::string>;
 
   TWConnection(std::shared_ptr<TWCredentials> credentials, bool allowsRedirects,
                TWConnectionOptions options);
 
-  [[nodiscard]] TWResponse fetchAnswer(TWHTTPRequest request, Body body, Clock::time_point start);
+  [[nodiscard]] TWResponse fetchAnswer(TWHTTPRequest request, Body body, Clock::time_point start,
+                                       LogLines& lines);
   [[nodiscard]] TWResponse fetchStream(TWHTTPRequest request, Body body);
   [[nodiscard]] TWError refusal(const TWHTTPRequest& request) const;
   void reportRedirect(TWResponse& record, std::string target);
   [[nodiscard]] TWHTTPRequest makeRequest(std::string_view url, std::string_view method,
                                           const std::optional<TWHeaders>& headers) const;
+  /// The line of the log that tells of a change.
+  [[nodiscard]] std::optional<std::string> noteAuthType(TWAuthType type);
   [[nodiscard]] TWValue user() const;
   void releaseWhenClosed();
 
@@ -180,7 +184,7 @@ class TWConnection {
   const bool allowsRedirects_;
   const TWConnectionOptions options_;
 
-  std::mutex lock_;  // held for the whole of one request
+  std::mutex lock_;  // held for the whole of one request, but not while a log line is written
   const std::unique_ptr<detail::HTTPTransfer> transfer_;
 
   std::atomic<bool> ssl_{false};

@@ -12,8 +12,8 @@ namespace tarnwell {
 
 /// Where an application receives the library's log lines. Called from any thread, several at a
 /// time; what it throws is dropped. It may log, and replace the logger's delegate, from within. It
-/// must not make a request on a connection that logs: a connection writes its lines before its turn
-/// ends, so that such a request would wait for itself.
+/// may make requests too, on the connection that logs as well: a connection writes the lines of a
+/// request when that has ended. Such a request has lines of its own.
 class TWLoggerDelegate {
  public:
   virtual ~TWLoggerDelegate() = default;
