@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <iosfwd>
 #include <memory>
 #include <optional>
@@ -9,12 +10,15 @@
 #include <variant>
 #include <vector>
 
+#include "tarnwell/util/TWDictionary.h"
 #include "tarnwell/util/TWError.h"
 #include "tarnwell/util/TWResult.h"
+#include "tarnwell/util/TWValue.h"
 
 namespace tarnwell {
 
 class TWItem;
+class TWItemId;
 
 /// The identifier of an item and the change key of the state it was seen in.
 struct TWIdPair {
@@ -46,6 +50,19 @@ class TWItemEntry {
   TWItemEntry(const TWResult<T>& outcome)  // NOLINT(google-explicit-constructor)
       : TWItemEntry(outcome ? TWItemEntry(outcome.value()) : TWItemEntry(outcome.error())) {}
 
+  /// The id of an item, as of a field that refers to one. Without an id, and for null, an id pair
+  /// that the operations refuse.
+  template <class Id>
+  requires(!std::derived_from<Id, TWItem>) &&
+      std::derived_from<Id, TWItemId> TWItemEntry(
+          const std::shared_ptr<Id>& id)  // NOLINT(google-explicit-constructor)
+      : TWItemEntry(id ? pairOf(id->get("id"), id->get("changekey")) : TWIdPair()) {}
+  /// "id", else "item_id", and "changekey"; without an id as above.
+  template <std::same_as<TWDictionary> Dictionary>  // which braces around two texts are not
+  TWItemEntry(const Dictionary& keys)               // NOLINT(google-explicit-constructor)
+      : TWItemEntry(
+            pairOf(keys["id"].isAbsent() ? keys["item_id"] : keys["id"], keys["changekey"])) {}
+
   /// Null for an id pair and for an error.
   [[nodiscard]] std::shared_ptr<TWItem> item() const;
   /// Of the pair or of the item; absent for an item that is not on the server, and for an error.
@@ -60,6 +77,10 @@ class TWItemEntry {
   friend std::ostream& operator<<(std::ostream& stream, const TWItemEntry& entry);
 
  private:
+  [[nodiscard]] static TWIdPair pairOf(const TWValue& id, const TWValue& changekey) {
+    return {id.asText().value_or(std::string()), changekey.asText()};
+  }
+
   std::variant<TWIdPair, std::shared_ptr<TWItem>, TWError> value_;
 };
 

@@ -31,6 +31,7 @@ std::optional<TWList> TWCreateItem::call(const TWItems& items,
                                          const std::shared_ptr<TWFolder>& folder,
                                          std::string_view disposition,
                                          std::string_view sendInvitiations, TWError* error) {
+  onlySaves_ = disposition == "SaveOnly";
   const auto payload = getPayload(items, folder, disposition, sendInvitiations, error);
   return payload ? getElements(payload, error) : std::nullopt;
 }
@@ -61,7 +62,12 @@ NKXMLElement TWCreateItem::getPayload(const TWItems& items, const std::shared_pt
 }
 
 TWList TWCreateItem::getElementsInContainer(const NKXMLElement& container) const {
-  return detail::elementOrTrue(container);
+  auto elements = detail::elementOrTrue(container);
+  if (!onlySaves_) return elements;
+  for (auto& element : elements)
+    if (!TWItem::idFromXML(element.asXML()))
+      element = detail::missingResult(descriptor(), container.parent());
+  return elements;
 }
 
 }  // namespace tarnwell

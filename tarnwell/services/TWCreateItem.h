@@ -21,7 +21,8 @@ class TWCreateItem : public TWEWSAccountService, public TWServiceStatics<TWCreat
   [[nodiscard]] static const TWServiceClass& descriptor();
 
   /// What came of each item, in order: its element; `true` where the answer has none, as for one
-  /// that was sent without being saved; or a caught error.
+  /// that was sent without being saved; or a caught error. When nothing is to be sent ("SaveOnly"),
+  /// ErrorTransport takes the place of an element that is missing or tells no id.
   ///
   /// Errors, before anything is sent: those of an item that cannot be written, and of a folder
   /// without an id.
@@ -37,8 +38,10 @@ class TWCreateItem : public TWEWSAccountService, public TWServiceStatics<TWCreat
                                         TWError* error = nullptr) const;
 
  protected:
-  /// `true` for a container that is empty.
   [[nodiscard]] TWList getElementsInContainer(const NKXMLElement& container) const override;
+
+ private:
+  bool onlySaves_ = false;
 };
 
 }  // namespace tarnwell

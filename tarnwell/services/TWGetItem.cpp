@@ -42,14 +42,16 @@ std::optional<TWList> TWGetItem::call(const TWItemEntries& ids, const Paths& add
 bool TWGetItem::call(const TWItemEntries& ids, const Paths& additionalFields,
                      std::string_view shape, const Receiver& receive, TWError* error) {
   // All are built first: a bad id must not be found when half of the items have been read.
-  std::vector<NKXMLElement> payloads;
+  std::vector<std::pair<NKXMLElement, std::size_t>> requests;
   for (const auto& chunk : TWUtils::chunkify(ids, chunkSize())) {
-    payloads.push_back(getPayload(chunk, additionalFields, shape, error));
-    if (!payloads.back()) return false;
+    requests.emplace_back(getPayload(chunk, additionalFields, shape, error), chunk.size());
+    if (!requests.back().first) return false;
   }
-  for (const auto& payload : payloads) {
-    const auto results = getElements(payload, false, true, error);
+  for (const auto& [payload, count] : requests) {
+    auto results = getElements(payload, false, true, error);
     if (!results) return false;
+    // However many results there are, those of the next request belong to the next ids.
+    results->resize(count, detail::missingResult(descriptor()));
     receive(*results);
   }
   return true;
@@ -70,7 +72,10 @@ NKXMLElement TWGetItem::getPayload(const TWItemEntries& ids, const Paths& additi
 }
 
 TWList TWGetItem::getElementsInContainer(const NKXMLElement& container) const {
-  return detail::elementOrTrue(container);
+  auto elements = TWEWSAccountService::getElementsInContainer(container);
+  if (elements.empty())
+    elements.emplace_back(detail::missingResult(descriptor(), container.parent()));
+  return elements;
 }
 
 }  // namespace tarnwell

@@ -27,8 +27,9 @@ class TWGetItem : public TWEWSAccountService, public TWServiceStatics<TWGetItem>
 
   using Paths = std::vector<std::shared_ptr<TWFieldPath>>;
 
-  /// One XML element, or caught error, for each id, in order. The first request that fails ends the
-  /// call; no ids are no request.
+  /// One XML element, or caught error, for each id, in order; ErrorTransport in the place of one
+  /// that the answer does not have. The first request that fails ends the call; no ids are no
+  /// request.
   [[nodiscard]] std::optional<TWList> call(const TWItemEntries& ids, const Paths& additionalFields,
                                            std::string_view shape, TWError* error = nullptr);
   /// The same for many items, whose answers take more memory than the items: hands over the results
@@ -42,7 +43,7 @@ class TWGetItem : public TWEWSAccountService, public TWServiceStatics<TWGetItem>
                                         std::string_view shape, TWError* error = nullptr) const;
 
  protected:
-  /// `true` for a container that is empty.
+  /// An error for a container that is empty.
   [[nodiscard]] TWList getElementsInContainer(const NKXMLElement& container) const override;
 };
 

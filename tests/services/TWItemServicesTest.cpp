@@ -9,6 +9,7 @@
 #include "tarnwell/items/TWCalendarItem.h"
 #include "tarnwell/items/TWContact.h"
 #include "tarnwell/items/TWIndexedElements.h"
+#include "tarnwell/items/TWItemId.h"
 #include "tarnwell/items/TWMessage.h"
 #include "tarnwell/schema/TWExtendedProperty.h"
 #include "tarnwell/schema/TWFieldPath.h"
@@ -89,27 +90,33 @@ class TWItemServices : public test::MailboxTest {
 };
 
 TEST_F(TWItemServices, DeclareTheirNamesAndContainers) {
+  constexpr std::string_view kMessages =
+      "http://schemas.microsoft.com/exchange/services/2006/messages";
   const auto caught = TWServiceClass::baseErrorsToCatch();
-  EXPECT_EQ(TWGetItem::rootName(), "m:GetItem");
-  EXPECT_EQ(TWGetItem::elementContainerName(), "Items");
+  auto caughtToo = caught;
+  caughtToo.insert(TWErrorCode::ErrorResponseMessage);
+  const auto expect = [](const TWEWSService& service, std::string_view name,
+                         std::optional<std::string_view> container, std::string_view xmlns,
+                         const TWErrorCodes& errors) {
+    const auto& cls = service.serviceClass();
+    EXPECT_EQ(cls.serviceName, name);
+    EXPECT_EQ(cls.rootName(), "m:" + std::string(name));
+    EXPECT_EQ(cls.elementContainerName, container) << name;
+    EXPECT_EQ(cls.elementContainerXMLns, xmlns) << name;
+    EXPECT_EQ(cls.errorsToCatchInResponse, errors) << name;
+    EXPECT_EQ(cls.warningsToCatchInResponse, TWErrorCodes{TWErrorCode::ErrorBatchProcessingStopped})
+        << name;
+    EXPECT_THAT(cls.warningsToIgnoreInResponse, IsEmpty()) << name;
+  };
+  expect(*TWGetItem::withAccount(account), "GetItem", "Items", kMessages, caught);
+  expect(*TWCreateItem::withAccount(account), "CreateItem", "Items", kMessages, caught);
+  expect(*TWUpdateItem::withAccount(account), "UpdateItem", "Items", kMessages, caught);
+  expect(*TWDeleteItem::withAccount(account), "DeleteItem", std::nullopt, "", caught);
+  expect(*TWSendItem::withAccount(account), "SendItem", std::nullopt, "", caught);
+  expect(*TWMoveItem::withAccount(account), "MoveItem", "Items", kMessages, caught);
+  expect(*TWExportItems::withAccount(account), "ExportItems", "Data", kMessages, caughtToo);
+  expect(*TWUploadItems::withAccount(account), "UploadItems", "ItemId", kMessages, caughtToo);
   EXPECT_EQ(TWGetItem::chunkSize(), 100U);
-  EXPECT_EQ(TWCreateItem::rootName(), "m:CreateItem");
-  EXPECT_EQ(TWCreateItem::elementContainerName(), "Items");
-  EXPECT_EQ(TWUpdateItem::rootName(), "m:UpdateItem");
-  EXPECT_EQ(TWUpdateItem::elementContainerName(), "Items");
-  EXPECT_EQ(TWDeleteItem::rootName(), "m:DeleteItem");
-  EXPECT_EQ(TWDeleteItem::elementContainerName(), std::nullopt);
-  EXPECT_EQ(TWSendItem::rootName(), "m:SendItem");
-  EXPECT_EQ(TWSendItem::elementContainerName(), std::nullopt);
-  EXPECT_EQ(TWSendItem::errorsToCatchInResponse(), caught);
-  EXPECT_EQ(TWMoveItem::rootName(), "m:MoveItem");
-  EXPECT_EQ(TWMoveItem::elementContainerName(), "Items");
-  EXPECT_EQ(TWExportItems::rootName(), "m:ExportItems");
-  EXPECT_EQ(TWExportItems::elementContainerName(), "Data");
-  EXPECT_TRUE(TWExportItems::errorsToCatchInResponse().contains(TWErrorCode::ErrorResponseMessage));
-  EXPECT_EQ(TWUploadItems::rootName(), "m:UploadItems");
-  EXPECT_EQ(TWUploadItems::elementContainerName(), "ItemId");
-  EXPECT_TRUE(TWUploadItems::errorsToCatchInResponse().contains(TWErrorCode::ErrorResponseMessage));
   EXPECT_EQ(TWGetAttachment::rootName(), "m:GetAttachment");
   EXPECT_EQ(TWGetAttachment::elementContainerName(), "Attachments");
   EXPECT_EQ(TWCreateAttachment::rootName(), "m:CreateAttachment");
@@ -192,6 +199,103 @@ TEST_F(TWItemServices, GetItemHandsOverEachAnswerBeforeItAsksForTheNext) {
   EXPECT_THAT(sizes, ElementsAre(100U));
   EXPECT_THAT(requestsBefore, ElementsAre(1U));
   EXPECT_EQ(server.requestCount(), 2U);
+}
+
+TEST_F(TWItemServices, GetItemKeepsTheResultsOfEachRequestWithItsIds) {
+  const auto first = [](std::size_t count) {
+    std::string messages;
+    for (std::size_t at = 0; at < count; ++at)
+      messages += inItems("GetItem",
+                          "<t:Message><t:ItemId Id=\"" + std::to_string(at) + "\"/></t:Message>");
+    return messages;
+  };
+  TWItemEntries many;
+  for (int i = 0; i < 101; ++i) many.emplace_back(TWIdPair{std::to_string(i)});
+  const auto fetched = [&](std::size_t inFirst) {
+    server.on("GetItem", [=](const std::string& payload) {
+      return answer("GetItem",
+                    payload.find(" Id=\"0\"") != std::string::npos
+                        ? first(inFirst)
+                        : inItems("GetItem", "<t:Message><t:ItemId Id=\"100\"/></t:Message>"));
+    });
+    auto results = TWGetItem::withAccount(account)->call(many, {}, "IdOnly");
+    EXPECT_TRUE(results);
+    return std::move(results).value_or(TWList());
+  };
+  const auto idOf = [](const TWValue& result) { return TWItem::idFromXML(result.asXML())->id; };
+  const auto tooFew = fetched(99);
+  ASSERT_EQ(tooFew.size(), 101U);
+  EXPECT_EQ(idOf(tooFew[98]), "98");
+  EXPECT_EQ(tooFew[99].asError(),
+            TWError(TWErrorCode::ErrorTransport, "No Items elements in ResponseMessage (null)"));
+  EXPECT_EQ(idOf(tooFew[100]), "100");
+  const auto tooMany = fetched(102);
+  ASSERT_EQ(tooMany.size(), 101U);
+  EXPECT_EQ(idOf(tooMany[99]), "99");
+  EXPECT_EQ(idOf(tooMany[100]), "100");
+}
+
+TEST_F(TWItemServices, GetItemHasAnErrorInPlaceOfAnItemThatIsNotThere) {
+  server.on("GetItem", answer("GetItem", inItems("GetItem", "")));
+  const auto results = TWGetItem::withAccount(account)->call({ids[0]}, {}, "IdOnly");
+  ASSERT_TRUE(results);
+  ASSERT_EQ(results->size(), 1U);
+  EXPECT_TRUE((*results)[0].asError().is(TWErrorCode::ErrorTransport));
+  EXPECT_THAT((*results)[0].asError().message(),
+              HasSubstr("No Items elements in ResponseMessage <m:GetItemResponseMessage "));
+}
+
+TEST_F(TWItemServices, AContainerInTheWrongNamespaceIsNoResult) {
+  const auto expectFails = [&](std::string_view operation, const std::string& content,
+                               const auto& call) {
+    server.on(std::string(operation),
+              answer(operation, responseMessage(operation, "Success", "NoError", content)));
+    TWError error;
+    EXPECT_FALSE(call(&error)) << operation;
+    EXPECT_TRUE(error.is(TWErrorCode::ErrorTransport)) << operation << error;
+    EXPECT_THAT(error.message(), HasSubstr(" elements in ResponseMessage <"));
+  };
+  expectFails("GetItem", "<t:Items/>", [&](TWError* error) {
+    return TWGetItem::withAccount(account)->call(ids, {}, "IdOnly", error);
+  });
+  expectFails("CreateItem", "<t:Items/>", [&](TWError* error) {
+    return TWCreateItem::withAccount(account)->call({message()}, nullptr, "SendOnly", "SendToNone",
+                                                    error);
+  });
+  expectFails("UpdateItem", "<t:Items/>", [&](TWError* error) {
+    return TWUpdateItem::withAccount(account)->call({{message(), {"importance"}}}, "", "", "",
+                                                    false, error);
+  });
+  expectFails("MoveItem", "<t:Items/>", [&](TWError* error) {
+    return TWMoveItem::withAccount(account)->call(ids, folder("F"), error);
+  });
+  expectFails("ExportItems", "<t:Data>QUJD</t:Data>", [&](TWError* error) {
+    return TWExportItems::withAccount(account)->call(ids, error);
+  });
+  expectFails("UploadItems", "<t:ItemId Id='A'/>", [&](TWError* error) {
+    return TWUploadItems::withAccount(account)->call({{folder("F"), "QUJD"}}, error);
+  });
+}
+
+TEST_F(TWItemServices, AReferenceIsAPairADictionaryOrAnId) {
+  const auto idsOf = [&](const TWItemEntries& entries) {
+    return TWExportItems::withAccount(account)->getPayload(entries).compactXMLString();
+  };
+  const auto expected = EqualsXML(
+      "<m:ExportItems><m:ItemIds><t:ItemId Id='A' ChangeKey='ck-A'/></m:ItemIds>"
+      "</m:ExportItems>");
+  EXPECT_THAT(idsOf({TWIdPair{"A", "ck-A"}}), expected);
+  EXPECT_THAT(idsOf({TWDictionary{{"id", "A"}, {"changekey", "ck-A"}}}), expected);
+  EXPECT_THAT(idsOf({TWDictionary{{"item_id", "A"}, {"changekey", "ck-A"}}}), expected);
+  EXPECT_THAT(idsOf({TWItemId::withDict({{"id", "A"}, {"changekey", "ck-A"}})}), expected);
+  EXPECT_THAT(idsOf({TWRootItemId::withDict({{"id", "A"}, {"changekey", "ck-A"}})}), expected);
+  for (const TWItemEntry& bad : {TWItemEntry(TWDictionary()), TWItemEntry(TWItemId::withDict()),
+                                 TWItemEntry(std::shared_ptr<TWItemId>())}) {
+    TWError error;
+    EXPECT_FALSE(TWExportItems::withAccount(account)->call({bad}, &error));
+    EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Item must have an id"));
+  }
+  EXPECT_EQ(server.requestCount(), 0U);
 }
 
 TEST_F(TWItemServices, GetItemWithoutIdsAsksNobody) {
@@ -513,10 +617,53 @@ TEST_F(TWItemServices, UploadItemsGivesIdPairs) {
 }
 
 TEST_F(TWItemServices, AMessageErrorFailsTheOperationsThatDoNotCatchIt) {
-  server.on("SendItem", test::errorAnswer("SendItem", "ErrorResponseMessage"));
+  const auto expectFails = [&](const char* operation, const auto& call) {
+    server.on(operation, test::errorAnswer(operation, "ErrorResponseMessage"));
+    TWError error;
+    EXPECT_FALSE(call(&error)) << operation;
+    EXPECT_TRUE(error.is(TWErrorCode::ErrorResponseMessage)) << operation << error;
+  };
+  expectFails("GetItem", [&](TWError* error) {
+    return TWGetItem::withAccount(account)->call(ids, {}, "IdOnly", error);
+  });
+  expectFails("CreateItem", [&](TWError* error) {
+    return TWCreateItem::withAccount(account)->call({message()}, nullptr, "SendOnly", "SendToNone",
+                                                    error);
+  });
+  expectFails("UpdateItem", [&](TWError* error) {
+    return TWUpdateItem::withAccount(account)->call({{message(), {"importance"}}}, "", "", "",
+                                                    false, error);
+  });
+  expectFails("DeleteItem", [&](TWError* error) {
+    return TWDeleteItem::withAccount(account)->call(ids, "", "", "", false, error);
+  });
+  expectFails("SendItem", [&](TWError* error) {
+    return TWSendItem::withAccount(account)->call(ids, nullptr, error);
+  });
+  expectFails("MoveItem", [&](TWError* error) {
+    return TWMoveItem::withAccount(account)->call(ids, folder("F"), error);
+  });
+}
+
+TEST_F(TWItemServices, ChoicesAreTheServersToJudge) {
+  server.on("UpdateItem", test::errorAnswer("UpdateItem", "ErrorInvalidRequest"));
+  server.on("DeleteItem", test::errorAnswer("DeleteItem", "ErrorInvalidRequest"));
   TWError error;
-  EXPECT_FALSE(TWSendItem::withAccount(account)->call(ids, nullptr, &error));
-  EXPECT_TRUE(error.is(TWErrorCode::ErrorResponseMessage)) << error;
+  EXPECT_FALSE(TWUpdateItem::withAccount(account)->call(
+      {{message({{"subject", "s"}}), {"subject"}}}, "Bogus", "Odd", "", false, &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorInvalidRequest)) << error;
+  EXPECT_THAT(
+      server.payload(0),
+      EqualsXML("<m:UpdateItem ConflictResolution='Bogus' MessageDisposition='Odd' "
+                "SendMeetingInvitationsOrCancellations='' SuppressReadReceipts='false'>"
+                "<m:ItemChanges><t:ItemChange><t:ItemId Id='M' ChangeKey='ck-M'/>"
+                "<t:Updates>" +
+                subjectSet("s") + "</t:Updates></t:ItemChange></m:ItemChanges></m:UpdateItem>"));
+  EXPECT_FALSE(TWDeleteItem::withAccount(account)->call(ids, "Bogus", "Odd", "", false, &error));
+  EXPECT_THAT(server.payload(1),
+              EqualsXML("<m:DeleteItem DeleteType='Bogus' SendMeetingCancellations='Odd' "
+                        "AffectedTaskOccurrences='' SuppressReadReceipts='false'>" +
+                        idsXML + "</m:DeleteItem>"));
 }
 
 TEST_F(TWItemServices, AttachmentsAreNamedByTextsAndByIds) {

@@ -66,6 +66,13 @@ TWList elementOrTrue(const NKXMLElement& container) {
   return elements;
 }
 
+TWError missingResult(const TWServiceClass& service, const NKXMLNode& message) {
+  return {TWErrorCode::ErrorTransport,
+          formatMessage(
+              "No %@ elements in ResponseMessage %@",
+              {service.elementContainerName, message ? TWValue(message.XMLString()) : TWValue()})};
+}
+
 TWErrorCodes withResponseMessageError() {
   auto codes = TWServiceClass::baseErrorsToCatch();
   codes.insert(TWErrorCode::ErrorResponseMessage);

@@ -37,6 +37,10 @@ void addSuppressReadReceipts(TWDictionary& attributes, bool suppress,
 /// being saved: each response message stands for one input.
 [[nodiscard]] TWList elementOrTrue(const NKXMLElement& container);
 
+/// The error that takes the place of a result which the answer does not have: "No Items elements in
+/// ResponseMessage %@", with the XML of the message where there is one.
+[[nodiscard]] TWError missingResult(const TWServiceClass& service, const NKXMLNode& message = {});
+
 /// The codes that operations on exported items catch.
 [[nodiscard]] TWErrorCodes withResponseMessageError();
 
