@@ -21,6 +21,11 @@ TWAccessType accessTypeOf(const TWAccountOptions& options) {
   return options.credentials ? TWAccessTypeDelegate : TWAccessTypeImpersonation;
 }
 
+std::nullptr_t beingFetched(TWError* error) {
+  setError(error, {TWErrorCode::ErrorFolderNotFound, "The root is being fetched"});
+  return nullptr;
+}
+
 }  // namespace
 
 std::shared_ptr<TWAccount> TWAccount::withPrimarySMTPAddress(
@@ -158,22 +163,34 @@ std::shared_ptr<TWRoot> TWAccount::knownRoot() const {
   return localRoot_ ? localRoot_ : root_;
 }
 
-std::shared_ptr<TWRoot> TWAccount::root() {
+std::shared_ptr<TWRoot> TWAccount::root() { return anyRoot(nullptr); }
+
+std::shared_ptr<TWRoot> TWAccount::anyRoot(TWError* error) {
   const std::lock_guard lock(rootMutex_);
   if (auto known = knownRoot()) return known;
-  fetchRoot();
-  return fetchedRoot();
+  if (isFetchingRoot_) return beingFetched(error);
+  isFetchingRoot_ = true;
+  const auto failure = tryFetchingRoot();
+  isFetchingRoot_ = false;
+  auto fetched = fetchedRoot();
+  if (!fetched) setError(error, failure);
+  return fetched;
 }
 
 std::shared_ptr<TWRoot> TWAccount::root(TWError* error) {
   const std::lock_guard lock(rootMutex_);
   if (auto fetched = fetchedRoot()) return fetched;
+  if (isFetchingRoot_) return beingFetched(error);
+  isFetchingRoot_ = true;
   auto root = TWRoot::getDistinguished(self(), error);
+  isFetchingRoot_ = false;
   if (root) setFetchedRoot(root);
   return root;
 }
 
-void TWAccount::fetchRoot() {
+void TWAccount::fetchRoot() { (void)tryFetchingRoot(); }
+
+TWError TWAccount::tryFetchingRoot() {
   TWError failure;
   if (auto root = TWRoot::getDistinguished(self(), &failure)) {
     setFetchedRoot(std::move(root));
@@ -185,6 +202,7 @@ void TWAccount::fetchRoot() {
     TWLogger::logger().rlog("[%@] Failed to fetch root with error: %@",
                             {primarySmtpAddress_, failure});
   }
+  return failure;
 }
 
 void TWAccount::refetchRoot() {
@@ -200,9 +218,9 @@ std::map<std::string, TWFolders> TWAccount::folders() {
   return byClass;
 }
 
-std::shared_ptr<TWFolder> TWAccount::wellKnownFolder(const TWFolderClass& cls) {
-  const auto top = root();
-  return top ? top->getDefaultFolder(cls) : nullptr;
+std::shared_ptr<TWFolder> TWAccount::wellKnownFolder(const TWFolderClass& cls, TWError* error) {
+  const auto top = anyRoot(error);
+  return top ? top->getDefaultFolder(cls, error) : nullptr;
 }
 
 #define TW_ACCOUNT_FOLDER(accessor, folderClass)         \

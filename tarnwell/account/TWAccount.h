@@ -114,10 +114,11 @@ class TWAccount : public TWObject, public TWServiceContext {
   // Its folders.
 
   /// The tree taken from an archive, else the one from the server, which is fetched when first
-  /// asked for, once whoever asks meanwhile. Null when it cannot be had.
+  /// asked for, once whoever asks meanwhile. Null when it cannot be had; so too for a delegate of
+  /// the logger that asks when it is told of the very request that fetches it.
   [[nodiscard]] std::shared_ptr<TWRoot> root();
   /// The tree from the server, fetched when first asked for. Takes no notice of an archived one,
-  /// keeps no placeholder and logs nothing.
+  /// keeps no placeholder and logs nothing. ErrorFolderNotFound for a delegate as above.
   [[nodiscard]] std::shared_ptr<TWRoot> root(TWError* error);
   /// What `root()` answers without asking the server; null when that is nothing.
   [[nodiscard]] std::shared_ptr<TWRoot> knownRoot() const;
@@ -140,8 +141,8 @@ class TWAccount : public TWObject, public TWServiceContext {
 #undef TW_ACCOUNT_FOLDER
 
   /// The folder tree as bytes that tell their format; of the tree from the server, or else of the
-  /// archived one. Absent when there is neither. Reads the tree's folders from the server if that
-  /// has not been done.
+  /// archived one. Reads the tree's folders from the server if that has not been done. Absent when
+  /// there is no tree, and when its folders cannot be read.
   [[nodiscard]] std::optional<TWData> exportRootData() const;
   /// Takes such a tree, which goes before one from the server until `refetchRoot`. For anything
   /// else false is answered and the account stays as it is.
@@ -265,7 +266,11 @@ class TWAccount : public TWObject, public TWServiceContext {
   [[nodiscard]] std::shared_ptr<TWRoot> fetchedRoot() const;
   void setFetchedRoot(std::shared_ptr<TWRoot> root);
   void setLocalRoot(std::shared_ptr<TWRoot> root);
-  [[nodiscard]] std::shared_ptr<TWFolder> wellKnownFolder(const TWFolderClass& cls);
+  /// `root()` with the error that it does not tell.
+  [[nodiscard]] std::shared_ptr<TWRoot> anyRoot(TWError* error);
+  TWError tryFetchingRoot();
+  [[nodiscard]] std::shared_ptr<TWFolder> wellKnownFolder(const TWFolderClass& cls,
+                                                          TWError* error = nullptr);
 
   std::string primarySmtpAddress_;
   std::optional<std::string> fullName_;
@@ -274,7 +279,8 @@ class TWAccount : public TWObject, public TWServiceContext {
   std::optional<std::string> locale_;
   TWTimeZone defaultTimeZone_;
 
-  std::recursive_mutex rootMutex_;  // held while the root is fetched
+  std::recursive_mutex rootMutex_;  // held while the root is fetched; guards the flag
+  bool isFetchingRoot_ = false;     // seen by the thread that fetches, when it comes here again
   mutable std::mutex mutex_;        // guards what follows; never held over a request
   std::optional<TWVersion> version_;
   std::optional<std::string> syncState_;

@@ -267,22 +267,24 @@ std::shared_ptr<TWFolder> TWRoot::keepDefaultFolder(const TWFolderClass& cls,
   return folder;
 }
 
-std::shared_ptr<TWFolder> TWRoot::getDefaultFolder(const TWFolderClass& cls) const {
+std::shared_ptr<TWFolder> TWRoot::getDefaultFolder(const TWFolderClass& cls, TWError* error) const {
   {
     const std::scoped_lock lock(mutex_);
     const auto found = defaultFolders_.find(std::string(cls.name()));
     if (found != defaultFolders_.end()) return found->second;
   }
   const auto account = this->account();
-  TWError error;
-  if (auto folder = getDistinguishedFolder(cls, account, &error))
+  TWError failure;
+  if (auto folder = getDistinguishedFolder(cls, account, &failure))
     return keepDefaultFolder(cls, std::move(folder));
-  if (error.is(TWErrorCode::ErrorAccessDenied)) {
+  if (failure.is(TWErrorCode::ErrorAccessDenied)) {
     // The folder itself may not be read, but perhaps what is in it.
     auto folder = make(cls, {{"name", cls.distinguishedFolderId()}}, account);
     if (folder && folder->testAccess()) return keepDefaultFolder(cls, std::move(folder));
   }
-  return searchDefaultFolder(cls);
+  auto found = searchDefaultFolder(cls);
+  if (!found) setError(error, std::move(failure));
+  return found;
 }
 
 std::shared_ptr<TWFolder> TWRoot::searchDefaultFolder(const TWFolderClass& cls) const {

@@ -61,8 +61,10 @@ class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
   [[nodiscard]] TWFolders refetchPrimaryFolders(TWError* error = nullptr) const;
 
   /// The account's folder of a well-known class. Asked for by its well-known name once, and looked
-  /// for in the tree when the server does not give it. Null when there is none.
-  [[nodiscard]] std::shared_ptr<TWFolder> getDefaultFolder(const TWFolderClass& cls) const;
+  /// for in the tree when the server does not give it. Null when there is none, with the error that
+  /// the server's answer was.
+  [[nodiscard]] std::shared_ptr<TWFolder> getDefaultFolder(const TWFolderClass& cls,
+                                                           TWError* error = nullptr) const;
   template <std::derived_from<TWFolder> Folder>
   [[nodiscard]] std::shared_ptr<Folder> getDefaultFolder() const {
     return std::dynamic_pointer_cast<Folder>(getDefaultFolder(Folder::elementClass()));

@@ -23,9 +23,7 @@ using test::folderXML;
 using test::namesOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Pair;
+using ::testing::MatchesRegex;
 
 std::string text(const TWData& data) { return {data.begin(), data.end()}; }
 TWData bytes(std::string_view text) { return {text.begin(), text.end()}; }
@@ -88,13 +86,17 @@ TEST_F(TWAccountRoot, IsNotReplacedByAPlaceholderWhenItIsDeniedLater) {
   refusesRoot("ErrorAccessDenied");
   account->fetchRoot();
   EXPECT_EQ(account->root(), root);
-  EXPECT_THAT(log.lines().back(), HasSubstr("[ann@example.com] Failed to fetch root with error: "));
+  EXPECT_EQ(log.lines().back(),
+            "[ann@example.com] Failed to fetch root with error: org.tarnwell.ews 10: Error: "
+            "ErrorAccessDenied");
 }
 
 TEST_F(TWAccountRoot, ThatCannotBeHadIsMissingAndTheLogTells) {
   refusesRoot("ErrorInternalServerError");
   EXPECT_EQ(account->root(), nullptr);
-  EXPECT_THAT(log.lines().back(), HasSubstr("[ann@example.com] Failed to fetch root with error: "));
+  EXPECT_THAT(log.lines().back(),
+              MatchesRegex("\\[ann@example.com\\] Failed to fetch root with error: "
+                           "org.tarnwell.ews [0-9]+: Error: ErrorInternalServerError"));
   EXPECT_EQ(account->inbox(), nullptr);
 }
 
@@ -104,6 +106,16 @@ TEST_F(TWAccountRoot, AskedForWithAnErrorReportsItAndMakesNoPlaceholder) {
   EXPECT_EQ(account->root(&error), nullptr);
   EXPECT_TRUE(error.is(TWErrorCode::ErrorAccessDenied)) << error;
   EXPECT_EQ(account->knownRoot(), nullptr);
+  EXPECT_EQ(log.count("Failed to fetch root"), 0);
+}
+
+TEST_F(TWAccountRoot, AskedForWithAnErrorIsFetchedWithoutALineAboutIt) {
+  hasRoot();
+  TWError error;
+  EXPECT_TRUE(account->root(&error)) << error;
+  EXPECT_EQ(log.count("Request took"), 1);
+  EXPECT_EQ(log.count("root"), 0);
+  EXPECT_EQ(log.count("Root"), 0);
 }
 
 TEST_F(TWAccountRoot, AskedForWithAnErrorTakesNoNoticeOfAnArchivedTree) {
@@ -160,6 +172,54 @@ TEST_F(TWAccountRoot, CanBeAskedForByTheDelegateThatIsToldOfIt) {
   EXPECT_THAT(server.operations(), ElementsAre("GetFolder"));
 }
 
+/// A delegate that asks the account for its root on every line.
+class EverAskingLogger : public TWLoggerDelegate {
+ public:
+  explicit EverAskingLogger(const std::shared_ptr<TWAccount>& account) : account_(account) {}
+  void debug(const std::string& /*message*/) override {}
+  void release(const std::string& /*message*/) override {
+    const auto account = account_.lock();
+    answers.push_back(account->root());
+    TWError error;
+    if (!account->root(&error)) errors.push_back(error);
+  }
+  std::vector<std::shared_ptr<TWRoot>> answers;
+  std::vector<TWError> errors;
+
+ private:
+  std::weak_ptr<TWAccount> account_;
+};
+
+TEST_F(TWAccountRoot, CanBeAskedForByADelegateOnEveryLine) {
+  const auto expectRoot = [&](bool thereIsOne) {
+    const auto of = test::makeAccount(server.url());
+    const auto delegate = std::make_shared<EverAskingLogger>(of);
+    TWLogger::logger().setDelegate(delegate);
+    EXPECT_EQ(of->root() != nullptr, thereIsOne);
+    ASSERT_FALSE(delegate->answers.empty());
+    // The lines of the very request find nothing.
+    EXPECT_EQ(delegate->answers.front(), nullptr);
+    ASSERT_FALSE(delegate->errors.empty());
+    EXPECT_EQ(delegate->errors.front(),
+              TWError(TWErrorCode::ErrorFolderNotFound, "The root is being fetched"));
+    const auto other = test::makeAccount(server.url());
+    const auto second = std::make_shared<EverAskingLogger>(other);
+    TWLogger::logger().setDelegate(second);
+    // Here it is another request, on the same connection, that is logged.
+    EXPECT_TRUE(other->exportItems({TWIdPair{"A"}}));
+    EXPECT_EQ(second->answers.back() != nullptr, thereIsOne);
+  };
+  server.on("ExportItems",
+            answer("ExportItems", test::responseMessage("ExportItems", "Success", "NoError",
+                                                        "<m:Data>QUJD</m:Data>")));
+  hasRoot();
+  expectRoot(true);
+  refusesRoot("ErrorAccessDenied");
+  expectRoot(true);
+  refusesRoot("ErrorInternalServerError");
+  expectRoot(false);
+}
+
 TEST_F(TWAccountRoot, KnowsItsFoldersByTheirClasses) {
   hasRoot();
   const auto folders = account->folders();
@@ -176,9 +236,46 @@ TEST_F(TWAccountRoot, EveryAccessorAsksForTheFolderOfItsName) {
   });
   using Accessor = std::shared_ptr<TWFolder> (TWAccount::*)();
   const std::vector<std::pair<Accessor, std::string>> accessors{
-#define TW_ACCOUNT_FOLDER(accessor, folderClass) {&TWAccount::accessor, #folderClass},
-#include "tarnwell/account/TWAccountFolders.inc"
-#undef TW_ACCOUNT_FOLDER
+      {&TWAccount::adminAuditLogs, "TWAdminAuditLogs"},
+      {&TWAccount::archiveDeletedItems, "TWArchiveDeletedItems"},
+      {&TWAccount::archiveInbox, "TWArchiveInbox"},
+      {&TWAccount::archiveMsgFolderRoot, "TWArchiveMsgFolderRoot"},
+      {&TWAccount::archiveRecoverableItemsDeletions, "TWArchiveRecoverableItemsDeletions"},
+      {&TWAccount::archiveRecoverableItemsPurges, "TWArchiveRecoverableItemsPurges"},
+      {&TWAccount::archiveRecoverableItemsRoot, "TWArchiveRecoverableItemsRoot"},
+      {&TWAccount::archiveRecoverableItemsVersions, "TWArchiveRecoverableItemsVersions"},
+      {&TWAccount::archiveRoot, "TWArchiveRoot"},
+      {&TWAccount::calendar, "TWCalendar"},
+      {&TWAccount::conflicts, "TWConflicts"},
+      {&TWAccount::contacts, "TWContacts"},
+      {&TWAccount::conversationHistory, "TWConversationHistory"},
+      {&TWAccount::directory, "TWDirectory"},
+      {&TWAccount::drafts, "TWDrafts"},
+      {&TWAccount::favorites, "TWFavorites"},
+      {&TWAccount::imContactList, "TWIMContactList"},
+      {&TWAccount::inbox, "TWInbox"},
+      {&TWAccount::journal, "TWJournal"},
+      {&TWAccount::junk, "TWJunkEmail"},
+      {&TWAccount::localFailures, "TWLocalFailures"},
+      {&TWAccount::msgFolderRoot, "TWMsgFolderRoot"},
+      {&TWAccount::myContacts, "TWMyContacts"},
+      {&TWAccount::notes, "TWNotes"},
+      {&TWAccount::outbox, "TWOutbox"},
+      {&TWAccount::peopleConnect, "TWPeopleConnect"},
+      {&TWAccount::publicFoldersRoot, "TWPublicFoldersRoot"},
+      {&TWAccount::quickContacts, "TWQuickContacts"},
+      {&TWAccount::receipientCache, "TWReceipientCache"},
+      {&TWAccount::recoverableItemsDeletions, "TWRecoverableItemsDeletions"},
+      {&TWAccount::recoverableItemsPurges, "TWRecoverableItemsPurges"},
+      {&TWAccount::recoverableItemsRoot, "TWRecoverableItemsRoot"},
+      {&TWAccount::recoverableItemsVersions, "TWRecoverableItemsVersions"},
+      {&TWAccount::searchFolders, "TWSearchFolders"},
+      {&TWAccount::sent, "TWSentItems"},
+      {&TWAccount::serverFailures, "TWServerFailures"},
+      {&TWAccount::syncIssues, "TWSyncIssues"},
+      {&TWAccount::tasks, "TWTasks"},
+      {&TWAccount::trash, "TWDeletedItems"},
+      {&TWAccount::voiceMail, "TWVoiceMail"},
   };
   EXPECT_EQ(accessors.size(), 40U);
   for (const auto& [accessor, className] : accessors) {
@@ -188,9 +285,6 @@ TEST_F(TWAccountRoot, EveryAccessorAsksForTheFolderOfItsName) {
     EXPECT_EQ((*folder)["folder_id"],
               TWValue(std::string(*folder->folderClass().distinguishedFolderId())));
   }
-  EXPECT_EQ(account->trash()->className(), "TWDeletedItems");
-  EXPECT_EQ(account->sent()->className(), "TWSentItems");
-  EXPECT_EQ(account->junk()->className(), "TWJunkEmail");
 }
 
 TEST_F(TWAccountRoot, ComesBackFromAnArchiveWithItsFoldersWithoutARequest) {
@@ -231,6 +325,34 @@ TEST_F(TWAccountRoot, KeepsTheOrderOfItsFoldersInAnArchive) {
 TEST_F(TWAccountRoot, WithoutATreeThereIsNothingToArchive) {
   EXPECT_EQ(account->exportRootData(), std::nullopt);
   EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWAccountRoot, WhoseFoldersCannotBeReadIsNotArchived) {
+  hasRoot();
+  ASSERT_TRUE(account->root());
+  server.on("FindFolder", errorAnswer("FindFolder", "ErrorInternalServerError"));
+  EXPECT_EQ(account->exportRootData(), std::nullopt);
+  hasRoot();
+  EXPECT_TRUE(account->exportRootData());
+}
+
+TEST_F(TWAccountRoot, ThatWasFetchedIsArchivedBeforeOneFromAnArchive) {
+  const auto data = archive();
+  const auto other = test::makeAccount(server.url());
+  ASSERT_TRUE(other->importRootData(data));
+  server.on("GetFolder",
+            answer("GetFolder", foldersMessage("GetFolder", folderXML("Q", "", "", ""))));
+  server.on("FindFolder",
+            answer("FindFolder", test::pageMessage("FindFolder", "Folders",
+                                                   folderXML("B", "fetched later", "Q"))));
+  ASSERT_TRUE(other->root(nullptr));
+  EXPECT_EQ((*other->root())["folder_id"], TWValue("R"));
+  const auto exported = other->exportRootData();
+  ASSERT_TRUE(exported);
+  const auto third = test::makeAccount(server.url());
+  ASSERT_TRUE(third->importRootData(*exported));
+  EXPECT_EQ((*third->root())["folder_id"], TWValue("Q"));
+  EXPECT_THAT(namesOf(third->root()->walk()), ElementsAre("fetched later"));
 }
 
 TEST_F(TWAccountRoot, ArchivesThatAreCutOrAlteredChangeNothing) {

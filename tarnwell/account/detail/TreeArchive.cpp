@@ -21,13 +21,15 @@ std::shared_ptr<TWFolder> readFolder(const Json& data, const std::shared_ptr<TWA
 
 }  // namespace
 
-TWData writeTree(const TWRoot& root) {
+std::optional<TWData> writeTree(const TWRoot& root) {
   Json folders = Json::array();
   const auto add = [&folders](const TWFolder& folder) {
     folders.push_back(
         {{"class", std::string(folder.className())}, {"data", asText(folder.serializedData())}});
   };
-  auto rest = root.foldersMap();
+  TWError failure;
+  auto rest = root.foldersMap(&failure);
+  if (failure) return std::nullopt;
   // Folders keep their order; those that are not below the root come last.
   for (const auto& folder : root.walk())
     if (rest.erase((*folder)["folder_id"].asText().value_or(std::string())) > 0) add(*folder);
@@ -35,7 +37,7 @@ TWData writeTree(const TWRoot& root) {
   const Json document{
       {"format", kFormat}, {"root", asText(root.serializedData())}, {"folders", folders}};
   const auto text = document.dump();
-  return {text.begin(), text.end()};
+  return TWData(text.begin(), text.end());
 }
 
 std::shared_ptr<TWRoot> readTree(const TWData& data, const std::shared_ptr<TWAccount>& account) {
