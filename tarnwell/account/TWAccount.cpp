@@ -28,21 +28,6 @@ std::nullptr_t beingFetched(TWError* error) {
 
 }  // namespace
 
-std::shared_ptr<TWAccount> TWAccount::withPrimarySMTPAddress(
-    std::string_view primarySmtpAddress, std::optional<std::string> fullName,
-    TWAccessType accessType, bool autodiscover, std::shared_ptr<TWCredentials> credentials,
-    std::optional<TWConfiguration> config, std::optional<std::string> locale,
-    std::optional<TWTimeZone> defaultTimeZone) {
-  return withOptions({.primarySmtpAddress = std::string(primarySmtpAddress),
-                      .fullName = std::move(fullName),
-                      .accessType = accessType,
-                      .autodiscover = autodiscover,
-                      .credentials = std::move(credentials),
-                      .config = std::move(config),
-                      .locale = std::move(locale),
-                      .defaultTimeZone = std::move(defaultTimeZone)});
-}
-
 std::shared_ptr<TWAccount> TWAccount::withOptions(const TWAccountOptions& options) {
   return std::make_shared<TWAccount>(Key(), options);
 }

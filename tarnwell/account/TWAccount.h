@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -8,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tarnwell/account/TWConfiguration.h"
@@ -47,6 +49,25 @@ struct TWAccountOptions {
   TWAutodiscoverOptions discovery = {};
 };
 
+/// How items are created, updated and deleted; the values are EWS's own, see the lists of choices
+/// of `TWAccount`. (Some names are misspelt in the interface.)
+struct TWBulkCreateOptions {
+  std::string messageDisposition = "SaveOnly";
+  std::string sendMeetingInvitiations = "SendToNone";
+};
+struct TWBulkUpdateOptions {
+  std::string conflictResolution = "AutoResolve";
+  std::string messageDisposition = "SaveOnly";
+  std::string sendMeetingInvitationsOrCancellations = "SendToNone";
+  bool supressReadReceipts = false;
+};
+struct TWBulkDeleteOptions {
+  std::string deleteType = "HardDelete";  ///< or "SoftDelete", or "MoveToDeletedItems"
+  std::string sendMeetingCancellations = "SendToNone";
+  std::string affectedTaskOccurunces = "AllOccurrences";
+  bool supressReadReceipts = false;
+};
+
 /// One mailbox: where everything starts.
 ///
 ///     const auto account = TWAccount::withPrimarySMTPAddress(
@@ -64,10 +85,20 @@ class TWAccount : public TWObject, public TWServiceContext {
   /// because autodiscover found nothing (the log tells of it), cannot send requests.
   [[nodiscard]] static std::shared_ptr<TWAccount> withPrimarySMTPAddress(
       std::string_view primarySmtpAddress, std::optional<std::string> fullName,
-      TWAccessType accessType, bool autodiscover, std::shared_ptr<TWCredentials> credentials,
+      TWAccessType accessType, std::same_as<bool> auto autodiscover,
+      std::shared_ptr<TWCredentials> credentials,
       std::optional<TWConfiguration> config = std::nullopt,
       std::optional<std::string> locale = std::nullopt,
-      std::optional<TWTimeZone> defaultTimeZone = std::nullopt);
+      std::optional<TWTimeZone> defaultTimeZone = std::nullopt) {
+    return withOptions({.primarySmtpAddress = std::string(primarySmtpAddress),
+                        .fullName = std::move(fullName),
+                        .accessType = accessType,
+                        .autodiscover = autodiscover,
+                        .credentials = std::move(credentials),
+                        .config = std::move(config),
+                        .locale = std::move(locale),
+                        .defaultTimeZone = std::move(defaultTimeZone)});
+  }
   [[nodiscard]] static std::shared_ptr<TWAccount> withOptions(const TWAccountOptions& options);
 
   // Who it is.
@@ -162,47 +193,97 @@ class TWAccount : public TWObject, public TWServiceContext {
   /// ("SendOnly"). New items without a culture get that of the account's locale.
   ///
   /// Errors: a folder of another account, "SaveOnly" without a folder, "SendOnly" with one; an item
-  /// that cannot be written.
+  /// that cannot be written; why there is no Sent Items. In place of a result: ErrorTransport for
+  /// an item that was only to be saved, and of which the server tells no id.
   std::optional<TWResults<std::shared_ptr<TWBulkCreateResult>>> bulkCreate(
       const std::shared_ptr<TWFolder>& folder, const TWItems& items,
       std::string_view messageDisposition, std::string_view sendMeetingInvitiations,
       TWError* error = nullptr);
+  std::optional<TWResults<std::shared_ptr<TWBulkCreateResult>>> bulkCreate(
+      const std::shared_ptr<TWFolder>& folder, const TWItems& items,
+      const TWBulkCreateOptions& options, TWError* error = nullptr) {
+    return bulkCreate(folder, items, options.messageDisposition, options.sendMeetingInvitiations,
+                      error);
+  }
 
   /// Writes the named properties of items; see `TWUpdateItem`. The outcomes are the id pairs with
   /// the new change keys; without one where the server does not tell it.
   ///
   /// Errors: "SendOnly"; what `TWUpdateItem` refuses.
+  std::optional<TWResults<TWIdPair>> bulkUpdate(const std::vector<TWItemUpdate>& items,
+                                                const TWBulkUpdateOptions& options,
+                                                TWError* error = nullptr);
   std::optional<TWResults<TWIdPair>> bulkUpdate(
       const std::vector<TWItemUpdate>& items, std::string_view conflictResolution,
       std::string_view messageDisposition, std::string_view sendMeetingInvitationsOrCancellations,
-      bool supressReadReceipts, TWError* error = nullptr);
+      std::same_as<bool> auto supressReadReceipts, TWError* error = nullptr) {
+    return bulkUpdate(items,
+                      TWBulkUpdateOptions{
+                          std::string(conflictResolution), std::string(messageDisposition),
+                          std::string(sendMeetingInvitationsOrCancellations), supressReadReceipts},
+                      error);
+  }
   /// Always fails: nothing says what to change.
+  std::optional<TWResults<TWIdPair>> bulkUpdate(const TWQuerySet& items,
+                                                const TWBulkUpdateOptions& options,
+                                                TWError* error = nullptr);
   std::optional<TWResults<TWIdPair>> bulkUpdate(
       const TWQuerySet& items, std::string_view conflictResolution,
       std::string_view messageDisposition, std::string_view sendMeetingInvitationsOrCancellations,
-      bool supressReadReceipts, TWError* error = nullptr);
+      std::same_as<bool> auto supressReadReceipts, TWError* error = nullptr) {
+    return bulkUpdate(items,
+                      TWBulkUpdateOptions{
+                          std::string(conflictResolution), std::string(messageDisposition),
+                          std::string(sendMeetingInvitationsOrCancellations), supressReadReceipts},
+                      error);
+  }
 
   /// Deletes items. The query sets of this and of the next operations are evaluated first, and
   /// what they find is read whole.
   /// @param deleteType  "HardDelete", "SoftDelete" or "MoveToDeletedItems"
+  std::optional<TWResults<bool>> bulkDelete(const TWItemEntries& ids,
+                                            const TWBulkDeleteOptions& options,
+                                            TWError* error = nullptr);
   std::optional<TWResults<bool>> bulkDelete(const TWItemEntries& ids, std::string_view deleteType,
                                             std::string_view sendMeetingCancellations,
                                             std::string_view affectedTaskOccurunces,
-                                            bool supressReadReceipts, TWError* error = nullptr);
+                                            std::same_as<bool> auto supressReadReceipts,
+                                            TWError* error = nullptr) {
+    return bulkDelete(
+        ids,
+        TWBulkDeleteOptions{std::string(deleteType), std::string(sendMeetingCancellations),
+                            std::string(affectedTaskOccurunces), supressReadReceipts},
+        error);
+  }
+  std::optional<TWResults<bool>> bulkDelete(const TWQuerySet& items,
+                                            const TWBulkDeleteOptions& options,
+                                            TWError* error = nullptr);
   std::optional<TWResults<bool>> bulkDelete(const TWQuerySet& items, std::string_view deleteType,
                                             std::string_view sendMeetingCancellations,
                                             std::string_view affectedTaskOccurunces,
-                                            bool supressReadReceipts, TWError* error = nullptr);
+                                            std::same_as<bool> auto supressReadReceipts,
+                                            TWError* error = nullptr) {
+    return bulkDelete(
+        items,
+        TWBulkDeleteOptions{std::string(deleteType), std::string(sendMeetingCancellations),
+                            std::string(affectedTaskOccurunces), supressReadReceipts},
+        error);
+  }
 
   /// Sends messages that are on the server. Copies go to the folder, or to Sent Items for null.
   ///
-  /// Errors: a folder without `saveCopy`.
-  std::optional<TWResults<bool>> bulkSend(const TWItemEntries& ids, bool saveCopy,
+  /// Errors: a folder without `saveCopy`; why there is no Sent Items.
+  std::optional<TWResults<bool>> bulkSend(const TWItemEntries& ids,
+                                          std::same_as<bool> auto saveCopy,
                                           const std::shared_ptr<TWFolder>& copyToFolder,
-                                          TWError* error = nullptr);
-  std::optional<TWResults<bool>> bulkSend(const TWQuerySet& items, bool saveCopy,
+                                          TWError* error = nullptr) {
+    return send(ids, saveCopy, copyToFolder, error);
+  }
+  std::optional<TWResults<bool>> bulkSend(const TWQuerySet& items, std::same_as<bool> auto saveCopy,
                                           const std::shared_ptr<TWFolder>& copyToFolder,
-                                          TWError* error = nullptr);
+                                          TWError* error = nullptr) {
+    return send(items, saveCopy, copyToFolder, error);
+  }
 
   /// The outcomes are the id pairs in the new folder; absent where the server does not tell it, as
   /// for a folder of another mailbox.
@@ -271,6 +352,12 @@ class TWAccount : public TWObject, public TWServiceContext {
   TWError tryFetchingRoot();
   [[nodiscard]] std::shared_ptr<TWFolder> wellKnownFolder(const TWFolderClass& cls,
                                                           TWError* error = nullptr);
+  std::optional<TWResults<bool>> send(const TWItemEntries& ids, bool saveCopy,
+                                      const std::shared_ptr<TWFolder>& copyToFolder,
+                                      TWError* error);
+  std::optional<TWResults<bool>> send(const TWQuerySet& items, bool saveCopy,
+                                      const std::shared_ptr<TWFolder>& copyToFolder,
+                                      TWError* error);
 
   std::string primarySmtpAddress_;
   std::optional<std::string> fullName_;

@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <set>
 #include <utility>
 
 #include "tarnwell/account/TWAccount.h"
 #include "tarnwell/folders/TWFolder.h"
 #include "tarnwell/folders/TWQuerySet.h"
+#include "tarnwell/folders/TWWellKnownFolders.h"
 #include "tarnwell/items/TWAttachment.h"
 #include "tarnwell/items/TWItem.h"
 #include "tarnwell/schema/TWFieldPath.h"
@@ -16,9 +18,12 @@
 #include "tarnwell/services/TWGetItem.h"
 #include "tarnwell/services/TWMoveItem.h"
 #include "tarnwell/services/TWSendItem.h"
-#include "tarnwell/util/TWFormat.h"
+#include "tarnwell/services/detail/ItemRequests.h"
 
 namespace tarnwell {
+
+using detail::missingResult;
+
 namespace {
 
 constexpr std::string_view kSaveOnly = "SaveOnly", kSendOnly = "SendOnly",
@@ -27,11 +32,6 @@ constexpr std::string_view kSaveOnly = "SaveOnly", kSendOnly = "SendOnly",
 std::nullopt_t refuse(TWError* error, std::string_view text) {
   setError(error, {TWErrorCode::ErrorValueOutOfRange, text});
   return std::nullopt;
-}
-
-TWError missingResult(const TWServiceClass& service) {
-  return {TWErrorCode::ErrorTransport, formatMessage("No %@ elements in ResponseMessage %@",
-                                                     {service.elementContainerName, TWValue()})};
 }
 
 /// What a query set finds; absent with its error, and without one when it finds nothing.
@@ -85,6 +85,16 @@ std::optional<TWResults<T>> forEach(const TWItemEntries& entries, const TWServic
 /// Of operations that say no more than that they were done.
 TWResult<bool> done(const TWValue& /*result*/) { return true; }
 
+bool mayUpdate(const TWBulkUpdateOptions& options, TWError* error) {
+  TWAccount::assertChoice(options.conflictResolution, TWAccount::conflictResolutionChoices());
+  TWAccount::assertChoice(options.messageDisposition, TWAccount::messageDispositionChoices());
+  TWAccount::assertChoice(options.sendMeetingInvitationsOrCancellations,
+                          TWAccount::sendMeetingInvitationsOrCancellationsChoices());
+  if (options.messageDisposition != kSendOnly) return true;
+  refuse(error, "Cannot send-only existing objects. Use SendItem instead");
+  return false;
+}
+
 /// "de-DE" for the locale "de_DE.UTF-8".
 std::string cultureOf(const std::optional<std::string>& locale) {
   if (!locale) return "en-US";
@@ -93,14 +103,16 @@ std::string cultureOf(const std::optional<std::string>& locale) {
   return culture.empty() ? "en-US" : culture;
 }
 
-/// Gives an item, and those attached to it, the culture that each must have.
-void fillCulture(TWItem& item, const std::string& culture) {
+/// Gives an item, and those attached to it, the culture that each must have. Items that are nested
+/// in themselves are refused only when they are written, so each is seen to once.
+void fillCulture(TWItem& item, const std::string& culture, std::set<const TWItem*>& seen) {
+  if (!seen.insert(&item).second) return;
   if (item.get("culture").isAbsent()) item.set("culture", culture);
   const auto attachments = item.get<std::vector<std::shared_ptr<TWAttachment>>>("attachments");
   if (!attachments) return;
   for (const auto& attachment : *attachments)
     if (const auto inner = attachment->get<std::shared_ptr<TWItem>>("_item"))
-      fillCulture(*inner, culture);
+      fillCulture(*inner, culture, seen);
 }
 
 }  // namespace
@@ -146,10 +158,14 @@ std::optional<TWResults<std::shared_ptr<TWBulkCreateResult>>> TWAccount::bulkCre
     return refuse(error, "Folder must be supplied when in save-only mode");
   }
   if (items.empty()) return std::nullopt;
-  if (!target && messageDisposition == kSendAndSaveCopy) target = sent();
+  if (!target && messageDisposition == kSendAndSaveCopy) {
+    target = wellKnownFolder(TWSentItems::elementClass(), error);
+    if (!target) return std::nullopt;
+  }
   const auto culture = cultureOf(locale_);
+  std::set<const TWItem*> seen;
   for (const auto& item : items)
-    if (item) fillCulture(*item, culture);
+    if (item) fillCulture(*item, culture, seen);
 
   const auto results = TWCreateItem::withAccount(self())->call(items, target, messageDisposition,
                                                                sendMeetingInvitiations, error);
@@ -170,20 +186,14 @@ std::optional<TWResults<std::shared_ptr<TWBulkCreateResult>>> TWAccount::bulkCre
   return outcomes;
 }
 
-std::optional<TWResults<TWIdPair>> TWAccount::bulkUpdate(
-    const std::vector<TWItemUpdate>& items, std::string_view conflictResolution,
-    std::string_view messageDisposition, std::string_view sendMeetingInvitationsOrCancellations,
-    bool supressReadReceipts, TWError* error) {
-  assertChoice(conflictResolution, conflictResolutionChoices());
-  assertChoice(messageDisposition, messageDispositionChoices());
-  assertChoice(sendMeetingInvitationsOrCancellations,
-               sendMeetingInvitationsOrCancellationsChoices());
-  if (messageDisposition == kSendOnly)
-    return refuse(error, "Cannot send-only existing objects. Use SendItem instead");
+std::optional<TWResults<TWIdPair>> TWAccount::bulkUpdate(const std::vector<TWItemUpdate>& items,
+                                                         const TWBulkUpdateOptions& options,
+                                                         TWError* error) {
+  if (!mayUpdate(options, error)) return std::nullopt;
   if (items.empty()) return std::nullopt;
   const auto results = TWUpdateItem::withAccount(self())->call(
-      items, conflictResolution, messageDisposition, sendMeetingInvitationsOrCancellations,
-      supressReadReceipts, error);
+      items, options.conflictResolution, options.messageDisposition,
+      options.sendMeetingInvitationsOrCancellations, options.supressReadReceipts, error);
   if (!results) return std::nullopt;
   TWResults<TWIdPair> outcomes;
   for (std::size_t at = 0; at < items.size(); ++at) {
@@ -201,62 +211,54 @@ std::optional<TWResults<TWIdPair>> TWAccount::bulkUpdate(
   return outcomes;
 }
 
-std::optional<TWResults<TWIdPair>> TWAccount::bulkUpdate(
-    const TWQuerySet& /*items*/, std::string_view conflictResolution,
-    std::string_view messageDisposition, std::string_view sendMeetingInvitationsOrCancellations,
-    bool /*supressReadReceipts*/, TWError* error) {
-  assertChoice(conflictResolution, conflictResolutionChoices());
-  assertChoice(messageDisposition, messageDispositionChoices());
-  assertChoice(sendMeetingInvitationsOrCancellations,
-               sendMeetingInvitationsOrCancellationsChoices());
-  if (messageDisposition == kSendOnly)
-    return refuse(error, "Cannot send-only existing objects. Use SendItem instead");
+std::optional<TWResults<TWIdPair>> TWAccount::bulkUpdate(const TWQuerySet& /*items*/,
+                                                         const TWBulkUpdateOptions& options,
+                                                         TWError* error) {
+  if (!mayUpdate(options, error)) return std::nullopt;
   return refuse(error,
                 "You shouldn't bulk update query sets. How do you expect to modify stuff inside "
                 "one?");
 }
 
 std::optional<TWResults<bool>> TWAccount::bulkDelete(const TWItemEntries& ids,
-                                                     std::string_view deleteType,
-                                                     std::string_view sendMeetingCancellations,
-                                                     std::string_view affectedTaskOccurunces,
-                                                     bool supressReadReceipts, TWError* error) {
+                                                     const TWBulkDeleteOptions& options,
+                                                     TWError* error) {
   const auto call = [&](const TWItemEntries& sent) {
-    return TWDeleteItem::withAccount(self())->call(sent, deleteType, sendMeetingCancellations,
-                                                   affectedTaskOccurunces, supressReadReceipts,
-                                                   error);
+    return TWDeleteItem::withAccount(self())->call(
+        sent, options.deleteType, options.sendMeetingCancellations, options.affectedTaskOccurunces,
+        options.supressReadReceipts, error);
   };
   return forEach<bool>(ids, TWDeleteItem::descriptor(), call, done);
 }
 
 std::optional<TWResults<bool>> TWAccount::bulkDelete(const TWQuerySet& items,
-                                                     std::string_view deleteType,
-                                                     std::string_view sendMeetingCancellations,
-                                                     std::string_view affectedTaskOccurunces,
-                                                     bool supressReadReceipts, TWError* error) {
+                                                     const TWBulkDeleteOptions& options,
+                                                     TWError* error) {
   const auto ids = found(items, error);
-  if (!ids) return std::nullopt;
-  return bulkDelete(*ids, deleteType, sendMeetingCancellations, affectedTaskOccurunces,
-                    supressReadReceipts, error);
+  return ids ? bulkDelete(*ids, options, error) : std::nullopt;
 }
 
-std::optional<TWResults<bool>> TWAccount::bulkSend(const TWItemEntries& ids, bool saveCopy,
-                                                   const std::shared_ptr<TWFolder>& copyToFolder,
-                                                   TWError* error) {
+std::optional<TWResults<bool>> TWAccount::send(const TWItemEntries& ids, bool saveCopy,
+                                               const std::shared_ptr<TWFolder>& copyToFolder,
+                                               TWError* error) {
   if (copyToFolder && !saveCopy) return refuse(error, "savecopy must be true when folder is set");
-  const auto call = [&](const TWItemEntries& messages) {
-    return TWSendItem::withAccount(self())->call(
-        messages, saveCopy && !copyToFolder ? sent() : copyToFolder, error);
+  const auto call = [&](const TWItemEntries& messages) -> std::optional<TWList> {
+    auto copies = copyToFolder;
+    if (saveCopy && !copies) {
+      copies = wellKnownFolder(TWSentItems::elementClass(), error);
+      if (!copies) return std::nullopt;
+    }
+    return TWSendItem::withAccount(self())->call(messages, copies, error);
   };
   return forEach<bool>(ids, TWSendItem::descriptor(), call, done);
 }
 
-std::optional<TWResults<bool>> TWAccount::bulkSend(const TWQuerySet& items, bool saveCopy,
-                                                   const std::shared_ptr<TWFolder>& copyToFolder,
-                                                   TWError* error) {
+std::optional<TWResults<bool>> TWAccount::send(const TWQuerySet& items, bool saveCopy,
+                                               const std::shared_ptr<TWFolder>& copyToFolder,
+                                               TWError* error) {
   if (copyToFolder && !saveCopy) return refuse(error, "savecopy must be true when folder is set");
   const auto ids = found(items, error);
-  return ids ? bulkSend(*ids, saveCopy, copyToFolder, error) : std::nullopt;
+  return ids ? send(*ids, saveCopy, copyToFolder, error) : std::nullopt;
 }
 
 std::optional<TWResults<std::optional<TWIdPair>>> TWAccount::bulkMove(
@@ -274,6 +276,7 @@ std::optional<TWResults<std::optional<TWIdPair>>> TWAccount::bulkMove(
 
 std::optional<TWResults<std::optional<TWIdPair>>> TWAccount::bulkMove(
     const TWQuerySet& items, const std::shared_ptr<TWFolder>& toFolder, TWError* error) {
+  if (!toFolder) return refuse(error, "Folder must be supplied");
   const auto ids = found(items, error);
   return ids ? bulkMove(*ids, toFolder, error) : std::nullopt;
 }
@@ -294,6 +297,7 @@ std::optional<TWItemEntries> TWAccount::fetch(const TWItemEntries& ids,
   }
   TWError unknownKind;
   const auto read = [&](const TWValue& result) -> TWValue {
+    if (unknownKind) return unknownKind;
     if (auto caught = result.asError()) return caught;
     const auto xml = result.asXML();
     if (!xml) return missingResult(TWGetItem::descriptor());

@@ -24,9 +24,10 @@ using test::folderXML;
 using test::pageMessage;
 using test::responseMessage;
 using test::successAnswer;
+using ::testing::AnyOf;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Not;
 
 class TWAccountItems : public test::MailboxTest {
@@ -171,12 +172,169 @@ TEST_F(TWAccountItems, WhatIsSentAndSavedGoesToSentItemsWithoutAFolder) {
 }
 
 TEST_F(TWAccountItems, AnItemThatWasToBeSavedAndHasNoIdIsAnError) {
-  server.on("CreateItem", answer("CreateItem", done("CreateItem", "<m:Items/>")));
-  const auto created = account->bulkCreate(folder("F"), {message()}, "SaveOnly", "SendToNone");
+  server.on("CreateItem",
+            answer("CreateItem", done("CreateItem", "<m:Items/>") +
+                                     done("CreateItem", "<m:Items><t:Message/></m:Items>") +
+                                     item("CreateItem", "3")));
+  const auto created = account->bulkCreate(
+      folder("F"), {message(), message(), message(), message()}, "SaveOnly", "SendToNone");
   ASSERT_TRUE(created);
-  EXPECT_EQ((*created)[0].error(),
+  ASSERT_EQ(created->size(), 4U);
+  for (std::size_t at : {0U, 1U}) {
+    const auto error = (*created)[at].error();
+    EXPECT_TRUE(error.is(TWErrorCode::ErrorTransport)) << error;
+    EXPECT_THAT(error.message(),
+                HasSubstr("No Items elements in ResponseMessage <m:CreateItemResponseMessage "));
+  }
+  EXPECT_EQ((*created)[2].value()->idPair(), (TWIdPair{"3", "ck-3"}));
+  // Of the fourth there is no message at all.
+  EXPECT_EQ((*created)[3].error(),
             TWError(TWErrorCode::ErrorTransport, "No Items elements in ResponseMessage (null)"));
 }
+
+TEST_F(TWAccountItems, SavingAnItemOfWhichNoIdIsToldFails) {
+  server.on("CreateItem",
+            answer("CreateItem", done("CreateItem", "<m:Items><t:Message/></m:Items>")));
+  const auto made = TWMessage::withDict({{"subject", "s"}, {"folder", folder("F")}});
+  TWError error;
+  EXPECT_FALSE(made->save(&error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorTransport)) << error;
+  EXPECT_EQ(made->idPair(), std::nullopt);
+}
+
+TEST_F(TWAccountItems, AnItemThatIsAttachedToItselfIsRefusedBeforeAnythingIsSent) {
+  const auto made = message();
+  const auto first = TWItemAttachment::withDict({{"name", "1"}});
+  const auto second = TWItemAttachment::withDict({{"name", "2"}});
+  const auto create = [&](const TWList& attachments) {
+    made->set("attachments", attachments);
+    TWError error;
+    EXPECT_FALSE(account->bulkCreate(folder("F"), {made}, "SaveOnly", "SendToNone", &error));
+    EXPECT_THAT(error.message(), HasSubstr("nested more than 64 levels deep"));
+  };
+  ASSERT_TRUE(first->setItem(made) && second->setItem(made));
+  create({first});
+  create({first, second});
+  EXPECT_EQ(server.requestCount(), 0U);
+  first->remove("_item");
+  second->remove("_item");
+}
+
+TEST_F(TWAccountItems, WithoutSentItemsNothingIsSentThatIsToBeKeptThere) {
+  const auto expectNothingSent = [&](TWAccount& of, TWErrorCode code) {
+    TWError error;
+    EXPECT_FALSE(of.bulkSend(ids, true, nullptr, &error));
+    EXPECT_TRUE(error.is(code)) << error;
+    error = {};
+    EXPECT_FALSE(of.bulkCreate(nullptr, {message()}, "SendAndSaveCopy", "SendToNone", &error));
+    EXPECT_TRUE(error.is(code)) << error;
+    EXPECT_THAT(server.operations(), Not(AnyOf(Contains("SendItem"), Contains("CreateItem"))));
+  };
+  server.on("GetFolder", errorAnswer("GetFolder", "ErrorInternalServerError"));
+  expectNothingSent(*account, TWErrorCode::ErrorInternalServerError);
+  // Here the root cannot be had either.
+  expectNothingSent(*test::makeAccount(server.url()), TWErrorCode::ErrorInternalServerError);
+  server.on("GetFolder", answer("GetFolder", test::foldersMessage("GetFolder", "")));
+  expectNothingSent(*account, TWErrorCode::ErrorFolderNotFound);
+}
+
+TEST_F(TWAccountItems, OfADeniedRootTheSentItemsMayBeThereWithoutAnError) {
+  server.on("GetFolder", [](const std::string& payload) {
+    if (payload.find("\"root\"") != std::string::npos)
+      return errorAnswer("GetFolder", "ErrorAccessDenied");
+    return answer("GetFolder",
+                  test::foldersMessage("GetFolder", folderXML("S", "Sent Items", "", "")));
+  });
+  server.on("SendItem", successAnswer("SendItem"));
+  TWError error;
+  EXPECT_TRUE(test::makeAccount(server.url())->bulkSend({ids[0]}, true, nullptr, &error));
+  EXPECT_FALSE(error) << error;
+  EXPECT_THAT(test::payloadOf(server.requests().back()), HasSubstr("<t:FolderId Id=\"S\""));
+}
+
+TEST_F(TWAccountItems, OptionsSayTheSameAsPositions) {
+  const auto payloads = [&](const auto& first, const auto& second) {
+    server.startOver();
+    (void)first();
+    (void)second();
+    EXPECT_EQ(server.requestCount(), 2U);
+    EXPECT_EQ(server.payload(0), server.payload(1));
+  };
+  const auto to = folder("F");
+  const auto changed = message("A");
+  const TWItemUpdate update{changed, {"subject"}};
+  payloads([&] { return account->bulkCreate(to, {message()}, TWBulkCreateOptions()); },
+           [&] { return account->bulkCreate(to, {message()}, "SaveOnly", "SendToNone"); });
+  payloads(
+      [&] {
+        return account->bulkCreate(
+            to, {message()},
+            {.messageDisposition = "SendAndSaveCopy", .sendMeetingInvitiations = "SendOnlyToAll"});
+      },
+      [&] { return account->bulkCreate(to, {message()}, "SendAndSaveCopy", "SendOnlyToAll"); });
+  payloads([&] { return account->bulkUpdate({update}, TWBulkUpdateOptions()); },
+           [&] {
+             return account->bulkUpdate({update}, "AutoResolve", "SaveOnly", "SendToNone", false);
+           });
+  payloads(
+      [&] {
+        return account->bulkUpdate({update},
+                                   {.conflictResolution = "AlwaysOverwrite",
+                                    .messageDisposition = "SendAndSaveCopy",
+                                    .sendMeetingInvitationsOrCancellations = "SendOnlyToChanged",
+                                    .supressReadReceipts = true});
+      },
+      [&] {
+        return account->bulkUpdate({update}, "AlwaysOverwrite", "SendAndSaveCopy",
+                                   "SendOnlyToChanged", true);
+      });
+  payloads([&] { return account->bulkDelete(ids, TWBulkDeleteOptions()); },
+           [&] {
+             return account->bulkDelete(ids, "HardDelete", "SendToNone", "AllOccurrences", false);
+           });
+  payloads(
+      [&] {
+        return account->bulkDelete(ids, {.deleteType = "SoftDelete",
+                                         .sendMeetingCancellations = "SendOnlyToAll",
+                                         .affectedTaskOccurunces = "SpecifiedOccurrenceOnly",
+                                         .supressReadReceipts = true});
+      },
+      [&] {
+        return account->bulkDelete(ids, "SoftDelete", "SendOnlyToAll", "SpecifiedOccurrenceOnly",
+                                   true);
+      });
+}
+
+template <class Flag>
+concept IsFlag = requires(TWAccount& account, Flag flag, TWItemEntries ids, TWQuerySet set,
+                          std::vector<TWItemUpdate> updates) {
+  account.bulkSend(ids, flag, nullptr);
+  account.bulkSend(set, flag, nullptr);
+  account.bulkDelete(ids, "", "", "", flag);
+  account.bulkDelete(set, "", "", "", flag);
+  account.bulkUpdate(updates, "", "", "", flag);
+  account.bulkUpdate(set, "", "", "", flag);
+  TWAccount::withPrimarySMTPAddress("", {}, TWAccessTypeDefault, flag, nullptr);
+  TWConfiguration::withCredentials(nullptr, "", flag);
+  TWConfiguration::withCredentials(nullptr, "", true, {}, {}, flag);
+};
+template <class Flag>
+concept IsAnyFlag = requires(TWAccount& account, Flag flag, TWItemEntries ids) {
+  account.bulkSend(ids, flag, nullptr);
+}
+|| requires(TWAccount& account, Flag flag, TWItemEntries ids) {
+  account.bulkDelete(ids, "", "", "", flag);
+}
+|| requires(TWAccount& account, Flag flag, std::vector<TWItemUpdate> updates) {
+  account.bulkUpdate(updates, "", "", "", flag);
+}
+|| requires(Flag flag) {
+  TWAccount::withPrimarySMTPAddress("", {}, TWAccessTypeDefault, flag, nullptr);
+}
+|| requires(Flag flag) { TWConfiguration::withCredentials(nullptr, "", flag); }
+|| requires(Flag flag) { TWConfiguration::withCredentials(nullptr, "", true, {}, {}, flag); };
+static_assert(IsFlag<bool>);
+static_assert(!IsAnyFlag<const char*> && !IsAnyFlag<int> && !IsAnyFlag<std::shared_ptr<TWFolder>>);
 
 TEST_F(TWAccountItems, NewItemsGetTheCultureOfTheAccount) {
   server.on("CreateItem",
@@ -305,6 +463,31 @@ TEST_F(TWAccountItems, DeletingWhatAQuerySetFindsFetchesItWhole) {
   EXPECT_THAT(server.payload(1), HasSubstr("item:Body"));
 }
 
+TEST_F(TWAccountItems, SendingAndFetchingWhatAQuerySetFindsNamesItsItems) {
+  server.on("SendItem", successAnswer("SendItem"));
+  const std::string idA = "<m:ItemIds><t:ItemId Id=\"A\" ChangeKey=\"ck-A\"/></m:ItemIds>";
+  TWError error;
+  const auto sent = account->bulkSend(finding("A"), false, nullptr, &error);
+  ASSERT_TRUE(sent) << error;
+  EXPECT_THAT(*sent, ElementsAre(TWResult<bool>(true)));
+  EXPECT_THAT(server.operations(), ElementsAre("FindItem", "GetItem", "SendItem"));
+  EXPECT_THAT(server.payload(2), HasSubstr(idA));
+  server.startOver();
+  const auto fetched = account->fetch(finding("A"), nullptr, TWList{"subject"}, &error);
+  ASSERT_TRUE(fetched) << error;
+  ASSERT_EQ(fetched->size(), 1U);
+  EXPECT_EQ((*fetched)[0].idPair(), (TWIdPair{"A", "ck-A"}));
+  EXPECT_THAT(server.operations(), ElementsAre("FindItem", "GetItem", "GetItem"));
+  EXPECT_THAT(server.payload(2), HasSubstr("item:Subject\"/></t:AdditionalProperties>"));
+  EXPECT_THAT(server.payload(2), HasSubstr(idA));
+}
+
+TEST_F(TWAccountItems, MovingAQuerySetNowhereIsRefusedBeforeItIsEvaluated) {
+  TWError error;
+  EXPECT_FALSE(account->bulkMove(folder("F")->all(), nullptr, &error));
+  expectRefused(error, "Folder must be supplied");
+}
+
 TEST_F(TWAccountItems, AQuerySetThatFindsNothingOrFailsSendsNothing) {
   const auto nothing = finding("");
   TWError error;
@@ -387,10 +570,17 @@ TEST_F(TWAccountItems, FetchingFailsForFieldsAndKindsThatTheFolderDoesNotKnow) {
   EXPECT_FALSE(account->fetch(ids, inbox, TWList{"nope"}, &error));
   EXPECT_TRUE(error.is(TWErrorCode::ErrorValueOutOfRange)) << error;
   EXPECT_EQ(server.requestCount(), 0U);
+  const TWError unexpected(TWErrorCode::ErrorValueOutOfRange,
+                           "Item type Task was unexpected in a TWInbox folder");
   server.on("GetItem", answer("GetItem", item("GetItem", "A") + item("GetItem", "B", "Task")));
+  EXPECT_FALSE(account->fetch(ids, inbox, std::nullopt, &error));
+  EXPECT_EQ(error, unexpected);
+  // Of several the first.
+  server.on("GetItem",
+            answer("GetItem", item("GetItem", "A", "Task") + item("GetItem", "B", "Contact")));
   error = {};
   EXPECT_FALSE(account->fetch(ids, inbox, std::nullopt, &error));
-  EXPECT_TRUE(error) << error;
+  EXPECT_EQ(error, unexpected);
 }
 
 TEST_F(TWAccountItems, AFetchThatFailsHalfwayTellsWhyAndNotWhatItHadReadBefore) {

@@ -141,6 +141,28 @@ TEST(TWConfiguration, BuildsTheEndpointFromTheServerUnlessItIsGiven) {
   EXPECT_EQ(endpoint(true, "http://other.example.com/x"), "http://other.example.com/x");
 }
 
+TEST(TWConfiguration, OptionsSayTheSameAsPositions) {
+  const auto endpoint = [](const TWConfigurationOptions& options) {
+    return TWConfiguration::withOptions(options).protocol->serviceEndpoint();
+  };
+  EXPECT_EQ(endpoint({.server = "mail.example.com", .version = kServer}),
+            "https://mail.example.com/EWS/Exchange.asmx");
+  EXPECT_EQ(endpoint({.server = "mail.example.com", .hasSSL = false, .version = kServer}),
+            "http://mail.example.com/EWS/Exchange.asmx");
+  EXPECT_EQ(endpoint({.serviceEndpoint = "http://other.example.com/x", .version = kServer}),
+            "http://other.example.com/x");
+  const TWConfigurationOptions cached{
+      .credentials = credentials(), .server = "options.example.com", .version = kServer};
+  auto alone = cached;
+  alone.useCached = false;
+  const auto shared = TWConfiguration::withOptions(cached).protocol;
+  EXPECT_EQ(shared->version(), kServer);
+  EXPECT_EQ(TWConfiguration::withOptions(cached).protocol, shared);
+  EXPECT_EQ(TWConfiguration::withCredentials(credentials(), "options.example.com", true).protocol,
+            shared);
+  EXPECT_NE(TWConfiguration::withOptions(alone).protocol, shared);
+}
+
 TEST(TWConfiguration, SharesTheProtocolUnlessToldOtherwise) {
   const auto made = [](bool useCached) {
     return TWConfiguration::withCredentials(credentials(), "shared.example.com", true, std::nullopt,
