@@ -25,8 +25,8 @@ class Database;
 /// item never changes once it is in the store, so its handle stays good.
 class Store {
  public:
-  /// In ascending order; a page of a long list is found at once, and all but those in its middle are
-  /// added and removed at once.
+  /// In ascending order; a page of a long list is found at once, and all but those in its middle
+  /// are added and removed at once.
   using Numbers = std::deque<std::uint64_t>;
   using Listener = std::function<void(const std::vector<StoreEvent>& events)>;
 
@@ -75,8 +75,8 @@ class Store {
   /// Stores a new item in `item.folder`; answers it as it is stored.
   std::shared_ptr<const Item> createItem(Item item,
                                          StoreEvent::Kind kind = StoreEvent::Kind::created);
-  /// Puts it in the place of the one with its number, in the same folder. `changedKeys` are the paths
-  /// that it changes.
+  /// Puts it in the place of the one with its number, in the same folder. `changedKeys` are the
+  /// paths that it changes.
   std::shared_ptr<const Item> changeItem(Item item, const std::vector<std::string>& changedKeys);
   /// As on the real server a moved item has a new id; answers it as it is stored then.
   std::shared_ptr<const Item> moveItem(std::uint64_t number, std::uint64_t folder);

@@ -50,8 +50,8 @@ class TWTransport {
 
   /// The SOAP 1.1 envelope of a request, as text: `s:Header` with `t:RequestServerVersion` and,
   /// with an account, `t:ExchangeImpersonation` (impersonation only) and `t:TimeZoneContext`; then
-  /// `s:Body` with the payload. The payload is moved into the body, so it must have no parent; detach
-  /// it to use it again.
+  /// `s:Body` with the payload. The payload is moved into the body, so it must have no parent;
+  /// detach it to use it again.
   /// @param version  the API version to declare, for instance "Exchange2010_SP2".
   /// @param account  null for requests that no account is bound to.
   [[nodiscard]] static std::string wrap(const NKXMLElement& payload, std::string_view version,

@@ -12,9 +12,9 @@ namespace tarnwell::detail {
 /// node is renamed or goes.
 [[nodiscard]] std::string_view localNameOf(const NKXMLNode& node) noexcept;
 
-/// Tells of elements and attributes whether they are in a namespace. It keeps its last answer, which
-/// goes for all that share the declaration, as the elements of an answer do. Used while the tree
-/// does not change and the URIs asked about live.
+/// Tells of elements and attributes whether they are in a namespace. It keeps its last answer,
+/// which goes for all that share the declaration, as the elements of an answer do. Used while the
+/// tree does not change and the URIs asked about live.
 class XMLNamespaceTest {
  public:
   /// False for other nodes.
