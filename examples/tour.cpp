@@ -1,5 +1,6 @@
 // What a mail application does, step by step: finds the server, opens the mailbox, reads, sends,
-// searches, changes, moves, copies and archives. Each step tells what was sent and the time it took.
+// searches, changes, moves, copies and archives, and is notified of new mail. Each step tells what was
+// sent and the time it took.
 //
 //   tour                                       the whole tour, against a sandbox of its own
 //   tour --server URL --user NAME --password-file FILE [--mailbox ADDRESS] [--ca FILE]
@@ -48,6 +49,7 @@ const std::vector<Step> kWholeTour{
     {"Export it and upload it again", exportAndUpload},
     {"Send a file", sendFile},
     {"Fetch the file and compare", receiveFile},
+    {"Wait for mail while another account sends some", watchInbox},
     {"Delete the message and the folder", deleteMessages},
     {"Archive the folder tree and restore it on a new account", restoreFolders},
 };

@@ -29,4 +29,7 @@ void deleteMessages(Tour& tour);
 void sendFile(Tour& tour);
 void receiveFile(Tour& tour);
 
+// NotificationSteps.cpp: a message that is noticed as it arrives.
+void watchInbox(Tour& tour);
+
 }  // namespace tour
