@@ -1,14 +1,14 @@
 // What a mail application does, step by step: finds the server, opens the mailbox, reads, sends,
-// searches, changes, moves, copies and archives, and is notified of new mail. Each step tells what was
-// sent and the time it took.
+// searches, changes, moves, copies and archives, and is notified of new mail. Each step tells what
+// was sent and the time it took.
 //
 //   tour                                       the whole tour, against a sandbox of its own
 //   tour --server URL --user NAME --password-file FILE [--mailbox ADDRESS] [--ca FILE]
 //                                              the steps that only read, against a real server
 //
-// URL is the server or its EWS endpoint. ADDRESS is the mailbox, when that is not NAME itself. FILE of
-// --ca has certificates of authorities to trust beside the system's own. The password is the first
-// line of a file, since arguments are seen by everybody on the machine.
+// URL is the server or its EWS endpoint. ADDRESS is the mailbox, when that is not NAME itself. FILE
+// of --ca has certificates of authorities to trust beside the system's own. The password is the
+// first line of a file, since arguments are seen by everybody on the machine.
 #include "examples/tour/Tour.h"
 
 #include <cstdlib>

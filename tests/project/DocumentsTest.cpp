@@ -1,4 +1,6 @@
 #include <filesystem>
+#include <regex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -11,7 +13,11 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::Pair;
+
+constexpr auto kCoverage = "docs/coverage.md";
 
 std::vector<Path> documents() {
   std::vector<Path> found{"README.md", "CHANGELOG.md", "CONTRIBUTING.md"};
@@ -42,6 +48,19 @@ TEST(Documents, ABlockIsFoundAtAnyDepthButOnlyWhole) {
 TEST(Documents, LinksAreFoundOutsideCode) {
   EXPECT_THAT(linkTargets("See [a](b.md) and [c](d/e.md#f).\n```\n[x](y)\n```\n"),
               ElementsAre("b.md", "d/e.md#f"));
+}
+
+TEST(Documents, TablesAreReadCellByCell) {
+  EXPECT_THAT(tableRows("| a | b |\n|---|---|\n| `c`, `d e` |  |\ntext | text\n"),
+              ElementsAre(ElementsAre("a", "b"), ElementsAre("`c`, `d e`", "")));
+  EXPECT_THAT(codeSpans("`c`, d and `e f`"), ElementsAre("c", "e f"));
+}
+
+TEST(Documents, TestsAreFoundInSources) {
+  EXPECT_THAT(
+      testsIn("TEST(A, B) {}\nTEST_F(C,\n       D) {}\nTEST_P(E, F) {}\nTYPED_TEST(G, H) {}"),
+      ElementsAre("A.B", "C.D", "E.F"));
+  EXPECT_THAT(testPrograms()["project_test"], Contains("Documents.TestsAreFoundInSources"));
 }
 
 // Whatever C++ a document shows is compiled and run, as part of an example or of a test.
@@ -77,6 +96,46 @@ TEST(Documents, TheReadmeShowsCodeAndBothCommands) {
   EXPECT_THAT(languages, Contains("cmake"));
   EXPECT_THAT(commands, Contains("scripts/demo"));
   EXPECT_THAT(commands, Contains("scripts/test"));
+}
+
+// What the library is said to do is shown by tests that are there.
+TEST(Documents, EveryTestThatIsNamedStandsInItsProgram) {
+  const auto known = testPrograms();
+  int named = 0;
+  for (const auto& row : tableRows(read(kCoverage))) {
+    ASSERT_EQ(row.size(), 3U) << testing::PrintToString(row);
+    if (row[0] == "what") continue;
+    const auto programs = codeSpans(row[1]);
+    ASSERT_EQ(programs.size(), 1U) << row[0];
+    const auto program = known.find(programs[0]);
+    ASSERT_NE(program, known.end()) << programs[0];
+    EXPECT_THAT(codeSpans(row[2]), Not(IsEmpty())) << row[0];
+    for (const auto& test : codeSpans(row[2])) {
+      EXPECT_TRUE(program->second.contains(test)) << row[0] << ": " << test;
+      ++named;
+    }
+  }
+  EXPECT_GT(named, 300);
+}
+
+// The classes of well-known folders go by the accessors of the account.
+TEST(Documents, WhatTheLibraryDoesNamesEveryClass) {
+  static const std::regex kClass("^class (TW\\w+|NK\\w+|Q)\\b[^;]*$");
+  std::set<std::string> named;
+  for (const auto& row : tableRows(read(kCoverage)))
+    for (const auto& span : codeSpans(row.at(0))) named.insert(span.substr(0, span.find("::")));
+  int classes = 0;
+  for (const auto& header : filesBelow("tarnwell", {".h"})) {
+    if (header.find("/detail/") != std::string::npos) continue;
+    if (header == "tarnwell/folders/TWWellKnownFolders.h") continue;
+    for (const auto& line : linesOf(read(header))) {
+      std::smatch match;
+      if (!std::regex_search(line, match, kClass)) continue;
+      EXPECT_TRUE(named.contains(match[1])) << match[1] << " of " << header;
+      ++classes;
+    }
+  }
+  EXPECT_GT(classes, 150);
 }
 
 TEST(Documents, LinksLeadToFilesThatExist) {

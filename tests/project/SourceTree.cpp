@@ -104,6 +104,31 @@ std::optional<int> layerRow(const Path& file) {
   return std::nullopt;
 }
 
+std::set<std::string> testsIn(std::string_view text) {
+  static const std::regex kTest(R"(\bTEST(_[FP])?\(\s*(\w+),\s*(\w+)\s*\))");
+  std::set<std::string> tests;
+  for (std::cregex_iterator at(text.data(), text.data() + text.size(), kTest), end; at != end; ++at)
+    tests.insert((*at)[2].str() + '.' + (*at)[3].str());
+  return tests;
+}
+
+std::map<std::string, std::set<std::string>> testPrograms() {
+  static const std::regex kProgram(R"(tarnwell_test\(\s*(\w+)\s+([^)]*)\))");
+  std::map<std::string, std::set<std::string>> programs;
+  for (const auto& build : filesBelow("tests", {".txt"})) {
+    const auto text = read(build);
+    const auto directory = std::filesystem::path(build).parent_path();
+    for (std::sregex_iterator at(text.begin(), text.end(), kProgram), end; at != end; ++at) {
+      std::istringstream sources((*at)[2]);
+      for (std::string source; sources >> source;) {
+        if (source.find('$') != std::string::npos) continue;  // of another folder: no tests
+        programs[(*at)[1]].merge(testsIn(read((directory / source).generic_string())));
+      }
+    }
+  }
+  return programs;
+}
+
 std::vector<FencedBlock> fencedBlocks(std::string_view markdown) {
   std::vector<FencedBlock> blocks;
   bool inside = false;
@@ -130,6 +155,29 @@ std::vector<std::string> linkTargets(std::string_view markdown) {
       targets.push_back((*at)[1]);
   }
   return targets;
+}
+
+std::vector<std::vector<std::string>> tableRows(std::string_view markdown) {
+  std::vector<std::vector<std::string>> rows;
+  for (const auto& line : linesOf(markdown)) {
+    if (!line.starts_with("| ")) continue;
+    auto& cells = rows.emplace_back();
+    std::istringstream stream(line.substr(2));
+    for (std::string cell; std::getline(stream, cell, '|');) {
+      const auto end = cell.find_last_not_of(' ');
+      cells.push_back(end == std::string::npos ? "" : withoutIndent(cell.substr(0, end + 1)));
+    }
+  }
+  return rows;
+}
+
+std::vector<std::string> codeSpans(std::string_view markdown) {
+  static const std::regex kSpan("`([^`]+)`");
+  std::vector<std::string> spans;
+  const auto* const end = markdown.data() + markdown.size();
+  for (std::cregex_iterator at(markdown.data(), end, kSpan), last; at != last; ++at)
+    spans.push_back((*at)[1]);
+  return spans;
 }
 
 bool containsLines(std::string_view text, const std::vector<std::string>& block) {

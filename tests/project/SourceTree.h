@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -34,11 +35,21 @@ using Path = std::string;
 /// a file that no row is known for.
 [[nodiscard]] std::optional<int> layerRow(const Path& file);
 
+/// The tests that a source declares, "Suite.Name". Those for a list of types are left out: their
+/// names have more parts when they run.
+[[nodiscard]] std::set<std::string> testsIn(std::string_view text);
+/// The programs that the build files make of tests, with the tests of their sources.
+[[nodiscard]] std::map<std::string, std::set<std::string>> testPrograms();
+
 /// A fenced block of a Markdown text: the language behind the fence, and the lines between.
 using FencedBlock = std::pair<std::string, std::vector<std::string>>;
 [[nodiscard]] std::vector<FencedBlock> fencedBlocks(std::string_view markdown);
 /// The targets of "[text](target)" outside fenced blocks.
 [[nodiscard]] std::vector<std::string> linkTargets(std::string_view markdown);
+/// The cells of the rows of all tables, without the rules below their heads.
+[[nodiscard]] std::vector<std::vector<std::string>> tableRows(std::string_view markdown);
+/// What stands between backticks, which it leaves out.
+[[nodiscard]] std::vector<std::string> codeSpans(std::string_view markdown);
 /// Whether the block's lines stand one after the other in the text, however deep they are indented.
 [[nodiscard]] bool containsLines(std::string_view text, const std::vector<std::string>& block);
 
