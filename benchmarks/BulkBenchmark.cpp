@@ -1,6 +1,6 @@
 /// Creating, fetching and updating a thousand messages end to end: how much of the time the library
-/// takes, and how much the sandbox and the network. The goal is at most 30 % for the library. And the
-/// memory that the library needs at most while it fetches ten thousand messages.
+/// takes, and how much the sandbox and the network. The goal is at most 30 % for the library. And
+/// the memory that the library needs at most while it fetches ten thousand messages.
 
 #include <cstddef>
 #include <ctime>

@@ -1,5 +1,6 @@
 /// What it costs to find every item of a folder, as id pairs, page by page: time and memory for
-/// each, which must not grow with the folder. The goal is at most 1.2 times from one size to the next.
+/// each, which must not grow with the folder. The goal is at most 1.2 times from one size to the
+/// next.
 
 #include <cstddef>
 #include <cstdint>

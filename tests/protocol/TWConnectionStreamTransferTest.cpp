@@ -418,8 +418,8 @@ TEST(TWConnectionStreamTransfer, ManyThreadsMayCancelWhileEventsArrive) {
 
 // Memory.
 
-/// What the program has allocated, in bytes. (With sanitizers, which allocate their own way and look
-/// for what is lost themselves, always the same.)
+/// What the program has allocated, in bytes. (With sanitizers, which allocate their own way and
+/// look for what is lost themselves, always the same.)
 std::size_t allocated() {
   const auto info = mallinfo2();
   return info.uordblks + info.hblkhd;
