@@ -3,6 +3,7 @@
 #include <libxml/tree.h>
 
 #include "tarnwell/Core/XML/detail/XMLAccess.h"
+#include "tarnwell/Core/XML/detail/XMLOutline.h"
 #include "tarnwell/Core/XML/detail/XMLReader.h"
 
 namespace tarnwell {
@@ -18,13 +19,7 @@ NKXMLDocument NKXMLDocument::withData(std::span<const std::uint8_t> data, std::u
 
 NKXMLDocument NKXMLDocument::withXMLString(std::string_view xml, std::uint32_t /*options*/,
                                            TWError* error) {
-  std::string repaired;
-  if (!detail::isCleanText(xml)) {
-    repaired = detail::repairedText(xml);
-    xml = repaired;
-  }
-  auto* doc = detail::readXML(xml, detail::XMLEncoding::utf8, error);
-  return doc == nullptr ? NKXMLDocument() : XMLAccess::adopt<NKXMLDocument>(doc);
+  return detail::readOutline(xml, detail::kMaxDepth, error);
 }
 
 NKXMLElement NKXMLDocument::rootElement() const noexcept {

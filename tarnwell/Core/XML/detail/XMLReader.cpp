@@ -18,7 +18,6 @@ namespace tarnwell::detail {
 
 namespace {
 
-constexpr int kMaxDepth = 256;
 // The parser compares attributes pairwise, looks namespaces up one by one, and keeps names in a
 // hash table that stops growing. With these limits the time is in proportion to the length of the
 // input.
@@ -39,6 +38,17 @@ enum NKXMLCode { kNothingToParse = 0, kMalformed = 1 };
 struct FreeParser {
   void operator()(xmlParserCtxt* parser) const noexcept { xmlFreeParserCtxt(parser); }
 };
+
+/// Of elements: how many are open, and how many of them the tree has at most.
+struct Levels {
+  int kept;
+  int open = 0;
+  [[nodiscard]] bool isTooDeep() const noexcept { return open > kept; }
+};
+
+Levels& levelsOf(void* context) noexcept {
+  return *static_cast<Levels*>(static_cast<xmlParserCtxt*>(context)->_private);
+}
 
 void refuse(void* context, int code, const char* message) noexcept {
   auto* parser = static_cast<xmlParserCtxt*>(context);
@@ -61,14 +71,44 @@ void startElement(void* context, const xmlChar* localName, const xmlChar* prefix
                   int attributeCount, int defaultedCount, const xmlChar** attributes) noexcept {
   auto* parser = static_cast<xmlParserCtxt*>(context);
   if (parser->wellFormed == 0) return xmlStopParser(parser);
-  if (parser->nodeNr >= kMaxDepth)
+  auto& levels = levelsOf(context);
+  if (levels.open >= kMaxDepth)
     return refuse(context, XML_ERR_INTERNAL_ERROR, "Elements are nested too deeply");
   if (parser->nsNr / 2 > kMaxNamespaces || attributeCount > kMaxAttributes)
     return refuse(context, XML_ERR_INTERNAL_ERROR, "Too many attributes or namespaces");
   if (xmlDictSize(parser->dict) > kMaxNames)
     return refuse(context, XML_ERR_INTERNAL_ERROR, "Too many different names");
+  ++levels.open;
+  if (levels.isTooDeep()) return;
   xmlSAX2StartElementNs(context, localName, prefix, URI, namespaceCount, namespaces, attributeCount,
                         defaultedCount, attributes);
+}
+
+void endElement(void* context, const xmlChar* localName, const xmlChar* prefix,
+                const xmlChar* URI) noexcept {
+  auto& levels = levelsOf(context);
+  if (!levels.isTooDeep()) xmlSAX2EndElementNs(context, localName, prefix, URI);
+  --levels.open;
+}
+
+void characters(void* context, const xmlChar* text, int length) noexcept {
+  if (!levelsOf(context).isTooDeep()) xmlSAX2Characters(context, text, length);
+}
+
+void section(void* context, const xmlChar* text, int length) noexcept {
+  if (!levelsOf(context).isTooDeep()) xmlSAX2CDataBlock(context, text, length);
+}
+
+void comment(void* context, const xmlChar* text) noexcept {
+  if (!levelsOf(context).isTooDeep()) xmlSAX2Comment(context, text);
+}
+
+void instruction(void* context, const xmlChar* target, const xmlChar* text) noexcept {
+  if (!levelsOf(context).isTooDeep()) xmlSAX2ProcessingInstruction(context, target, text);
+}
+
+void reference(void* context, const xmlChar* name) noexcept {
+  if (!levelsOf(context).isTooDeep()) xmlSAX2Reference(context, name);
 }
 
 void entityDeclaration(void* context, const xmlChar*, int, const xmlChar*, const xmlChar*,
@@ -155,7 +195,7 @@ bool hasEndlessTag(std::string_view bytes) noexcept {
   return false;
 }
 
-xmlDoc* parse(std::string_view raw, XMLEncoding encoding) {
+xmlDoc* parse(std::string_view raw, XMLEncoding encoding, int depth) {
   if (raw.size() > kMaxSize) {
     keepXMLError(XML_ERR_INTERNAL_ERROR, "The document is too long");
     return nullptr;
@@ -177,10 +217,18 @@ xmlDoc* parse(std::string_view raw, XMLEncoding encoding) {
     return nullptr;
   }
   const std::unique_ptr<xmlParserCtxt, FreeParser> parser(required(xmlNewParserCtxt()));
+  Levels levels{depth};
+  parser->_private = &levels;
   auto& sax = *parser->sax;
   sax.serror = keepXMLError;
   sax.startDocument = startDocument;
   sax.startElementNs = startElement;
+  sax.endElementNs = endElement;
+  sax.characters = characters;
+  sax.cdataBlock = section;
+  sax.comment = comment;
+  sax.processingInstruction = instruction;
+  sax.reference = reference;
   sax.entityDecl = entityDeclaration;
   sax.unparsedEntityDecl = unparsedEntityDeclaration;
   sax.attributeDecl = attributeDeclaration;
@@ -194,14 +242,14 @@ xmlDoc* parse(std::string_view raw, XMLEncoding encoding) {
 
 }  // namespace
 
-xmlDoc* readXML(std::string_view bytes, XMLEncoding encoding, TWError* error) {
+xmlDoc* readXML(std::string_view bytes, XMLEncoding encoding, TWError* error, int depth) {
   if (bytes.empty()) {
     setError(error, {NKXMLErrorDomain, kNothingToParse});
     return nullptr;
   }
   initXML();
   const XMLErrorScope errors;
-  auto* doc = parse(bytes, encoding);
+  auto* doc = parse(bytes, encoding, depth);
   if (doc == nullptr || xmlDocGetRootElement(doc) == nullptr) {
     xmlFreeDoc(doc);
     setError(error, {NKXMLErrorDomain, kMalformed});
