@@ -74,8 +74,7 @@ bool TWConnectionStream::receive(std::span<const std::uint8_t> arrived) {
   // without a pause may take a while.
   wasCancelled_ = isCancelled_;
   if (wasCancelled_) return false;
-  // Between documents, blanks only keep the line open. They could not stand before a declaration,
-  // either, where half of a separator has come with the document before.
+  // Between documents, white space only keeps the line open: nothing is kept for it.
   if (text_->bytes().empty()) arrived = withoutIndent(arrived);
   if (arrived.empty()) return true;
   return text_->bytes().size() + arrived.size() <= textLimit_ && !text_->take(arrived);

@@ -24,7 +24,7 @@ class TWGetEvents : public TWEWSAccountService, public TWServiceStatics<TWGetEve
   [[nodiscard]] static const TWServiceClass& descriptor();
 
   /// The `m:Notification` elements, in order: in each the id of its subscription and its events. An
-  /// error stands behind notifications that came together with it.
+  /// error that came together with notifications stands among them, in order.
   ///
   /// Errors, besides those of `TWEWSService`: 2 (ErrorTransport) when the server has ended the wait
   /// before anything happened; 395 (ErrorSOAP) when the answer broke off or never began;

@@ -19,6 +19,7 @@ namespace tarnwell {
 namespace {
 
 using test::heartbeat;
+using test::indented;
 using test::notification;
 using test::statusDocument;
 using test::streamDocument;
@@ -86,6 +87,27 @@ TEST(TWStreamedText, AnyOtherDocumentEndsTheWait) {
     Stream stream;
     EXPECT_TRUE(stream.validate(document)) << document;
     EXPECT_EQ(stream.fetched(), document);
+  }
+}
+
+TEST(TWStreamedText, StatusElsewhereThanInAHeartbeatsMessageEndsTheWait) {
+  const auto renamed = [](std::string_view from, std::string_view to) {
+    auto document = heartbeat();
+    for (auto at = document.find(from); at != std::string::npos; at = document.find(from, at + 1))
+      document.replace(at, from.size(), to);
+    return document;
+  };
+  for (const auto& document :
+       {renamed("m:ConnectionStatus", "t:ConnectionStatus"),
+        renamed("m:GetStreamingEventsResponseMessage", "t:GetStreamingEventsResponseMessage"),
+        renamed("m:ResponseMessages", "t:ResponseMessages"),
+        renamed("m:GetStreamingEventsResponse>", "t:GetStreamingEventsResponse>"),
+        renamed("http://schemas.xmlsoap.org/soap/envelope/",
+                "http://www.w3.org/2003/05/soap-envelope"),
+        test::envelope("<m:ConnectionStatus>OK</m:ConnectionStatus>")}) {
+    ASSERT_NE(document, heartbeat());
+    Stream stream;
+    EXPECT_TRUE(stream.validate(document)) << document;
   }
 }
 
@@ -165,6 +187,43 @@ TEST(TWStreamedText, DocumentWithRunsOfBlanksIsCutAndNotRecognised) {
   EXPECT_EQ(stream.fetched(), indented);
 }
 
+TEST(TWStreamedText, ElementOfAnIndentedDocumentIsNoDocument) {
+  // With each cut behind the code, which stands on a line of its own.
+  const auto document = indented(notification());
+  const auto code = document.find("</m:ResponseCode>");
+  ASSERT_NE(document.find("  <m:ResponseCode>"), std::string::npos);
+  for (auto cut = code + 2; cut + 2 <= document.size(); ++cut) {
+    Stream stream;
+    EXPECT_FALSE(stream.validate(document.substr(0, cut))) << cut;
+    EXPECT_FALSE(stream.validate(document.substr(cut))) << cut;
+    EXPECT_EQ(stream.fetched(), document);
+  }
+  Stream stream;
+  EXPECT_FALSE(stream.validate(indented(heartbeat())));
+  EXPECT_FALSE(stream.validate("  <m:ConnectionStatus>OK</m:ConnectionStatus>"));
+  EXPECT_TRUE(stream.validate("  " + notification()));
+}
+
+TEST(TWStreamedText, WhiteSpaceMayStandBeforeADocument) {
+  const std::string declaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
+  const auto document = declaration + notification();
+  for (const std::string white : {" ", "\r\n", "\n", "\t", " \r\n \t\n"}) {
+    Stream apart;
+    EXPECT_FALSE(apart.validate(heartbeat() + "  " + white));
+    EXPECT_EQ(apart.fetched(), std::nullopt) << "nothing is kept for it";
+    EXPECT_TRUE(apart.validate(white + document));
+    Stream together;
+    EXPECT_FALSE(together.validate(declaration + heartbeat() + "  " + white + declaration));
+    EXPECT_TRUE(together.validate(notification()));
+    Stream behindGarbage;
+    EXPECT_FALSE(behindGarbage.validate("garbage  " + white));
+    EXPECT_TRUE(behindGarbage.validate(document));
+    Stream beforeHeartbeat;
+    EXPECT_FALSE(beforeHeartbeat.validate(white + declaration + heartbeat()));
+    EXPECT_EQ(beforeHeartbeat.fetched(), std::nullopt);
+  }
+}
+
 TEST(TWStreamedText, SeparatorMayArriveInHalves) {
   Stream stream;
   EXPECT_FALSE(stream.validate("<broken> "));
@@ -212,21 +271,28 @@ class PlainStream {
     std::size_t heard = 0;
     for (std::size_t begin = 0; begin <= fetched.size();) {
       const auto end = std::min(fetched.find("  ", begin), fetched.size());
-      const auto document = NKXMLDocument::withXMLString(fetched.substr(begin, end - begin));
+      auto piece = fetched.substr(begin, end - begin);
+      piece.erase(0, piece.find_first_not_of(kWhite));
+      const auto document = NKXMLDocument::withXMLString(piece);
       begin = end + 2;
-      if (!document) continue;
+      if (!document || isOnlyAPart(document.rootElement())) continue;
       if (!isHeartbeat(document.rootElement())) return true;
       heard = std::min(begin, fetched.size());
     }
     if (heard == 0) return false;
     fetched.erase(0, heard);
-    if (fetched.find_first_not_of(' ') == std::string::npos) fetched.clear();
+    if (fetched.find_first_not_of(kWhite) == std::string::npos) fetched.clear();
     return false;
   }
 
   std::string fetched;
 
  private:
+  static constexpr const char* kWhite = " \t\r\n";
+
+  static bool isOnlyAPart(const NKXMLElement& root) {
+    return !root.URI() && root.name()->find(':') != std::string::npos;
+  }
   static bool isHeartbeat(const NKXMLElement& root) {
     const auto message =
         root.elementForName("Body", kSoapNamespace)
@@ -263,6 +329,9 @@ TEST(TWStreamedText, AnswersAreThoseOfReadingEverythingAgain) {
                                           heartbeat(),
                                           declaration + heartbeat(),
                                           heartbeat() + "<!-- end -->",
+                                          indented(heartbeat()),
+                                          indented(notification()),
+                                          "<m:ResponseCode>NoError</m:ResponseCode>",
                                           notification("\xE2\x82\xAC"),
                                           notification("two  blanks"),
                                           statusDocument("Closed"),
@@ -273,6 +342,7 @@ TEST(TWStreamedText, AnswersAreThoseOfReadingEverythingAgain) {
                                           " ",
                                           "   ",
                                           "\r\n",
+                                          "\t",
                                           "<",
                                           ">",
                                           "]]>",

@@ -90,6 +90,11 @@ TEST(TWConnectionStreamTransfer, KeepAlivesBetweenDocumentsChangeNothing) {
   EXPECT_EQ(collected({" ", " ", " ", heartbeat(), " ", "\r\n", "  ", document}), document);
   // A separator that is cut in two.
   EXPECT_EQ(collected({heartbeat() + " ", " " + document}), document);
+  // However they come together with documents, and between what is none.
+  EXPECT_EQ(collected({heartbeat() + "  \r\n", document}), document);
+  EXPECT_EQ(collected({heartbeat() + "   " + document, heartbeat()}),
+            heartbeat() + "   " + document);
+  EXPECT_EQ(collected({"garbage  ", " ", document, heartbeat()}), "garbage   " + document);
 }
 
 TEST(TWConnectionStreamTransfer, SplitWithinACharacterIsWaitedFor) {
@@ -246,8 +251,24 @@ TEST_P(TWConnectionStreamBadCertificate, IsRefusedUnlessAllowed) {
 
 INSTANTIATE_TEST_SUITE_P(Kinds, TWConnectionStreamBadCertificate,
                          ::testing::Values(&TestCertificates::selfSigned,
-                                           &TestCertificates::wrongHost,
-                                           &TestCertificates::expired));
+                                           &TestCertificates::wrongHost, &TestCertificates::expired,
+                                           &TestCertificates::notYetValid));
+
+TEST(TWConnectionStreamTransfer, PrivateAuthorityIsNotTrustedUnlessGiven) {
+  ScriptedServer::Options tls;
+  tls.certificate = TestCertificates::shared().good();
+  ScriptedServer server([](const ScriptedRequest&) { return ScriptedAnswer::xml(notification()); },
+                        tls);
+  const auto stranger = TWConnection::withCredentials(withToken(), false);
+  EXPECT_THAT(streamFrom(*stranger, server.url("/", "localhost")).data, IsEmpty());
+  EXPECT_EQ(server.requestCount(), 0U);
+  TWConnectionOptions options;
+  options.caFile = TestCertificates::shared().authority();
+  const auto knowing = TWConnection::withCredentials(withToken(), false, options);
+  EXPECT_EQ(text(streamFrom(*knowing, server.url("/", "localhost")).data), notification());
+  stranger->setAllowInsecureCertificate(true);
+  EXPECT_EQ(text(streamFrom(*stranger, server.url("/", "localhost")).data), notification());
+}
 
 TEST(TWConnectionStreamTransfer, TokenAnswersNoChallenge) {
   ScriptedServer server;
@@ -360,6 +381,28 @@ TEST_P(TWConnectionStreamCancel, EndsTheWaitAtOnceWithWhatWasKept) {
 INSTANTIATE_TEST_SUITE_P(States, TWConnectionStreamCancel,
                          ::testing::Values(State::connecting, State::silent, State::opened,
                                            State::alive, State::halfway, State::talking));
+
+TEST(TWConnectionStreamTransfer, CancelKeepsWhatHasCome) {
+  // More than sockets hold, so some of it has come once all of it is sent.
+  const auto half = "<s:Envelope>" + std::string(std::size_t{48} << 20U, 'x');
+  Gate sent;
+  RawServer server([&](RawConnection& peer) {
+    if (!peer.readRequest()) return;
+    peer.write(kChunkedHead);
+    peer.write(chunk(half));
+    sent.open();
+    peer.waitForClose();
+  });
+  const auto connection = TWConnection::withCredentials(nullptr, false);
+  Running running([&] { return streamFrom(*connection, server.url("/")); });
+  ASSERT_TRUE(sent.wait());
+  connection->cancel();
+  const TWResponse record = running.join();
+  EXPECT_THAT(record.error, IsHTTPError(TWHTTPErrorCancelled));
+  const auto kept = text(record.data);
+  EXPECT_GT(kept.size(), 100U);
+  EXPECT_TRUE(half.starts_with(kept));
+}
 
 TEST(TWConnectionStreamTransfer, CancelBeforeTheWaitDoesNothing) {
   ScriptedServer server;

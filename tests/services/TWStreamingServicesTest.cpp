@@ -26,6 +26,7 @@ namespace {
 using test::EqualsXML;
 using test::Gate;
 using test::heartbeat;
+using test::indented;
 using test::notification;
 using test::ScriptedAnswer;
 using test::ScriptedServer;
@@ -223,10 +224,32 @@ TEST_F(TWGetEventsTest, WhatEndsTheStreamDoesNotUndoItsNotifications) {
       ElementsAre("A", "error " + std::to_string(static_cast<int>(TWErrorCode::ErrorTransport))));
 }
 
+TEST_F(TWGetEventsTest, ErrorBeforeANotificationStandsBeforeIt) {
+  TWError error;
+  EXPECT_THAT(
+      told(eventsOf(streamDocument("", "ErrorExpiredSubscription") + "  " + notification("A"),
+                    &error)),
+      ElementsAre(
+          "error " + std::to_string(static_cast<int>(TWErrorCode::ErrorExpiredSubscription)), "A"));
+  EXPECT_FALSE(error) << error;
+}
+
+TEST_F(TWGetEventsTest, WhiteSpaceMayStandBeforeADocument) {
+  const auto document = "<?xml version=\"1.0\" encoding=\"utf-8\"?>" + notification("A");
+  for (const std::string before : {"  \r\n", "   ", "\n  \n"})
+    EXPECT_THAT(told(eventsOf(heartbeat() + before + document)), ElementsAre("A"));
+  EXPECT_THAT(told(eventsOf("garbage   " + document)), ElementsAre("A"));
+}
+
 TEST_F(TWGetEventsTest, IndentedNotificationIsReadWhenTheStreamEnds) {
-  auto indented = notification("A");
-  indented.insert(indented.find("<m:Notifications>"), "\n    ");
-  EXPECT_THAT(told(eventsOf(indented)), ElementsAre("A"));
+  auto document = notification("A");
+  document.insert(document.find("<m:Notifications>"), "\n    ");
+  EXPECT_THAT(told(eventsOf(document)), ElementsAre("A"));
+  EXPECT_THAT(told(eventsOf(indented(notification("A")))), ElementsAre("A"));
+}
+
+TEST_F(TWGetEventsTest, IndentedHeartbeatSaysNothing) {
+  EXPECT_THAT(told(eventsOf(indented(heartbeat()) + "  " + notification("A"))), ElementsAre("A"));
 }
 
 TEST_F(TWGetEventsTest, ErrorCodeIsTheCalls) {
@@ -338,6 +361,10 @@ TEST_F(TWGetEventsTest, OutlivesTheLimitOfOrdinaryRequests) {
   const auto account = accountAt(slow.url("/"), options);
   TWError error;
   EXPECT_FALSE(TWUnsubscribeRequest::withAccount(account)->call("S", &error));
+  EXPECT_TRUE(error.is(TWHTTPErrorDomain, TWHTTPErrorTimedOut)) << error;
+  error = {};
+  EXPECT_FALSE(TWSubscribeRequest::withAccount(account, {folder(account, "F")})
+                   ->call({"NewMailEvent"}, &error));
   EXPECT_TRUE(error.is(TWHTTPErrorDomain, TWHTTPErrorTimedOut)) << error;
   EXPECT_THAT(told(TWGetEvents::withAccount(account)->call({"S"})), ElementsAre("A"));
 }

@@ -30,6 +30,25 @@ namespace tarnwell::test {
       std::string(itemId) + "\"/></t:NewMailEvent></m:Notification></m:Notifications>");
 }
 
+/// A document, a line for each element and two blanks for each level.
+[[nodiscard]] inline std::string indented(std::string_view document) {
+  std::string text;
+  std::size_t depth = 0;
+  bool isOpen = false;  // the last tag has begun an element
+  for (std::size_t at = 0; at < document.size(); ++at) {
+    if (document[at] == '<') {
+      const auto tag = document.substr(at, document.find('>', at) - at);
+      const bool isEnd = tag.starts_with("</");
+      if (isEnd) --depth;
+      if (at > 0 && !(isEnd && isOpen)) text.append("\n").append(2 * depth, ' ');
+      isOpen = !isEnd && !tag.ends_with('/');
+      if (isOpen) ++depth;
+    }
+    text += document[at];
+  }
+  return text;
+}
+
 /// The head of a stream, which ends with its connection.
 inline constexpr std::string_view kStreamHead =
     "HTTP/1.1 200 OK\r\nContent-Type: text/xml; charset=utf-8\r\n\r\n";

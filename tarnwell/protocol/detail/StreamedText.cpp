@@ -2,14 +2,23 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "tarnwell/Core/XML/NKXMLDocument.h"
+#include "tarnwell/Core/XML/detail/XMLOutline.h"
 #include "tarnwell/transport/TWNamespaces.h"
 
 namespace tarnwell::detail {
 namespace {
 
 constexpr std::string_view kSeparator = "  ";
+constexpr std::string_view kWhite = " \t\r\n";
+
+/// That of the response code and of the status. The events, which may be many, are
+/// deeper: a tree of them would take far longer than to check them does.
+constexpr int kJudgedDepth = 6;
+/// Beyond what a document can have.
+constexpr int kWholeDepth = std::numeric_limits<int>::max();
 
 /// What a document of a stream is. What is none of the others ends the wait, too, but has no name.
 enum class Kind { heartbeat, closing, other };
@@ -29,6 +38,19 @@ Kind kindOf(const NKXMLElement& root) {
 
 std::string_view textOf(const TWData& bytes) noexcept {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+/// The document that a piece is, down to that depth; invalid when it is none.
+NKXMLDocument documentIn(std::string_view piece, int depth) {
+  // What keeps the line open may stand before a document, but not before its declaration.
+  piece.remove_prefix(std::min(piece.find_first_not_of(kWhite), piece.size()));
+  auto document = readOutline(piece, depth);
+  // Where a document is indented, an element on a line of its own is a piece, and parses. The
+  // document has declared its prefix, the piece has not.
+  const auto root = document.rootElement();
+  const bool isPart =
+      root && !root.URI() && root.name().value_or("").find(':') != std::string::npos;
+  return isPart ? NKXMLDocument() : document;
 }
 
 }  // namespace
@@ -91,7 +113,7 @@ StreamedText::Verdict StreamedText::judgePiece(std::string_view piece) {
   if (isBroken_) return Verdict::undecided;
   markup_.advance(piece);
   if (!markup_.isWhole()) return Verdict::undecided;
-  const auto document = NKXMLDocument::withXMLString(piece);
+  const auto document = documentIn(piece, kJudgedDepth);
   isBroken_ = !document;
   if (isBroken_) return Verdict::undecided;
   return kindOf(document.rootElement()) == Kind::heartbeat ? Verdict::heartbeat : Verdict::decided;
@@ -105,8 +127,8 @@ void StreamedText::beginPiece(std::size_t start) noexcept {
 }
 
 void StreamedText::drop(std::size_t count) {
-  // What stands behind the last heartbeat is the beginning of the next document, or blanks.
-  const bool holdsMore = text().find_first_not_of(' ', count) != std::string_view::npos;
+  // What stands behind the last heartbeat is the beginning of the next document, or white space.
+  const bool holdsMore = text().find_first_not_of(kWhite, count) != std::string_view::npos;
   if (!holdsMore) {
     bytes_.clear();
     beginPiece(0);
@@ -128,7 +150,7 @@ std::vector<NKXMLElement> streamedDocuments(const TWData& bytes) {
     MarkupScanner markup;
     markup.advance(piece);
     if (!markup.isWhole()) continue;
-    const auto document = NKXMLDocument::withXMLString(piece);
+    const auto document = documentIn(piece, kWholeDepth);
     if (!document) continue;
     const auto kind = kindOf(document.rootElement());
     if (kind == Kind::other) told.push_back(document.rootElement());

@@ -30,9 +30,12 @@ class UTF8Check {
 
 /// The text of a stream, from which heartbeats are dropped, and whether it has said something.
 ///
-/// Documents stand between every two blanks. They are judged at each arrival as if all of the text
-/// had to be read again, but each piece is parsed once, when it can be whole; so the time is in
-/// proportion to the bytes.
+/// Documents stand between every two blanks, with white space before them or without. They are
+/// judged at each arrival as if all of the text had to be read again, but each piece is parsed once,
+/// when it can be whole; so the time is in proportion to the bytes.
+///
+/// A document that is indented is cut into pieces. None of them is a document: they are not
+/// well-formed, or have a prefix that is declared nowhere.
 class StreamedText {
  public:
   /// True when one of the documents is no heartbeat: a notification, an error, the end of the
@@ -58,7 +61,7 @@ class StreamedText {
   // Of the last piece.
   std::size_t start_ = 0;
   MarkupScanner markup_;
-  bool isBroken_ = false;  // it was whole but did not parse
+  bool isBroken_ = false;  // it was whole but no document
 };
 
 /// The roots of the documents in what a stream has collected, in order, without heartbeats and
