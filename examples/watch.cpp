@@ -2,10 +2,11 @@
 // (Ctrl-C). When the server goes away it comes back, after waits that grow.
 //
 //   watch                                       a sandbox of its own, for a few events
-//   watch ADDRESS --password-file FILE [--ca FILE]
-//   watch ADDRESS --token-file FILE [--ca FILE]
+//   watch ADDRESS --password-file FILE [--server ENDPOINT] [--ca FILE]
+//   watch ADDRESS --token-file FILE [--server ENDPOINT] [--ca FILE]
 //
-// The secret is read from a file, since arguments are seen by everybody on the machine.
+// The secret is read from a file, since arguments are seen by everybody on the machine. Without an
+// endpoint the server is looked for by autodiscover.
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
@@ -31,6 +32,7 @@ using namespace tarnwell;
 namespace {
 
 using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
 
 class Watch {
  public:
@@ -50,13 +52,13 @@ class Watch {
     auto pause = firstPause_;
     while (!isStopped()) {
       TWError error;
-      const auto inbox = account_->inbox();
+      const auto root = account_->root(&error);
+      const auto inbox = root ? root->getDefaultFolder(TWInbox::elementClass(), &error) : nullptr;
       const auto id = inbox ? inbox->subscribe(&error) : std::nullopt;
       if (id) {
         std::cout << "watching" << std::endl;
         count(&Watch::subscriptions_);
-        pause = firstPause_;
-        error = listen(*id);
+        error = listen(*id, pause);
       }
       if (isStopped()) {
         std::cout << "done" << std::endl;
@@ -92,18 +94,23 @@ class Watch {
   }
 
  private:
-  /// Prints the events of a subscription until it cannot be had any more; the answer is why.
-  TWError listen(const std::string& subscription) {
+  /// Prints the events of a subscription until they cannot be had any more; the answer is why. The
+  /// pause is the first one again when the server has been of use.
+  TWError listen(const std::string& subscription, milliseconds& pause) {
     setListening(true);
     TWError error;
     while (!error && !isStopped()) {
+      const auto begin = Clock::now();
       const auto notifications = account_->getEvents({subscription}, &error);
+      const bool hasLasted = Clock::now() - begin >= firstPause_;
       for (const auto& notification : notifications.value_or(TWList())) {
-        error = notification.asError();
+        if (const auto failure = notification.asError()) error = failure;
         for (const auto& event : notification.asXML().childElements()) print(event);
       }
-      // The server ends the wait when nothing has happened for a while.
-      if (error.is(TWErrorCode::ErrorTransport)) error = {};
+      if (notifications || hasLasted) pause = firstPause_;
+      // The server ends the wait when nothing has happened for a while. What ends it at once is
+      // something else, which asking again at once would not mend.
+      if (hasLasted && error.is(TWErrorCode::ErrorTransport)) error = {};
     }
     setListening(false);
     return error;
@@ -209,18 +216,26 @@ std::optional<std::string> secretIn(const std::string& path) {
 }
 
 bool watchMailbox(const std::string& address, const std::shared_ptr<TWCredentials>& credentials,
-                  const TWConnectionOptions& connection, const sigset_t& interrupts) {
-  TWAutodiscoverOptions discovery;
-  discovery.connection = connection;
-  const auto found = TWAutodiscover::discover(address, credentials, discovery);
-  if (!found) {
-    std::cerr << "no server knows the mailbox " << address << '\n';
-    return false;
-  }
+                  const std::string& endpoint, const TWConnectionOptions& connection,
+                  const sigset_t& interrupts) {
   TWAccountOptions account;
-  account.primarySmtpAddress = found->primarySMTPAddress;
+  account.primarySmtpAddress = address;
   account.credentials = credentials;
-  Watch watch(account, *found->protocol, connection, milliseconds(1000), milliseconds(60000));
+  std::shared_ptr<TWProtocol> server;
+  if (!endpoint.empty()) {
+    server = TWProtocol::withServiceEndpoint(endpoint, credentials, {}, connection);
+  } else {
+    TWAutodiscoverOptions discovery;
+    discovery.connection = connection;
+    const auto found = TWAutodiscover::discover(address, credentials, discovery);
+    if (!found) {
+      std::cerr << "no server knows the mailbox " << address << '\n';
+      return false;
+    }
+    account.primarySmtpAddress = found->primarySMTPAddress;
+    server = found->protocol;
+  }
+  Watch watch(account, *server, connection, milliseconds(1000), milliseconds(60000));
   std::thread watching([&] { watch.run(); });
   int signal = 0;
   sigwait(&interrupts, &signal);
@@ -243,19 +258,24 @@ int main(int argc, char** argv) {
   const std::string address = argv[1];
   std::shared_ptr<TWCredentials> credentials;
   TWConnectionOptions connection;
+  std::string endpoint;
   for (int i = 2; i + 1 < argc; i += 2) {
     const std::string_view option = argv[i];
     const auto secret = secretIn(argv[i + 1]);
     if (option == "--ca")
       connection.caFile = argv[i + 1];
+    else if (option == "--server")
+      endpoint = argv[i + 1];
     else if (option == "--password-file" && secret)
       credentials = TWCredentials::credentialsWithUsernamePassword(address, *secret);
     else if (option == "--token-file" && secret)
       credentials = TWCredentials::credentialsWithUsernameAccessToken(address, *secret);
   }
   if (!credentials) {
-    std::cerr << "usage: watch [ADDRESS (--password-file FILE | --token-file FILE) [--ca FILE]]\n";
+    std::cerr << "usage: watch [ADDRESS (--password-file FILE | --token-file FILE) "
+                 "[--server ENDPOINT] [--ca FILE]]\n";
     return 2;
   }
-  return watchMailbox(address, credentials, connection, interrupts) ? EXIT_SUCCESS : EXIT_FAILURE;
+  return watchMailbox(address, credentials, endpoint, connection, interrupts) ? EXIT_SUCCESS
+                                                                              : EXIT_FAILURE;
 }

@@ -1,13 +1,12 @@
 // The demonstration, against the sandbox as a program of its own where it is given a server.
 #include <csignal>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
 
-#include "tests/support/Program.h"
+#include "tests/examples/SandboxProgram.h"
 #include "tests/support/TestCertificates.h"
 
 namespace tarnwell::test {
@@ -21,16 +20,6 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
-
-constexpr auto kUser = "alice@example.com";
-constexpr auto kOther = "bob@example.com";
-
-std::vector<std::string> linesOf(const std::string& text) {
-  std::istringstream stream(text);
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
-  return lines;
-}
 
 /// scripts/demo with the programs of this build, as if somebody typed that text into it.
 class Demo {
@@ -52,23 +41,6 @@ class Demo {
 
   std::string output;
   int exitCode = -1;
-};
-
-/// A sandbox with alice, who has some mail, and bob, who has none.
-class SandboxProgram : public Program {
- public:
-  explicit SandboxProgram(std::vector<std::string> more = {})
-      : Program(TARNWELL_SANDBOX_PROGRAM, arguments(std::move(more))),
-        url_(line().substr(std::string("listening ").size())) {}
-  [[nodiscard]] const std::string& url() const { return url_; }
-
- private:
-  static std::vector<std::string> arguments(std::vector<std::string> more) {
-    more.insert(more.end(), {"--mailbox", std::string(kUser) + ":secret", "--mailbox",
-                             std::string(kOther) + ":secret", "--seed-mailbox", "30"});
-    return more;
-  }
-  std::string url_;
 };
 
 TEST(Demo, WithoutAServerItEndsWithTheWholeTour) {
