@@ -14,10 +14,10 @@ namespace tarnwell {
 ///
 /// Parsing is made for input that cannot be trusted: nothing is loaded from files or the network,
 /// declarations of entities and attributes are refused (a bare DOCTYPE is not), and so are nesting
-/// deeper than 256 elements, an element with more than 256 attributes, more than 256 namespaces in
-/// scope, more than 20,000 different names, and 1 GB (half of the largest `int`) or more of input.
-/// Text is otherwise read whole, whatever its length. A prefix that is declared nowhere is part of
-/// a literal name, not an error.
+/// deeper than 256 elements, an element with more than 256 attributes (or a comment, CDATA section
+/// or instruction that holds the text of one), more than 256 namespaces in scope, more than 20,000
+/// names, and 1 GB (half of the largest `int`) or more of input. Text is otherwise read whole. A
+/// prefix that is declared nowhere is part of a literal name, not an error.
 ///
 /// Blank text between two tags is dropped. It is kept when it is all that an element contains, when
 /// other text came before it in the same element, and under xml:space="preserve".

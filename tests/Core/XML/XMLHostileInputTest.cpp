@@ -176,6 +176,25 @@ TEST(XMLHostileInput, AttributesEndAt256) {
   expectRefused(nested + repeated("</a>", 30), kReason);
 }
 
+TEST(XMLHostileInput, AttributesAreCountedBehindWhatIsNoSectionToTheParser) {
+  constexpr auto kReason = "Too many attributes or namespaces";
+  using namespace std::string_literals;
+  const auto tag = elementWithAttributes(257);
+  for (const auto& xml :
+       {"<!DOCTYPE a SYSTEM \"<!--\">" + tag, "<r><? " + tag + " ?></r>",
+        "<r><!-- \x01"s + tag + " --></r>", "<r><?p \x01"s + tag + " ?></r>",
+        "<r><![CDATA[\x01"s + tag + "]]></r>", "<?xml version=\"1.0\">" + tag + "<!-- ?> -->",
+        // No more can be told of these, which are sections indeed.
+        "<r><!-- " + tag + " --></r>", "<r><?p " + tag + " ?></r>",
+        "<r><![CDATA[" + tag + "]]></r>"})
+    expectRefused(xml, kReason);
+  std::string spaced = "<a";
+  for (int i = 0; i < 257; ++i) spaced += " a" + std::to_string(i) + " = \t\r\n \"=\"";
+  expectRefused("<r><!-- \x01"s + spaced + "/> --></r>", kReason);
+  EXPECT_TRUE(
+      NKXMLElement::withXMLString("<!DOCTYPE a SYSTEM \"<!--\">" + elementWithAttributes(256)));
+}
+
 std::string utf16(std::string_view ascii, bool bigEndian = false) {
   std::string result = bigEndian ? "\xFE\xFF" : "\xFF\xFE";
   for (const char c : ascii) {

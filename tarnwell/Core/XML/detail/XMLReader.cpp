@@ -128,11 +128,17 @@ void attributeDeclaration(void* context, const xmlChar*, const xmlChar*, int, in
   refuse(context, XML_ERR_ENTITY_PROCESSING, "Attribute declarations are refused");
 }
 
-/// What begins at the "<" at `start`.
+/// What begins at the "<" at `start`, taken for a start tag.
 struct Markup {
   std::size_t end;  ///< where to look for the next one
   int attributes;
 };
+
+/// True when a quoted value begins at `at` or after the blanks there.
+bool beginsValue(std::string_view bytes, std::size_t at) noexcept {
+  at = bytes.find_first_not_of(" \t\r\n", at);
+  return at != std::string_view::npos && (bytes[at] == '"' || bytes[at] == '\'');
+}
 
 /// Counts the attributes of a start tag. Stops at the next "<", which cannot be part of a tag.
 Markup scanTag(std::string_view bytes, std::size_t start) noexcept {
@@ -146,7 +152,7 @@ Markup scanTag(std::string_view bytes, std::size_t start) noexcept {
     } else if (c == '"' || c == '\'') {
       quote = c;
     } else if (c == '=') {
-      ++attributes;
+      if (beginsValue(bytes, end + 1)) ++attributes;
     } else if (c == '>') {
       break;
     }
@@ -154,41 +160,23 @@ Markup scanTag(std::string_view bytes, std::size_t start) noexcept {
   return {end, attributes};
 }
 
-Markup scanMarkup(std::string_view bytes, std::size_t start) noexcept {
-  struct Section {
-    std::string_view open, close;
-  };
-  static constexpr Section kSections[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
-  const auto rest = bytes.substr(start);
-  for (const auto& section : kSections) {
-    if (rest.starts_with(section.open))
-      return {bytes.find(section.close, start + section.open.size()), 0};
-  }
-  return scanTag(bytes, start);
-}
-
 /// True when a start tag has more attributes than the parser should be given: it would compare them
 /// all with each other before it calls us.
+///
+/// What looks like such a tag counts even in a comment, a CDATA section or an instruction: where one
+/// of these ends, or whether it is one, depends on what the parser makes of all that precedes it.
 bool hasEndlessTag(std::string_view bytes) noexcept {
   // Nearly all input is passed over by looking for "<" once in every stride, since only a tag with
-  // many attributes goes without one for so long. What looks like such a tag is then looked at
-  // closely: it may be part of a comment.
+  // many attributes goes without one for so long.
   constexpr auto kStride = 4 * static_cast<std::size_t>(kMaxAttributes);
-  bool suspicious = false;
   auto tag = bytes.find('<');
-  while (!suspicious && tag < bytes.size() && bytes.size() - tag > kStride) {
+  while (tag < bytes.size() && bytes.size() - tag > kStride) {
     const auto last = bytes.substr(tag + 1, kStride).rfind('<');
     if (last != std::string_view::npos) {
       tag += 1 + last;
       continue;
     }
     const auto markup = scanTag(bytes, tag);
-    suspicious = markup.attributes > kMaxAttributes;
-    tag = bytes.find('<', markup.end);
-  }
-  if (!suspicious) return false;
-  for (tag = bytes.find('<'); tag < bytes.size();) {
-    const auto markup = scanMarkup(bytes, tag);
     if (markup.attributes > kMaxAttributes) return true;
     tag = bytes.find('<', markup.end);
   }
