@@ -82,9 +82,10 @@ TWResponse TWConnection::fetch(std::string_view url, std::string_view method,
       record.error = cancellation("The connection is closed");
       reportRedirect(record, {});
     } else {
-      if (options_.onRequest) options_.onRequest(method, url, textOf(body));
-      record = stream ? fetchStream(makeRequest(url, method, headers), body)
-                      : fetchAnswer(makeRequest(url, method, headers), body, start, lines);
+      auto request = makeRequest(url, method, headers);
+      if (options_.onRequest && !refusal(request)) options_.onRequest(method, url, textOf(body));
+      record = stream ? fetchStream(std::move(request), body)
+                      : fetchAnswer(std::move(request), body, start, lines);
     }
     lines.push_back(
         formatMessage("[%@][Connection] Request took: %.2fs", {user(), secondsSince(start)}));

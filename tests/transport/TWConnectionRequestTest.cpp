@@ -146,6 +146,24 @@ TEST(TWConnectionRequest, TheObserverIsNotToldOfWhatAClosedConnectionRefuses) {
   EXPECT_EQ(told, 0);
 }
 
+TEST(TWConnectionRequest, TheObserverIsNotToldOfWhatCannotBeSent) {
+  ScriptedServer server;
+  TWConnectionOptions options;
+  int told = 0;
+  options.onRequest = [&](auto, auto, auto) { ++told; };
+  const auto plain = TWConnection::withCredentials(nullptr, false, options);
+  const auto withToken = TWConnection::withCredentials(
+      TWCredentials::credentialsWithUsernameAccessToken("ann", "a\r\nX: 1"), false, options);
+  const std::string port = std::to_string(server.port());
+  for (const bool stream : {false, true}) {
+    EXPECT_TRUE(plain->post("http://ann:pw@127.0.0.1:" + port + "/", {}, "<q/>", stream).error);
+    EXPECT_TRUE(plain->post("not a url", {}, "<q/>", stream).error);
+    EXPECT_TRUE(withToken->post(server.url("/"), {}, "<q/>", stream).error);
+  }
+  EXPECT_EQ(told, 0);
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
 TEST(TWConnectionRequest, TextsArePostedAsUTF8) {
   ScriptedServer server;
   (void)plainConnection()->post(server.url("/"), std::nullopt, "<q>\xc3\xa4\xe2\x82\xac</q>");
