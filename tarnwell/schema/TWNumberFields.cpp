@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <compare>
 #include <cstddef>
 #include <limits>
 #include <system_error>
@@ -39,6 +40,14 @@ float leadingDecimal(std::string_view text) {
   return negative ? -number : number;
 }
 
+/// How a number of that size stands to a bound. Integers are compared as such, since a double does
+/// not hold all of them.
+std::partial_ordering compare(const TWValue& number, double size, double bound) {
+  const auto whole = number.asInteger(), wholeBound = TWValue(bound).asInteger();
+  if (whole && wholeBound) return *whole <=> *wholeBound;
+  return size <=> bound;
+}
+
 }  // namespace
 
 TWValue TWBooleanField::fromChild(const NKXMLElement& child,
@@ -73,8 +82,10 @@ bool TWIntegerField::checkBounds(const TWValue& number, TWError* error) const {
   if (!size) return true;
   const auto& min = options().min;
   const auto& max = options().max;
-  if (min && *size < *min) return fail("value %@ on field %@ must be greater than %@", min);
-  if (max && *size > *max) return fail("value %@ on field %@ must be less than %@", max);
+  if (min && compare(number, *size, *min) < 0)
+    return fail("value %@ on field %@ must be greater than %@", min);
+  if (max && compare(number, *size, *max) > 0)
+    return fail("value %@ on field %@ must be less than %@", max);
   return true;
 }
 

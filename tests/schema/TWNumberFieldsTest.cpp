@@ -1,3 +1,4 @@
+#include <cstdint>
 #include <limits>
 
 #include <gmock/gmock.h>
@@ -109,6 +110,21 @@ TEST(TWIntegerField, BoundsAreInclusive) {
   EXPECT_THAT(failure(*field, 10.5),
               IsFailure(kWrongValue,
                         "value 10.5 on field reminder_minutes_before_start must be less than 10"));
+}
+
+TEST(TWIntegerField, BoundsHoldForNumbersThatNoDoubleCanTellApart) {
+  constexpr std::int64_t kBound = std::int64_t{1} << 53;
+  const auto field = TWIntegerField::withProps(
+      {.name = "n", .min = -static_cast<double>(kBound), .max = static_cast<double>(kBound)});
+  EXPECT_EQ(cleaned(*field, kBound), TWValue(kBound));
+  EXPECT_EQ(cleaned(*field, -kBound), TWValue(-kBound));
+  EXPECT_THAT(failure(*field, kBound + 1),
+              IsFailure(kWrongValue,
+                        "value 9007199254740993 on field n must be less than 9007199254740992"));
+  EXPECT_THAT(
+      failure(*field, -kBound - 1),
+      IsFailure(kWrongValue,
+                "value -9007199254740993 on field n must be greater than -9007199254740992"));
 }
 
 TEST(TWIntegerField, TheLowerBoundIsTestedFirst) {
