@@ -3,7 +3,6 @@
 #include "tarnwell/Core/XML/detail/XMLView.h"
 #include "tarnwell/items/TWBody.h"
 #include "tarnwell/util/TWFormat.h"
-#include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
 namespace {
@@ -35,10 +34,9 @@ TWValue TWBodyField::fromChild(const NKXMLElement& child,
 
 TWValue TWBodyField::toXML(const TWValue& value, const TWVersion* version, TWError* error) const {
   const bool isHTML = value.bodyType() == TWBodyType::html;
-  return TWUtils::updateElement(
-      TWUtils::createElement(requestTag(),
-                             {{"BodyType", isHTML ? TWHTMLBody::bodyType() : TWBody::bodyType()}}),
-      value, version, error);
+  auto element = elementWith(value, version, error).asXML();
+  element.addAttributeWithName("BodyType", isHTML ? TWHTMLBody::bodyType() : TWBody::bodyType());
+  return element;
 }
 
 }  // namespace tarnwell

@@ -2,7 +2,6 @@
 
 #include "tarnwell/Core/XML/detail/XMLView.h"
 #include "tarnwell/time/TWDateTime.h"
-#include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell {
 
@@ -31,7 +30,10 @@ TWValue TWTimeZoneField::toXML(const TWValue& value, const TWVersion* version,
   if (value.isAbsent()) return elementWith({}, version, error);
   if (!checkInstance(value, version, error)) return {};
   const std::string zone = value.asTimeZone()->mszone();
-  return TWUtils::createElement(requestTag(), {{"Id", zone}, {"Name", zone}});
+  auto element = elementWith({}, version, error).asXML();
+  element.addAttributeWithName("Id", zone);
+  element.addAttributeWithName("Name", zone);
+  return element;
 }
 
 }  // namespace tarnwell

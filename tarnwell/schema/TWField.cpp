@@ -119,6 +119,7 @@ TWFieldURIField::TWFieldURIField(TWFieldOptions options)
     : FieldKind(withPostfix(std::move(options))) {}
 
 NKXMLElement TWFieldURIField::fieldURIXML() const {
+  if (fieldURI().empty()) return {};
   return TWUtils::createElement("t:FieldURI", {{"FieldURI", options().fieldURI}});
 }
 
@@ -145,6 +146,11 @@ TWValue TWFieldURIField::toXML(const TWValue& value, const TWVersion* version,
 
 TWValue TWFieldURIField::elementWith(const TWValue& content, const TWVersion* version,
                                      TWError* error) const {
+  if (responseTag().empty()) {
+    setError(error, {TWErrorCode::ErrorValueOutOfRange,
+                     formatMessage("Field %@ has no name on the server", {options().name})});
+    return {};
+  }
   TWError failure;
   auto element =
       TWUtils::updateElement(TWUtils::createElement(requestTag()), content, version, &failure);

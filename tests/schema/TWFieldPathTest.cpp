@@ -197,6 +197,11 @@ TEST(TWFieldPath, APathOfPartsIsThatOfTheText) {
 
 TEST(TWFieldPath, AFieldWithoutANameOnTheServerIsNotWritten) {
   EXPECT_EQ(xmlOf("nameless"), "error: Field nameless has no name on the server");
+  TWError error;
+  const auto path = TWFieldPath::withField(TWCharField::withProps({.name = "note"}));
+  EXPECT_FALSE(path->toXML(nullptr, &error));
+  EXPECT_THAT(error,
+              IsFailure(TWErrorCode::ErrorValueOutOfRange, "Field note has no name on the server"));
 }
 
 TEST(TWFieldPath, APlainPathExpandsToItself) {

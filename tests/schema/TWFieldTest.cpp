@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "tarnwell/schema/TWBase64Field.h"
+#include "tarnwell/schema/TWBodyField.h"
 #include "tarnwell/schema/TWDateFields.h"
 #include "tarnwell/schema/TWEWSElement.h"
 #include "tarnwell/schema/TWEnumFields.h"
@@ -255,6 +256,17 @@ TEST(TWFieldURIField, HasNoElementWithoutAURI) {
   EXPECT_TRUE(field->get("fieldURIPostfix").isAbsent());
   EXPECT_TRUE(TWTextField::withProps({.name = "n", .default_ = "d"})
                   ->fromXML(elementWith("text"), nullptr) == TWValue("d"));
+}
+
+TEST(TWFieldURIField, IsNotWrittenWithoutAURI) {
+  const TWFieldOptions note{.name = "note"};
+  const auto text = TWCharField::withProps(note);
+  EXPECT_FALSE(text->fieldURIXML());
+  const std::string refusal = "error: Field note has no name on the server";
+  EXPECT_EQ(test::written(*text, "x"), refusal);
+  EXPECT_EQ(test::written(*text, {}), refusal);
+  EXPECT_EQ(test::written(*TWBodyField::withProps(note), "x"), refusal);
+  EXPECT_EQ(test::written(*TWTimeZoneField::withProps(note), TWTimeZone()), refusal);
 }
 
 TEST(TWFieldURIField, WritesItsNameForShapesAndRestrictions) {
