@@ -18,6 +18,7 @@ namespace tarnwell {
 namespace {
 
 constexpr std::size_t kDeepestNesting = 64;
+constexpr std::size_t kDeepestHashed = 4;
 
 /// One step down into nested elements, in a walk of one kind on one thread.
 class Nesting {
@@ -33,7 +34,8 @@ class Nesting {
   Nesting& operator=(const Nesting&) = delete;
   ~Nesting() { steps_.pop_back(); }
 
-  [[nodiscard]] bool tooDeep() const noexcept { return steps_.size() > kDeepestNesting; }
+  [[nodiscard]] std::size_t depth() const noexcept { return steps_.size(); }
+  [[nodiscard]] bool tooDeep() const noexcept { return depth() > kDeepestNesting; }
   /// True when the walk is at this very element (or pair of elements) already, further up.
   [[nodiscard]] bool isRepeated() const noexcept {
     return std::find(steps_.begin(), steps_.end() - 1, steps_.back()) != steps_.end() - 1;
@@ -70,6 +72,13 @@ void TWEWSElement::readFields(const NKXMLElement& xml, const std::shared_ptr<TWA
                               const TWVersion* version, std::size_t besides) {
   const auto& list = cls().list();
   const auto& fields = list.fields();
+  if (list.repeatsName()) {
+    // The order counts here: under one name the later field's value stands.
+    for (const auto& field : fields)
+      if (field->supportsVersion(version))
+        props_.setField(field->name(), field->fromXML(xml, account));
+    return;
+  }
   // Bytes, which are quicker to look at than bits. On the stack, but for classes of very many
   // fields: answers hold thousands of small elements.
   std::array<std::byte, 128> room;
@@ -207,7 +216,9 @@ bool TWEWSElement::haveSameIdentity(const TWValue& a, const TWValue& b) {
 std::size_t TWEWSElement::hash() const {
   static thread_local Nesting::Steps steps;
   const Nesting nesting(steps, *this);
-  if (nesting.tooDeep() || nesting.isRepeated()) return 0;
+  // What is nested in itself has no end, and elements that are equal need not come to the same one
+  // again at the same depth.
+  if (nesting.depth() > kDeepestHashed) return 0;
   return TWValue(identity()).hash();
 }
 

@@ -462,5 +462,15 @@ TEST(TWEWSElement, AnElementWithinItselfIsPrintedHashedComparedAndRefused) {
     for (const auto* name : {"friend", "street"}) person->remove(name);
 }
 
+TEST(TWEWSElement, WhatIsEqualHasOneHashWhereverItIsNestedInItself) {
+  const auto a = Person::withDict({{"name", "Ann"}});
+  a->set("friend", a);
+  const auto outside = Person::withDict({{"name", "Ann"}, {"friend", a}});
+  EXPECT_EQ(*outside, *a);
+  EXPECT_EQ(outside->hash(), a->hash());
+  a->remove("friend");
+  EXPECT_NE(outside->hash(), a->hash()) << "what is nested counts";
+}
+
 }  // namespace
 }  // namespace tarnwell

@@ -65,6 +65,30 @@ std::shared_ptr<TWField> fieldNamed(const char* name) {
   return TWCharField::withProps({.name = name, .fieldURI = std::string("x:") + name});
 }
 
+TEST(TWElementClass, AnElementWithAFieldThatHasNoNameOnTheServerIsNotWritten) {
+  const auto& cls = freshClass();
+  cls.addField(TWCharField::withProps({.name = "note"}), 0);
+  TWError error;
+  EXPECT_TRUE(cls.withDict({{"a", "x"}})->toXML(nullptr, &error)) << error;
+  EXPECT_FALSE(cls.withDict({{"a", "x"}, {"note", "y"}})->toXML(nullptr, &error));
+  EXPECT_THAT(error, test::IsFailure(TWErrorCode::ErrorValueOutOfRange,
+                                     "Field note has no name on the server"));
+}
+
+TEST(TWElementClass, OfTwoFieldsWithOneNameTheLatersValueIsRead) {
+  const auto& cls = freshClass();
+  cls.addField(TWCharField::withProps({.name = "a", .fieldURI = "x:Z"}), 2);
+  for (const auto* xml : {"<t:A>1</t:A><t:Z>2</t:Z>", "<t:Z>2</t:Z><t:A>1</t:A>"}) {
+    const auto element = cls.fromXML(elementWith(xml), nullptr);
+    ASSERT_TRUE(element);
+    EXPECT_THAT(element->allKeys(), ElementsAre("a")) << xml;
+    EXPECT_EQ(element->get("a"), TWValue("2")) << xml;
+    element->set("a", "3");
+    EXPECT_EQ(element->description(), "[Fresh] {a = 3}") << xml;
+  }
+  EXPECT_EQ(cls.fromXML(elementWith("<t:A>1</t:A>"), nullptr)->get("a"), TWValue("1"));
+}
+
 TEST(TWElementClass, TheClassAtTheTopHasNoNameAndNoFields) {
   const auto& top = TWEWSElement::elementClass();
   EXPECT_EQ(top.name(), "TWEWSElement");

@@ -1,14 +1,17 @@
 #include "tarnwell/schema/detail/FieldList.h"
 
 #include <algorithm>
+#include <unordered_set>
 #include <utility>
 
 namespace tarnwell::detail {
 
 FieldList::FieldList(TWFields fields) : fields_(std::move(fields)) {
+  std::unordered_set<std::string_view> names;
   for (std::size_t at = 0; at < fields_.size(); ++at) {
     const TWField& field = *fields_[at];
     field.freeze();
+    repeatsName_ = !names.insert(field.name()).second || repeatsName_;
     if (field.isAttribute()) attributes_.push_back(&field);
     const auto tag = field.childTag();
     readOneChild_.push_back(tag.has_value());

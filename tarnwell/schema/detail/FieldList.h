@@ -38,11 +38,14 @@ class FieldList {
                                                   std::size_t next) const;
   /// True for a field that looks at nothing but one child.
   [[nodiscard]] bool readsOneChild(std::size_t field) const { return readOneChild_[field]; }
+  /// True when two fields have one name.
+  [[nodiscard]] bool repeatsName() const noexcept { return repeatsName_; }
 
  private:
   TWFields fields_;
   std::vector<const TWField*> attributes_;
   std::vector<bool> readOneChild_;
+  bool repeatsName_ = false;
   std::unordered_map<std::string_view, std::vector<Reader>> readers_;
   /// By the position of the field; without a name for a field that reads no child, or not alone.
   std::vector<Reader> readerAt_;
