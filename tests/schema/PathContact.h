@@ -44,6 +44,29 @@ class GrownEntry : public detail::ElementKind<GrownEntry, TWMultiFieldIndexedEle
   }
 };
 
+/// Entries with one value, which is another one for later servers.
+class ReplacedEntry : public detail::ElementKind<ReplacedEntry, TWSingleFieldIndexedElement> {
+ public:
+  [[nodiscard]] static const TWElementClass& elementClass() {
+    static const auto& kClass = *new TWElementClass({
+        .name = "ReplacedEntry",
+        .base = &TWSingleFieldIndexedElement::elementClass(),
+        .elementName = "Entry",
+        .fields =
+            [] {
+              return TWFields{
+                  TWLabelField::withProps({.name = "label", .fieldURI = "Key", .choices = {"Old"}}),
+                  TWSubField::withProps(
+                      {.name = "late", .supportedFrom = TWBuild::buildWithMajorVer(15, 0)}),
+                  TWSubField::withProps({.name = "plain"}),
+              };
+            },
+        .make = &detail::makeElement<ReplacedEntry>,
+    });
+    return kClass;
+  }
+};
+
 /// Something with one field of each sort that paths tell apart.
 class PathContact : public detail::ElementKind<PathContact, TWRegisterMixIn> {
  public:
@@ -65,6 +88,9 @@ class PathContact : public detail::ElementKind<PathContact, TWRegisterMixIn> {
                   TWIndexedField::withProps({.name = "grown",
                                              .fieldURI = "contacts:Grown",
                                              .valueCls = &GrownEntry::elementClass()}),
+                  TWIndexedField::withProps({.name = "replaced",
+                                             .fieldURI = "contacts:Replaced",
+                                             .valueCls = &ReplacedEntry::elementClass()}),
                   TWField::withProps({.name = "nameless"}),
               };
             },

@@ -355,6 +355,11 @@ TEST(TWExtendedPropertyClass, AnEmptyTextCountsAsSet) {
                        .propertyName = "",
                        .propertyType = "Long"}),
             "");
+  EXPECT_THAT(mistakeIn({.name = "P",
+                         .distinguishedPropertySetId = "",
+                         .propertyName = "P",
+                         .propertyType = "Long"}),
+              testing::StartsWith("distinguishedPropertySetId:  is not valid: (Meeting, "));
 }
 
 TEST(TWExtendedPropertyClass, TheClassAboveAllOthersIsNotValid) {

@@ -164,6 +164,16 @@ TEST(TWFieldUtils, AnEntryWithOneValueTakesItsValueAsSubfield) {
   EXPECT_EQ(resolved("email_addresses").subfield->name(), "email");
 }
 
+TEST(TWFieldUtils, TheValueOfAnEntryIsThatOfTheServersVersion) {
+  const auto valueFor = [](std::optional<TWVersion> version) {
+    const auto subfield = resolved("replaced__Old", false, std::move(version)).subfield;
+    return std::string(subfield ? subfield->name() : "none");
+  };
+  EXPECT_EQ(valueFor(TWVersion(TWBuild(14, 0))), "plain");
+  EXPECT_EQ(valueFor(TWVersion(TWBuild(15, 0))), "late");
+  EXPECT_EQ(valueFor(std::nullopt), "late");
+}
+
 TEST(TWFieldUtils, AnEntryWithOneValueTakesNoSubfieldOfTheCaller) {
   EXPECT_THAT(refusal("phone_numbers__BusinessPhone__phone_number"),
               IsFailure(kRange,
