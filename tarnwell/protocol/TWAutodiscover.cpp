@@ -6,6 +6,7 @@
 
 #include "tarnwell/Core/XML/NKXMLDocument.h"
 #include "tarnwell/Core/XML/detail/LiteralText.h"
+#include "tarnwell/protocol/detail/RequestText.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWText.h"
@@ -149,6 +150,10 @@ std::optional<TWResponse> TWAutodiscover::getAutodiscoverResponse(TWProtocol& pr
                                                                   std::string_view email,
                                                                   TWError* error) {
   const auto body = getAutodiscoverPayload(email);
+  if (const auto unsendable = detail::errorOfRequest(body)) {
+    setError(error, unsendable);
+    return std::nullopt;
+  }
   auto response =
       TWTransport::post(&protocol, protocol.serviceEndpoint(), TWTransport::defaultHeaders(),
                         TWData(body.begin(), body.end()));

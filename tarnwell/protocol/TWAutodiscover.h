@@ -68,7 +68,8 @@ class TWAutodiscover {
   /// Errors: 1 (ErrorRedirect) with the target under "url"; 5 (ErrorAutodiscoverFailed) for an
   /// answer that is no answer or none at all, with an error under "e" or the server's "code" and
   /// "msg", or for an endpoint that the options forbid; 6 (ErrorRedirectAddress) with the new
-  /// address under "email"; 7 (ErrorAutodiscoverAccountType).
+  /// address under "email"; 7 (ErrorAutodiscoverAccountType); 384 (ErrorValueOutOfRange)
+  /// for an address with a character that XML forbids, which is not sent.
   [[nodiscard]] static std::optional<TWAutodiscoverObject> autodiscoverHostname(
       std::string_view host, std::string_view email,
       const std::shared_ptr<TWCredentials>& credentials, bool hasSSL, TWError* error = nullptr,

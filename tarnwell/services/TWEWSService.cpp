@@ -1,11 +1,11 @@
 #include "tarnwell/services/TWEWSService.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <iterator>
 
+#include "tarnwell/Core/XML/detail/CleanText.h"
 #include "tarnwell/protocol/TWProtocol.h"
+#include "tarnwell/protocol/detail/RequestText.h"
 #include "tarnwell/protocol/detail/StreamedText.h"
 #include "tarnwell/transport/TWConnection.h"
 #include "tarnwell/transport/TWNamespaces.h"
@@ -55,33 +55,18 @@ std::vector<std::string_view> candidates(const std::optional<TWVersion>& inUse) 
   return names;
 }
 
-/// The error of a request whose text no server could read; none when it can be sent.
-TWError errorOfRequest(std::string_view envelope) {
-  const auto at = TWUtils::findUnsafeXML(envelope);
-  if (at == std::string_view::npos) return {};
-  auto element = envelope.substr(envelope.rfind('<', at) + 1);
-  element = element.substr(0, element.find_first_of(" />"));
-  // Besides control characters U+FFFE and U+FFFF, which have three bytes.
-  const auto byte = [&](std::size_t place) {
-    return static_cast<unsigned>(static_cast<unsigned char>(envelope[place]));
-  };
-  const unsigned code = byte(at) < 0x20U ? byte(at) : 0xFFC0U + (byte(at + 2) & 0x3FU);
-  std::array<char, 8> digits{};
-  std::snprintf(digits.data(), digits.size(), "%04X", code);
-  return {TWErrorCode::ErrorValueOutOfRange,
-          formatMessage("%@ holds U+%@, a character that XML forbids",
-                        {element, std::string_view(digits.data())})};
-}
-
 /// Why an answer that is no SOAP document is none.
 TWError errorOfRecord(const TWResponse& response) {
   if (response.response && response.response->statusCode == 401)
     return {TWErrorCode::ErrorAccessDenied, "Access denied"};
   if (response.error) return response.error;
   TWValue text = response.xml();
-  if (text.isAbsent() && !response.data.empty())
-    text =
-        std::string_view(reinterpret_cast<const char*>(response.data.data()), response.data.size());
+  if (text.isAbsent() && !response.data.empty()) {
+    const std::string_view body(reinterpret_cast<const char*>(response.data.data()),
+                                response.data.size());
+    // Messages are UTF-8, so of anything else they tell the size.
+    text = detail::isCleanText(body) ? TWValue(body) : TWValue(response.data);
+  }
   return {TWErrorCode::ErrorSOAP, formatMessage("Bad SOAP Response: %@", {text})};
 }
 
@@ -196,7 +181,7 @@ TWResponse TWEWSService::send(const NKXMLElement& payload, std::string_view apiV
   const auto account = context_->envelopeContext();
   const auto envelope = TWTransport::wrap(payload, apiVersion, account ? &*account : nullptr);
   TWResponse refused;
-  refused.error = errorOfRequest(envelope);
+  refused.error = detail::errorOfRequest(envelope);
   if (refused.error) return refused;
   const auto protocol = context_->serviceProtocol();
   if (!protocol) return {};

@@ -303,6 +303,17 @@ TEST_F(TWAutodiscoverHTTPTest, ARedirectToNoURLAddsNothing) {
   EXPECT_THAT(posted(), ElementsAre("autodiscover.nourl.example"));
 }
 
+TEST_F(TWAutodiscoverHTTPTest, AnAddressThatXMLCannotHoldIsNotSent) {
+  answer([](const std::string&) { return found(); });
+  TWError error;
+  EXPECT_FALSE(TWAutodiscover::autodiscoverHostname("unsafe.example", "a\x01@unsafe.example",
+                                                    nullptr, false, &error, options()));
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange,
+                           "EMailAddress holds U+0001, a character that XML forbids"));
+  EXPECT_FALSE(discover("a\xEF\xBF\xBF@unsafe.example"));
+  EXPECT_THAT(posted(), testing::IsEmpty());
+}
+
 TEST_F(TWAutodiscoverHTTPTest, OneAttemptTellsWhyItFailed) {
   answer([](const std::string& host) {
     if (host == "redirect.try.example") return ScriptedAnswer::redirect(302, "http://x.example/");

@@ -314,6 +314,15 @@ TEST_F(TWEWSServiceTest, WhatIsNoXMLIsABadResponse) {
             TWError(TWErrorCode::ErrorSOAP, "Bad SOAP Response: (null)"));
 }
 
+TEST_F(TWEWSServiceTest, ABadResponseThatIsNoTextIsToldByItsSize) {
+  using namespace std::string_literals;
+  for (const auto& body : {"\xFF\xFE"s, "\xFC\0"s})
+    EXPECT_EQ(errorOf(ScriptedAnswer::xml(body)),
+              TWError(TWErrorCode::ErrorSOAP, "Bad SOAP Response: <2 bytes>"));
+  EXPECT_EQ(errorOf(ScriptedAnswer::xml("f\xC3\xBCr", 403)),
+            TWError(TWErrorCode::ErrorSOAP, "Bad SOAP Response: f\xC3\xBCr"));
+}
+
 TEST_F(TWEWSServiceTest, AFailureOfTheTransportIsPassedOnUnchanged) {
   const auto nobody = TWProtocol::withServiceEndpoint("http://127.0.0.1:1/", nullptr, TWVersion());
   TWError error;
