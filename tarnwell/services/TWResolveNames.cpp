@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "tarnwell/folders/TWFolder.h"
 #include "tarnwell/items/TWMailbox.h"
 #include "tarnwell/protocol/TWBuilds.h"
 #include "tarnwell/protocol/TWProtocol.h"
@@ -16,7 +17,9 @@ namespace {
 /// another tree.
 NKXMLElement idElement(const TWValue& folder, const TWVersion* version, TWError* error) {
   TWError failure;
-  const auto object = folder.asObject();
+  std::shared_ptr<TWXMLObject> object = folder.asObject();
+  // A folder itself is written as what creates it.
+  if (const auto known = folder.asObject<TWFolder>()) object = known->idElement(&failure);
   auto element = object ? object->toXML(version, &failure) : folder.asXML().copy();
   if (!failure && element.attributeForName("Id").stringValue().value_or(std::string()).empty())
     failure = {TWErrorCode::ErrorValueOutOfRange, "Folder must have an ID"};

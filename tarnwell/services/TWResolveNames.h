@@ -36,7 +36,7 @@ class TWResolveNames : public TWEWSService, public TWServiceStatics<TWResolveNam
 
   /// The mailboxes that the names stand for, in the server's order; none when the server knows no
   /// such name.
-  /// @param parentFolders    folders to search besides, as id elements; they are copied.
+  /// @param parentFolders    folders to search besides, or their ids; elements are copied.
   /// @param searchScope      EWS's "ActiveDirectory", "ContactsActiveDirectory" and the like,
   /// passed on as given.
   /// @param contactDataShape EWS's "IdOnly", "Default" or "AllProperties", passed on as given.

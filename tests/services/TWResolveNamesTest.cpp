@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tarnwell/folders/TWWellKnownFolders.h"
 #include "tarnwell/items/TWMailbox.h"
 #include "tarnwell/protocol/TWProtocol.h"
 #include "tarnwell/services/TWResolveNames.h"
@@ -130,11 +131,26 @@ TEST_F(TWResolveNamesTest, FoldersMayBeUsedAgainAndMayStandInAnotherTree) {
   EXPECT_EQ(answer.childCount(), 1U);
 }
 
+TEST_F(TWResolveNamesTest, FoldersAreNamedByTheirIds) {
+  server.enqueue(test::resolveNamesAnswer(k2016));
+  const TWList folders{TWFolder::withDict({{"folder_id", "I"}, {"changekey", "ck"}}),
+                       TWInbox::withDict()};
+  EXPECT_TRUE(service()->call({"x"}, folders));
+  EXPECT_THAT(server.requests().at(0).body,
+              EqualsXML(test::requestEnvelope(
+                  "Exchange2016",
+                  "<m:ResolveNames ReturnFullContactData=\"false\"><m:ParentFolderIds>"
+                  "<t:FolderId Id=\"I\" ChangeKey=\"ck\"/><t:DistinguishedFolderId Id=\"inbox\"/>"
+                  "</m:ParentFolderIds><m:UnresolvedEntry>x</m:UnresolvedEntry>"
+                  "</m:ResolveNames>")));
+}
+
 TEST_F(TWResolveNamesTest, AFolderThatCannotBeNamedIsNotLeftOutInSilence) {
   const TWError noId(TWErrorCode::ErrorValueOutOfRange, "Folder must have an ID");
   const auto fake = test::FakeXMLObject::make();
   for (const TWValue& folder : {TWValue("inbox"), TWValue(1), TWValue::list({"id", "key"}),
-                                TWValue(fake), TWValue(TWUtils::createElement("t:FolderId")),
+                                TWValue(fake), TWValue(TWFolder::withDict({{"name", "new"}})),
+                                TWValue(TWUtils::createElement("t:FolderId")),
                                 TWValue(TWUtils::createElement("t:FolderId", {{"Id", ""}}))}) {
     TWError error;
     EXPECT_FALSE(service()->call({"x"}, {folder}, false, {}, {}, &error)) << folder;
