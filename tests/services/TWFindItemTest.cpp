@@ -9,8 +9,10 @@
 #include "tarnwell/schema/TWFieldOrder.h"
 #include "tarnwell/schema/TWFieldPath.h"
 #include "tarnwell/services/TWFindItem.h"
+#include "tarnwell/services/TWGetFolder.h"
 
 #include "tests/folders/FolderTesting.h"
+#include "tests/support/RecordingLog.h"
 #include "tests/support/XMLMatchers.h"
 
 namespace tarnwell {
@@ -20,6 +22,7 @@ using namespace std::chrono_literals;
 using test::answer;
 using test::EqualsXML;
 using test::pageMessage;
+using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
@@ -219,6 +222,40 @@ TEST_F(TWFindItemTest, SaysNothingOfTheAccountAndUsesTheOrdinaryConnection) {
   EXPECT_THAT(requests.at(0).body, HasSubstr("RequestServerVersion Version=\"Exchange2016\""));
   EXPECT_THAT(requests.at(1).body, HasSubstr("ExchangeImpersonation"));
   EXPECT_EQ(requests.at(0).connection, requests.at(1).connection);
+}
+
+TEST_F(TWFindItemTest, TheProtocolLearnsTheVersionHereAndTheAccountElsewhere) {
+  const TWVersion guessed(std::nullopt, "Exchange2016"), found(TWBuild(15, 1), "Exchange2016");
+  const auto learning = test::makeAccount(server.url(), guessed, "service");
+  const auto protocol = learning->protocol();
+  learning->setVersion(TWVersion(std::nullopt, "Exchange2010"));
+  const auto telling = [](std::string_view operation, const std::string& messages,
+                          std::string_view version) {
+    return test::ScriptedAnswer::xml(test::envelope(
+        test::response(operation, messages),
+        "MajorVersion=\"15\" MinorVersion=\"1\" Version=\"" + std::string(version) + "\""));
+  };
+  server.on("FindItem", telling("FindItem", pageMessage("FindItem", "Items", ""), "Exchange2016"));
+  server.on("GetFolder",
+            telling("GetFolder", test::foldersMessage("GetFolder", test::folderXML("A", "a")),
+                    "Exchange2010"));
+  {
+    const test::RecordingLog log;
+    ASSERT_TRUE(TWFindItem::withAccount(learning, {inbox})
+                    ->call({}, std::nullopt, {}, "IdOnly", std::nullopt, "x", nullptr, 1, 0)
+                    .nextPage());
+    EXPECT_THAT(log.lines(), Contains("[service] Setting API version: Exchange2016"));
+    EXPECT_THAT(log.lines(), Contains("[service] Setting Build: " + TWBuild(15, 1).description()));
+  }
+  EXPECT_EQ(protocol->version(), found);
+  EXPECT_EQ(learning->version(), TWVersion(std::nullopt, "Exchange2010"));
+
+  protocol->setVersion(guessed);
+  const test::RecordingLog log;
+  ASSERT_TRUE(TWGetFolder::withAccount(learning)->call({folder("A")}, {}, "IdOnly"));
+  EXPECT_THAT(log.lines(), Contains("[ann@example.com] Setting API version: Exchange2010"));
+  EXPECT_EQ(learning->version(), TWVersion(TWBuild(15, 1), "Exchange2010"));
+  EXPECT_EQ(protocol->version(), guessed);
 }
 
 }  // namespace
