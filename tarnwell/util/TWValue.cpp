@@ -47,6 +47,16 @@ std::string utcText(TWInstant date) {
 
 std::size_t hashOfInteger(std::int64_t number) { return std::hash<std::int64_t>{}(number); }
 
+/// The class and the id of what a back reference leads to. No more of it, or printing would go on
+/// in circles.
+std::string referenceText(const TWObject& object) {
+  constexpr std::array<std::string_view, 3> kIds = {"item_id", "folder_id", "primarySmtpAddress"};
+  for (const auto& [name, value] : object.declaredProperties())
+    if (std::ranges::find(kIds, name) != kIds.end() && !value.textView().empty())
+      return formatMessage("[%@ %@]", {object.className(), value});
+  return formatMessage("[%@]", {object.className()});
+}
+
 }  // namespace
 
 TWValue::TWValue(float number) : payload_(shortestDouble(number)) {}
@@ -248,7 +258,7 @@ std::string TWValue::description() const {
           [](const TWError& error) { return error.description(); },
           [](const std::weak_ptr<TWObject>& reference) {
             const auto object = reference.lock();
-            return object ? formatMessage("[%@]", {object->className()}) : std::string("(null)");
+            return object ? referenceText(*object) : std::string("(null)");
           },
       },
       payload_);

@@ -163,7 +163,7 @@ class TWValue {
   /// The one text form used wherever a value is printed into a message: absent "(null)"; text as it
   /// is; boolean 1 or 0; number as its shortest decimal text; list "(a, b)"; dictionary
   /// "{k = v; ...}" in the order of the keys; date in UTC; data "<N bytes>"; an object as its
-  /// description, a weak reference as its class.
+  /// description, a weak reference as its class and id.
   [[nodiscard]] std::string description() const;
 
   /// Same kind and same content; numbers by value; objects by their `isEqual`; weak references are

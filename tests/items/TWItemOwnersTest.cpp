@@ -1,13 +1,15 @@
 // What an item has of its account and its folder.
 
+#include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tarnwell/account/TWAccount.h"
-#include "tarnwell/folders/TWFolder.h"
+#include "tarnwell/folders/TWWellKnownFolders.h"
 #include "tarnwell/items/TWAttachment.h"
 #include "tarnwell/items/TWMessage.h"
 
@@ -20,11 +22,63 @@ namespace {
 using test::parsed;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::Not;
 
 /// An account that has no server, but knows what it would be.
 std::shared_ptr<TWAccount> accountOf(TWBuild build) {
   return test::makeOfflineAccount(TWVersion(build));
+}
+
+std::size_t countOf(std::string_view part, std::string_view text) {
+  std::size_t count = 0;
+  for (auto at = text.find(part); at != std::string_view::npos; at = text.find(part, at + 1))
+    ++count;
+  return count;
+}
+
+TEST(TWItemOwners, ArePrintedAsClassAndId) {
+  const auto file = TWFileAttachment::withDict({{"name", "a.txt"}});
+  const auto message =
+      TWMessage::withDict({{"item_id", "M"}, {"attachments", TWValue::list({file})}});
+  EXPECT_EQ(file->get("parent_item").description(), "[TWMessage M]");
+  message->remove("item_id");
+  EXPECT_EQ(file->get("parent_item").description(), "[TWMessage]");
+  const auto folder = TWFolder::withDict({{"folder_id", "F"}, {"name", "x"}});
+  EXPECT_EQ(TWValue::weak(folder).description(), "[TWFolder F]");
+  message->setAccount(accountOf(TWBuild(15, 0)));
+  EXPECT_EQ(message->get("account").description(), "(null)");
+  const auto account = accountOf(TWBuild(15, 0));
+  message->setAccount(account);
+  EXPECT_EQ(message->get("account").description(), "[TWAccount ann@example.com]");
+}
+
+TEST(TWItemOwners, AreNotPrintedInCircles) {
+  const auto account = accountOf(TWBuild(15, 0));
+  const auto root = TWFolder::withDict({{"folder_id", "R"}});
+  const auto inbox = TWInbox::withDict(
+      {{"folder_id", "I"}, {"account", TWValue::weak(account)}, {"parent", TWValue::weak(root)}});
+  root->setChildren({inbox, TWFolder::withDict()});
+  inbox->setChildren({TWFolder::withDict(), TWFolder::withDict()});
+  for (const auto& child : inbox->children()) child->setParent(inbox);
+  const auto inner = TWMessage::withDict({{"item_id", "inner"}, {"folder", inbox}});
+  const auto file = TWFileAttachment::withDict({{"name", "a.txt"}});
+  const auto attached = TWItemAttachment::withDict({{"name", "b"}, {"item", inner}});
+  const auto message = TWMessage::withDict({{"item_id", "M"},
+                                            {"account", TWValue::weak(account)},
+                                            {"folder", inbox},
+                                            {"attachments", TWValue::list({file, attached})}});
+  inner->setParentItem(message);
+  EXPECT_EQ(countOf("[TWInbox]", message->TWEWSElement::get("folder").description()), 1U);
+  EXPECT_EQ(countOf("[TWInbox]", inbox->description()), 1U);
+  EXPECT_THAT(message->description(), HasSubstr("account = [TWAccount ann@example.com]"));
+  EXPECT_EQ(countOf("[TWMessage] ", message->description()), 1U);
+  EXPECT_EQ(countOf("[TWInbox]", message->description()), 1U);
+  EXPECT_THAT(inner->description(), HasSubstr("parent_item = [TWMessage M]"));
+  EXPECT_EQ(countOf("[TWInbox]", inner->description()), 1U);
+  for (const TWObject* attachment :
+       {static_cast<const TWObject*>(file.get()), static_cast<const TWObject*>(attached.get())})
+    EXPECT_LE(countOf("[TWInbox]", attachment->description()), 1U);
 }
 
 TEST(TWItemOwners, AreTakenFromADictionary) {
