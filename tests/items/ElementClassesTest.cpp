@@ -1,6 +1,7 @@
 // What all element classes have in common, class by class.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -28,7 +29,8 @@ namespace tarnwell {
 namespace {
 
 struct Case {
-  std::string_view className, requestTag;
+  std::string_view className;
+  std::optional<std::string_view> requestTag;  ///< absent for what is not written by itself
   const TWElementClass& (*cls)();
 };
 
@@ -103,6 +105,7 @@ TEST_P(ElementClasses, AreEqualWhenTheyAreMadeOfTheSameValues) {
 }
 
 TEST_P(ElementClasses, ReadWhatTheyWrite) {
+  if (!GetParam().requestTag) GTEST_SKIP() << "Only its parts are written";
   if (GetParam().className == "TWRoom")
     GTEST_SKIP() << "A room is only read, and in another form than that of its fields";
   for (std::uint32_t seed = 0; seed < 50; ++seed) {
@@ -134,6 +137,7 @@ INSTANTIATE_TEST_SUITE_P(
              &TWAssociatedCalendarItemId::elementClass},
         Case{"TWParentFolderId", "t:ParentFolderId", &TWParentFolderId::elementClass},
         Case{"TWMailbox", "t:Mailbox", &TWMailbox::elementClass},
+        Case{"TWAvailabilityMailbox", std::nullopt, &TWAvailabilityMailbox::elementClass},
         Case{"TWRoomList", "m:RoomList", &TWRoomList::elementClass},
         Case{"TWRoom", "t:Room", &TWRoom::elementClass},
         Case{"TWAttendee", "t:Attendee", &TWAttendee::elementClass},
