@@ -188,6 +188,8 @@ TEST(XMLHostileInput, AttributesAreCountedBehindWhatIsNoSectionToTheParser) {
         "<r><!-- " + tag + " --></r>", "<r><?p " + tag + " ?></r>",
         "<r><![CDATA[" + tag + "]]></r>"})
     expectRefused(xml, kReason);
+  // Told before the parser is asked, which would have found something else.
+  expectRefused("<!DOCTYPE a SYSTEM \"<!--\"><r></s>" + tag + "</r>", kReason);
   std::string spaced = "<a";
   for (int i = 0; i < 257; ++i) spaced += " a" + std::to_string(i) + " = \t\r\n \"=\"";
   expectRefused("<r><!-- \x01"s + spaced + "/> --></r>", kReason);

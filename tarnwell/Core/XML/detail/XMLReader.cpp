@@ -163,8 +163,8 @@ Markup scanTag(std::string_view bytes, std::size_t start) noexcept {
 /// True when a start tag has more attributes than the parser should be given: it would compare them
 /// all with each other before it calls us.
 ///
-/// What looks like such a tag counts even in a comment, a CDATA section or an instruction: where one
-/// of these ends, or whether it is one, depends on what the parser makes of all that precedes it.
+/// What looks like such a tag counts even in a comment, a CDATA section or an instruction: where
+/// that ends, or whether it is one, depends on what the parser makes of all that precedes it.
 bool hasEndlessTag(std::string_view bytes) noexcept {
   // Nearly all input is passed over by looking for "<" once in every stride, since only a tag with
   // many attributes goes without one for so long.
