@@ -22,10 +22,14 @@ const TWValue* TWDictionary::find(std::string_view name) const noexcept {
   return found == entries_.end() ? nullptr : &found->second;
 }
 
-const TWValue& TWDictionary::get(std::string_view name) const noexcept {
+const TWValue& TWDictionary::get(std::string_view name) const& noexcept {
   static const TWValue kAbsent;
   const TWValue* value = find(name);
   return value ? *value : kAbsent;
+}
+
+TWValue TWDictionary::get(std::string_view name) const&& {
+  return static_cast<const TWDictionary&>(*this).get(name);
 }
 
 void TWDictionary::set(std::string_view name, TWValue value) {

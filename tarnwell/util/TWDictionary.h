@@ -38,9 +38,14 @@ class TWDictionary {
   [[nodiscard]] std::vector<std::string> allKeys() const;
 
   /// The value of that name, or the absent value.
-  [[nodiscard]] const TWValue& get(std::string_view name) const noexcept;
-  [[nodiscard]] const TWValue& operator[](std::string_view name) const noexcept {
+  [[nodiscard]] const TWValue& get(std::string_view name) const& noexcept;
+  [[nodiscard]] const TWValue& operator[](std::string_view name) const& noexcept {
     return get(name);
+  }
+  /// A copy of the value, since a dictionary that is not kept takes its values along.
+  [[nodiscard]] TWValue get(std::string_view name) const&&;
+  [[nodiscard]] TWValue operator[](std::string_view name) const&& {
+    return static_cast<const TWDictionary&>(*this).get(name);
   }
   /// Stores the value in its place, or at the end when the name is new. Does nothing when the value
   /// is absent: an existing entry stays as it is.

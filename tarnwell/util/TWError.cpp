@@ -29,7 +29,7 @@ TWError::TWError(TWErrorCode code, std::string_view message)
 TWError::TWError(TWErrorCode code, TWDictionary userInfo)
     : TWError(TWErrorDomain, static_cast<std::int64_t>(code), std::move(userInfo)) {}
 
-std::string_view TWError::domain() const noexcept {
+std::string_view TWError::domain() const& noexcept {
   return rep_ ? std::string_view(rep_->domain) : std::string_view();
 }
 
@@ -39,10 +39,12 @@ std::string TWError::message() const {
   return userInfo().get("d").asText().value_or(std::string());
 }
 
-const TWDictionary& TWError::userInfo() const {
+const TWDictionary& TWError::userInfo() const& {
   static const TWDictionary* const kNone = new TWDictionary();
   return rep_ ? rep_->userInfo : *kNone;
 }
+
+TWDictionary TWError::userInfo() const&& { return static_cast<const TWError&>(*this).userInfo(); }
 
 std::string TWError::description() const {
   if (!rep_) return TWValue().description();

@@ -28,7 +28,7 @@ inline constexpr std::string_view TWHTTPErrorDomain = "org.tarnwell.http";
 /// answer an absent result and fill `*error`; on success they leave it untouched.
 ///
 ///     TWError error;
-///     if (!account->refresh(&error)) std::cerr << error << '\n';
+///     if (!folder->refresh(&error)) std::cerr << error << '\n';
 ///
 /// Copying costs one reference count. The details never hold a password or a token.
 class TWError {
@@ -53,13 +53,16 @@ class TWError {
   [[nodiscard]] explicit operator bool() const noexcept { return rep_ != nullptr; }
 
   /// One of the two domains above, or `NKXMLErrorDomain`; empty when there is no error.
-  [[nodiscard]] std::string_view domain() const noexcept;
+  [[nodiscard]] std::string_view domain() const& noexcept;
+  std::string_view domain() const&& = delete;
   /// The code within the domain; 0 when there is no error.
   [[nodiscard]] std::int64_t code() const noexcept;
   /// The text for people, user info "d"; empty when the error has none (a refused redirect, for
   /// instance, has its target under "url" instead).
   [[nodiscard]] std::string message() const;
-  [[nodiscard]] const TWDictionary& userInfo() const;
+  [[nodiscard]] const TWDictionary& userInfo() const&;
+  /// A copy, since an error that is not kept takes its details along.
+  [[nodiscard]] TWDictionary userInfo() const&&;
 
   /// Codes mean something only within their domain: `error.is(TWErrorCode::ErrorItemNotFound)` is
   /// false for a transfer failure that happens to have the same number.

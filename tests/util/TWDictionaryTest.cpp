@@ -58,6 +58,16 @@ TEST(TWDictionary, PrintsInTheOrderOfTheKeys) {
   EXPECT_EQ(TWDictionary().description(), "{}");
 }
 
+TEST(TWDictionary, OneThatIsNotKeptGivesCopiesOfItsValues) {
+  const auto make = [] { return TWDictionary{{"a", "x"}}; };
+  const auto& got = make().get("a");
+  const auto& indexed = make()["a"];
+  EXPECT_EQ(got, TWValue("x"));
+  EXPECT_EQ(indexed, TWValue("x"));
+  EXPECT_FALSE(std::is_reference_v<decltype(make().get("a"))>);
+  EXPECT_FALSE(std::is_reference_v<decltype(make()["a"])>);
+}
+
 TEST(TWDictionary, EqualityAndHashIgnoreTheOrder) {
   EXPECT_TRUE((TWDictionary{{"a", 1}, {"b", 2}}.isEqual({{"b", 2}, {"a", 1}})));
   const TWDictionary ab{{"a", 1}, {"b", 2}};

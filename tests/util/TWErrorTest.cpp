@@ -1,6 +1,7 @@
 #include <sstream>
 #include <type_traits>
 #include <unordered_set>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -70,6 +71,21 @@ TEST(TWError, TakesDetailsInPlaceOfAMessage) {
   const TWError error(TWErrorCode::ErrorRedirect, TWDictionary{{"url", "http://b/"}});
   EXPECT_TRUE(error.is(TWErrorCode::ErrorRedirect));
   EXPECT_EQ(error.userInfo(), (TWDictionary{{"url", "http://b/"}}));
+}
+
+template <class Error>
+concept HasADomain = requires(Error&& error) {
+  std::forward<Error>(error).domain();
+};
+
+TEST(TWError, OneThatIsNotKeptGivesNoViewsOfItself) {
+  const auto make = [] { return TWError(TWErrorCode::ErrorRedirect, TWDictionary{{"url", "b"}}); };
+  const auto& details = make().userInfo();
+  EXPECT_EQ(details, (TWDictionary{{"url", "b"}}));
+  EXPECT_FALSE(std::is_reference_v<decltype(make().userInfo())>);
+  EXPECT_TRUE(HasADomain<const TWError&>);
+  EXPECT_FALSE(HasADomain<TWError>);
+  EXPECT_FALSE(HasADomain<const TWError>);
 }
 
 TEST(TWError, HoldsAnErrorThatCausedIt) {
