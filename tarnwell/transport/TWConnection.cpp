@@ -77,6 +77,10 @@ TWResponse TWConnection::fetch(std::string_view url, std::string_view method,
   {
     const std::lock_guard turn(lock_);
     const Clock::time_point start = Clock::now();
+    {
+      const std::lock_guard lock(fieldMutex_);
+      cancelled_ = false;
+    }
     if (closed_) {
       record.url = url;
       record.error = cancellation("The connection is closed");
@@ -125,6 +129,7 @@ TWResponse TWConnection::fetchAnswer(TWHTTPRequest request, Body body, Clock::ti
   exchange.deadline =
       std::min(requestEnd, Clock::now() + detail::countable(options_.resourceLimit));
   exchange.bodyLimit = options_.bodyLimit;
+  exchange.cancelled = &cancelled_;
   exchange.acceptsCertificate = [this](bool trusted) {
     hasInsecureCertificate_ = !trusted;
     return trusted || allowInsecureCertificate_;
@@ -196,6 +201,7 @@ TWResponse TWConnection::fetchStream(TWHTTPRequest request, Body body) {
       const std::lock_guard lock(fieldMutex_);
       stream_ = exchange;
     }
+    if (cancelled_) exchange->cancel();  // by somebody who did not see it yet
     std::optional<TWData> fetched = exchange->await();
     {
       const std::lock_guard lock(fieldMutex_);
@@ -230,7 +236,12 @@ TWResponse TWConnection::head(std::string_view url, const std::optional<TWHeader
 }
 
 void TWConnection::cancel() {
-  transfer_->cancel();
+  {
+    // No turn begins meanwhile, so that this ends one request only.
+    const std::lock_guard lock(fieldMutex_);
+    cancelled_ = true;
+    transfer_->cancel();
+  }
   if (const auto exchange = stream()) exchange->cancel();
 }
 

@@ -117,7 +117,8 @@ class TWConnection {
                                 Body body);
 
   /// Ends the request in flight at once, streaming or not; its caller gets a record with
-  /// `TWHTTPErrorCancelled`. Neither waits for a request nor touches the next.
+  /// `TWHTTPErrorCancelled`. A request is in flight from the moment it is its turn. Neither waits
+  /// for a request nor touches the next.
   void cancel();
   /// No more requests: one that is running may end, later ones get `TWHTTPErrorCancelled`.
   void close();
@@ -192,6 +193,7 @@ class TWConnection {
   std::atomic<bool> allowInsecureCertificate_{false};
   std::atomic<bool> hasInsecureCertificate_{false};
   std::atomic<bool> trustChanged_{false};
+  std::atomic<bool> cancelled_{false};  // since the turn of the request in flight began
   std::atomic<TWAuthType> lastUsedAuthType_{};
 
   mutable std::mutex fieldMutex_;  // guards the four below; never held over a request or a log line

@@ -252,6 +252,26 @@ TEST(TWConnectionLimits, CancelDoesNotTouchARequestThatWaitsForItsTurn) {
   EXPECT_EQ(status(second.join()), 200);
 }
 
+TEST(TWConnectionLimits, CancelCountsFromTheMomentThatItIsTheRequestsTurn) {
+  for (const bool stream : {false, true}) {
+    ScriptedServer server;
+    std::shared_ptr<TWConnection> connection;
+    bool cancels = true;
+    TWConnectionOptions options;
+    options.onRequest = [&](auto&&...) {
+      if (cancels) connection->cancel();
+    };
+    connection = TWConnection::withCredentials(nullptr, false, options);
+    const auto post = [&] {
+      return connection->post(server.url("/"), std::nullopt, "<q/>", stream);
+    };
+    EXPECT_THAT(post().error, IsHTTPError(TWHTTPErrorCancelled)) << stream;
+    cancels = false;
+    EXPECT_THAT(post().error, IsNoError()) << stream;
+    EXPECT_EQ(server.requestCount(), 1U) << stream;
+  }
+}
+
 TEST(TWConnectionLimits, CancelFromManyThreadsIsSafe) {
   ScriptedServer server;
   const RecordingLog log;

@@ -86,8 +86,6 @@ TEST(TWConnectionStream, IsNotCutByTheRequestLimit) {
 }
 
 TEST(TWConnectionStream, EndsWhenTheServerFallsSilent) {
-  Gate written;
-  Gate never;
   RawServer server([&](RawConnection& peer) {
     (void)peer.readRequest();
     peer.write(std::string(kHead) + "<events>");
