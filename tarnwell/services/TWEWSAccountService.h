@@ -22,6 +22,8 @@ class TWEWSAccountService : public TWEWSService {
 
  protected:
   TWEWSAccountService(const TWServiceClass& serviceClass, std::shared_ptr<TWAccount> account);
+  TWEWSAccountService(const TWServiceClass&& serviceClass,
+                      std::shared_ptr<TWAccount> account) = delete;
 
   /// What requests are written for.
   [[nodiscard]] std::optional<TWVersion> accountVersion() const;
@@ -41,6 +43,8 @@ class TWEWSFolderService : public TWEWSService {
  protected:
   TWEWSFolderService(const TWServiceClass& serviceClass, std::shared_ptr<TWAccount> account,
                      TWFolders folders);
+  TWEWSFolderService(const TWServiceClass&& serviceClass, std::shared_ptr<TWAccount> account,
+                     TWFolders folders) = delete;
 
   [[nodiscard]] std::optional<TWVersion> accountVersion() const;
 

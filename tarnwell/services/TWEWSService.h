@@ -180,6 +180,8 @@ class TWEWSService : public std::enable_shared_from_this<TWEWSService> {
   /// `serviceClass` is a constant, which outlives the service; the context is held. Without one
   /// (null) every call fails as on a closed protocol.
   TWEWSService(const TWServiceClass& serviceClass, std::shared_ptr<TWServiceContext> context);
+  TWEWSService(const TWServiceClass&& serviceClass,
+               std::shared_ptr<TWServiceContext> context) = delete;
 
   [[nodiscard]] TWServiceContext& context() const noexcept { return *context_; }
   /// The build of the server in use; absent while it is unknown.
