@@ -62,7 +62,7 @@ struct TWBulkUpdateOptions {
   bool supressReadReceipts = false;
 };
 struct TWBulkDeleteOptions {
-  std::string deleteType = "HardDelete";  ///< or "SoftDelete", or "MoveToDeletedItems"
+  std::string deleteType = "MoveToDeletedItems";  ///< or "SoftDelete", or, for good, "HardDelete"
   std::string sendMeetingCancellations = "SendToNone";
   std::string affectedTaskOccurunces = "AllOccurrences";
   bool supressReadReceipts = false;

@@ -290,7 +290,8 @@ TEST_F(TWAccountItems, OptionsSayTheSameAsPositions) {
       });
   payloads([&] { return account->bulkDelete(ids, TWBulkDeleteOptions()); },
            [&] {
-             return account->bulkDelete(ids, "HardDelete", "SendToNone", "AllOccurrences", false);
+             return account->bulkDelete(ids, "MoveToDeletedItems", "SendToNone", "AllOccurrences",
+                                        false);
            });
   payloads(
       [&] {
