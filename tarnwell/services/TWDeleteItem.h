@@ -25,6 +25,11 @@ class TWDeleteItem : public TWEWSAccountService, public TWServiceStatics<TWDelet
                                            std::string_view sendMeetingCancellations,
                                            std::string_view affectedOccurrences,
                                            bool suppressReadReceipts, TWError* error = nullptr);
+  /// A pointer is no flag.
+  std::optional<TWList> call(const TWItemEntries& ids, std::string_view deleteType,
+                             std::string_view sendMeetingCancellations,
+                             std::string_view affectedOccurrences, const void* suppressReadReceipts,
+                             TWError* error = nullptr) = delete;
   /// Whether read receipts are suppressed is said to servers from 2013 on.
   [[nodiscard]] NKXMLElement getPayload(const TWItemEntries& ids, std::string_view deleteType,
                                         std::string_view sendMeetingCancellations,

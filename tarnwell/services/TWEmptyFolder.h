@@ -22,6 +22,9 @@ class TWEmptyFolder : public TWEWSAccountService, public TWServiceStatics<TWEmpt
   /// @param deleteType  "HardDelete" and the like, passed on as given.
   [[nodiscard]] std::optional<TWList> call(const TWList& folders, std::string_view deleteType,
                                            bool deleteSubfolders, TWError* error = nullptr);
+  /// A pointer is no flag.
+  std::optional<TWList> call(const TWList& folders, std::string_view deleteType,
+                             const void* deleteSubfolders, TWError* error = nullptr) = delete;
   [[nodiscard]] NKXMLElement getPayload(const TWList& folders, std::string_view deleteType,
                                         bool deleteSubfolders, TWError* error = nullptr) const;
 };

@@ -19,6 +19,9 @@ class TWGetAttachment : public TWEWSAccountService, public TWServiceStatics<TWGe
   /// @param ids  texts and attachment ids
   [[nodiscard]] std::optional<TWList> call(const TWList& ids, bool includeMimeContent,
                                            TWError* error = nullptr);
+  /// A pointer is no flag.
+  std::optional<TWList> call(const TWList& ids, const void* includeMimeContent,
+                             TWError* error = nullptr) = delete;
   [[nodiscard]] NKXMLElement getPayload(const TWList& ids, bool includeMimeContent,
                                         TWError* error = nullptr) const;
 };

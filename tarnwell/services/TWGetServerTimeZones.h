@@ -23,6 +23,8 @@ class TWGetServerTimeZones : public TWEWSService, public TWServiceStatics<TWGetS
   /// @param returnFullTimeZoneData  ask for the rules of the zones too; they are not read.
   /// Errors: 264 (ErrorMissingArgument) on a server before Exchange 2010; then nothing is sent.
   [[nodiscard]] std::optional<TWList> call(bool returnFullTimeZoneData, TWError* error = nullptr);
+  /// A pointer is no flag.
+  std::optional<TWList> call(const void* returnFullTimeZoneData, TWError* error = nullptr) = delete;
 
   [[nodiscard]] NKXMLElement getPayload(bool returnFullTimeZoneData) const;
 

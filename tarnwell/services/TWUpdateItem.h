@@ -37,6 +37,11 @@ class TWUpdateItem : public TWEWSAccountService, public TWServiceStatics<TWUpdat
                                            std::string_view disposition,
                                            std::string_view sendingMeetingInvitesOrCancels,
                                            bool suppressReadReceipts, TWError* error = nullptr);
+  /// A pointer is no flag.
+  std::optional<TWList> call(const std::vector<TWItemUpdate>& updates,
+                             std::string_view conflictResolution, std::string_view disposition,
+                             std::string_view sendingMeetingInvitesOrCancels,
+                             const void* suppressReadReceipts, TWError* error = nullptr) = delete;
   /// Whether read receipts are suppressed is said to servers from 2013 on.
   [[nodiscard]] NKXMLElement getPayload(const std::vector<TWItemUpdate>& updates,
                                         std::string_view conflictResolution,

@@ -85,6 +85,12 @@ class TWConnection {
   [[nodiscard]] static std::shared_ptr<TWConnection> withCredentials(
       std::shared_ptr<TWCredentials> credentials, bool allowsRedirects,
       TWConnectionOptions options);
+  // A pointer is no flag.
+  static std::shared_ptr<TWConnection> withCredentials(std::shared_ptr<TWCredentials> credentials,
+                                                       const void* allowsRedirects) = delete;
+  static std::shared_ptr<TWConnection> withCredentials(std::shared_ptr<TWCredentials> credentials,
+                                                       const void* allowsRedirects,
+                                                       TWConnectionOptions options) = delete;
   TWConnection(const TWConnection&) = delete;
   TWConnection& operator=(const TWConnection&) = delete;
   ~TWConnection();
@@ -111,6 +117,11 @@ class TWConnection {
   /// Posts a text as UTF-8.
   [[nodiscard]] TWResponse post(std::string_view url, const std::optional<TWHeaders>& headers,
                                 std::string_view xml, bool stream = false);
+  // A pointer is no flag: the errors are in the record.
+  TWResponse fetch(std::string_view url, std::string_view method,
+                   const std::optional<TWHeaders>& headers, Body body, const void* stream) = delete;
+  TWResponse post(std::string_view url, const std::optional<TWHeaders>& headers,
+                  std::string_view xml, const void* stream) = delete;
   [[nodiscard]] TWResponse get(std::string_view url);
   /// A HEAD never has a body: the one given is not sent.
   [[nodiscard]] TWResponse head(std::string_view url, const std::optional<TWHeaders>& headers,
