@@ -13,6 +13,7 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <openssl/evp.h>
 #include <poll.h>
@@ -136,6 +137,12 @@ ApacheRig::ApacheRig(bool closesAfterRefusal) {
   }
   missing_ = "Apache does not start: " + readFile(directory_->path() / "logs/error.log") +
              readFile(directory_->path() / "logs/output");
+}
+
+const std::string& ApacheRig::missing() const {
+  if (!missing_.empty() && std::getenv("TARNWELL_NEEDS_APACHE") != nullptr)
+    ADD_FAILURE() << missing_;
+  return missing_;
 }
 
 ApacheRig::~ApacheRig() {

@@ -31,8 +31,9 @@ class ApacheRig {
   ApacheRig& operator=(const ApacheRig&) = delete;
   ~ApacheRig();
 
-  /// Why the rig cannot run here; empty when it does.
-  [[nodiscard]] const std::string& missing() const noexcept { return missing_; }
+  /// Why the rig cannot run here; empty when it does. That fails the test where the variable
+  /// TARNWELL_NEEDS_APACHE is set in the environment, as the gate does.
+  [[nodiscard]] const std::string& missing() const;
   [[nodiscard]] std::string url(const std::string& door, std::string_view path) const;
   /// What got past the doors. "X-Remote-User" is the user as the server knows it.
   [[nodiscard]] ScriptedServer& backend() noexcept { return backend_; }
