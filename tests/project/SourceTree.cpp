@@ -25,8 +25,6 @@ constexpr std::array kRows{
     // The catalogue of errors lies below the services that use it.
     Row{"tarnwell/services/TWError", 2},
     Row{"tarnwell/transport/", 3},
-    Row{"tarnwell/protocol/TWAutodiscover.", 9},
-    Row{"tarnwell/protocol/TWConnectionStream.", 9},
     Row{"tarnwell/protocol/", 4},
     Row{"tarnwell/services/", 5},
     Row{"tarnwell/schema/", 6},
