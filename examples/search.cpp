@@ -35,18 +35,23 @@ int main() {
   if (std::string reason; !server.start(&reason)) return failed(reason);
 
   const auto credentials = TWCredentials::credentialsWithUsernamePassword(address, password);
-  const auto config = TWConfiguration::withCredentials(credentials, "", false, server.url());
-  const auto account = TWAccount::withPrimarySMTPAddress(address, "Alice", TWAccessTypeDefault,
-                                                         false, credentials, config);
+  const auto account =
+      TWAccount::withOptions({.primarySmtpAddress = address,
+                              .fullName = "Alice",
+                              .credentials = credentials,
+                              .config = TWConfiguration::withOptions(
+                                  {.credentials = credentials, .serviceEndpoint = server.url()})});
 
-  const auto top = account->root() ? account->root()->tois() : nullptr;
-  if (!top) return failed("The folders could not be read");
+  TWError error;
+  const auto root = account->root(&error);
+  if (!root) return failed("The mailbox could not be opened", error);
+  const auto top = root->tois();
+  if (!top) return failed("There are no folders");
   for (const auto& folder : top->walk())
     std::cout << folder->path() << ": " << folder->get("total_count") << " items\n";
 
   const auto inbox = account->inbox();
   if (!inbox) return failed("There is no inbox");
-  TWError error;
   auto figures = inbox->filter({{"subject__contains", "figures"}})->orderBy({"-datetime_received"});
   figures.setPageSize(5);
   const auto found = figures.getItems(&error);
