@@ -10,8 +10,9 @@
 namespace tarnwell {
 namespace {
 
-/// Class name, then the hash of endpoint, user name and password. The secret itself is not kept;
-/// that two triples with one hash share a protocol is accepted.
+/// Class name, then the hash of endpoint, user name and password, with a "_" between them. The
+/// secret itself is not kept. That triples whose joined texts are the same share a protocol is
+/// accepted: user "ann" with "b_c" and user "ann_b" with "c" do.
 using Cache = std::map<std::string, std::unordered_map<std::size_t, std::shared_ptr<TWProtocol>>>;
 
 std::mutex& cacheMutex() {

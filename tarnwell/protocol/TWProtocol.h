@@ -110,9 +110,14 @@ class TWBaseProtocol : public TWConnectionSource,
 class TWProtocol : public TWBaseProtocol {
  public:
   /// The shared protocol of an endpoint, user name and password. Protocols stay in the process-wide
-  /// cache, even after `close`; `version` and `options` play a part only when the protocol is made,
-  /// and are the first caller's. Making one without a version probes the server (two exchanges at
-  /// most), and blocks every other look-up meanwhile.
+  /// cache, even after `close`: whoever asks for a closed one gets it, and no connection from it, so
+  /// close only what is yours alone (`withServiceEndpoint`). `version` and `options` play a part
+  /// only when the protocol is made, and are the first caller's. Making one without a version probes
+  /// the server (two exchanges at most), and blocks every other look-up meanwhile.
+  ///
+  /// What identifies a protocol is the three texts joined by "_": user "ann_b" with the password
+  /// "c" is user "ann" with "b_c". Every access token that credentials are made with counts as
+  /// another password: use `updateAccessToken` rather than new credentials.
   [[nodiscard]] static std::shared_ptr<TWProtocol> protocolForServiceEndpoint(
       std::string_view serviceEndpoint, const std::shared_ptr<TWCredentials>& credentials,
       std::optional<TWVersion> version = std::nullopt, const TWConnectionOptions& options = {});

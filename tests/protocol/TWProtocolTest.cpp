@@ -280,6 +280,16 @@ TEST(TWProtocolCache, KeepsAProtocolUnderItsFirstSecretAndAfterClosing) {
   EXPECT_EQ(protocol->connection(), nullptr);
 }
 
+TEST(TWProtocolCache, TriplesWhoseJoinedTextsAreTheSameShareAProtocol) {
+  const auto shared = [](std::string_view name, std::string_view password) {
+    return TWProtocol::protocolForServiceEndpoint(
+        "http://joined.example/", TWCredentials::credentialsWithUsernamePassword(name, password),
+        kKnown);
+  };
+  EXPECT_EQ(shared("ann", "b_c"), shared("ann_b", "c"));
+  EXPECT_NE(shared("ann", "b_c"), shared("ann", "c"));
+}
+
 TEST(TWProtocolCache, TheOtherFactoryMakesANewProtocolEachTime) {
   const auto own = TWProtocol::withServiceEndpoint("http://own.example/", ann(), kKnown);
   EXPECT_NE(own, TWProtocol::withServiceEndpoint("http://own.example/", ann(), kKnown));
@@ -299,9 +309,12 @@ TEST(TWProtocolCache, ProbesWhileOtherLookUpsWait) {
                                                   options);
   });
   ASSERT_TRUE(server.waitForRequests(1));
-  auto waiting = std::async(std::launch::async, [] {
+  test::Gate asks;
+  auto waiting = std::async(std::launch::async, [&asks] {
+    asks.open();
     return TWProtocol::protocolForServiceEndpoint("http://waiting.example/", nullptr, kKnown);
   });
+  ASSERT_TRUE(asks.wait());
   // Long enough for a look-up that waits for nobody.
   EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
   gate.open();
