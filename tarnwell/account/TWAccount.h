@@ -72,10 +72,17 @@ struct TWBulkDeleteOptions {
 ///
 ///     const auto account = TWAccount::withPrimarySMTPAddress(
 ///         "ann@example.com", "Ann", TWAccessTypeDefault, true, credentials);
-///     for (const auto& entry : account->inbox()->all()) ...
+///     const auto inbox = account->inbox();
+///     if (!inbox) return noInbox();
+///     const auto found = inbox->all().getItems(&error);
+///     if (!found) return report(error);
 ///
-/// Folders, query sets and items refer to their account weakly: keep it. Safe from any thread; the
-/// operations block, and share the two connections of the protocol. What the bulk operations
+/// Folders, query sets and items refer to their account weakly: keep it. The account itself is safe
+/// from any thread; the operations block, and share the two connections of the protocol. Folders
+/// are shared by everybody who asks for them: see `TWFolder` before one is changed. Items and query
+/// sets are for one thread at a time.
+///
+/// What the bulk operations
 /// answer has one outcome for each input, in order; an input that is an error is not sent and goes
 /// back in its place. For no inputs they answer nothing, without an error. Errors of all of them:
 /// ErrorValueOutOfRange for bad arguments (nothing is sent then), and those of `TWEWSService`.
@@ -163,10 +170,12 @@ class TWAccount : public TWObject, public TWServiceContext {
   /// none so far, deliberately.
   void refetchRoot();
   /// All folders below the root by the names of their classes, each list in the order of
-  /// `TWFolder::walk`.
+  /// `TWFolder::walk`. Empty when there is no root; `root(error)` tells why.
   [[nodiscard]] std::map<std::string, TWFolders> folders();
 
-  // The well-known folders; see `TWRoot::getDefaultFolder`. Null when there is none.
+  // The well-known folders; see `TWRoot::getDefaultFolder`. Null when there is none, and likewise
+  // when it could not be asked for; `TWInbox::getDistinguished(account, &error)` and its kin tell
+  // these apart.
 #define TW_ACCOUNT_FOLDER(accessor, folderClass) [[nodiscard]] std::shared_ptr<TWFolder> accessor();
 #include "tarnwell/account/TWAccountFolders.inc"
 #undef TW_ACCOUNT_FOLDER

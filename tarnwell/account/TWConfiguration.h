@@ -28,7 +28,8 @@ struct TWConfigurationOptions {
 struct TWConfiguration {
   std::shared_ptr<TWProtocol> protocol = nullptr;
 
-  /// The endpoint that is built from the host is "https://SERVER/EWS/Exchange.asmx".
+  /// The endpoint that is built from the host is "https://SERVER/EWS/Exchange.asmx", or the same by
+  /// http without `hasSSL`.
   [[nodiscard]] static TWConfiguration withOptions(const TWConfigurationOptions& options);
   /// The same by position; see the options.
   template <std::same_as<bool> HasSSL, std::same_as<bool> UseCached = bool>

@@ -79,15 +79,23 @@ class FolderKind : public ElementKind<Self, Base> {
 /// A folder of a mailbox: its place in the tree, the items in it, and the changes that can be made
 /// to itself.
 ///
-///     for (const auto& folder : account->inbox()->walk()) std::cout << folder->path() << '\n';
-///     for (const auto& entry : folder->filter({{"is_read", false}})) ...
+///     const auto inbox = account->inbox();
+///     if (!inbox) return noInbox();
+///     for (const auto& folder : inbox->walk()) std::cout << folder->path() << '\n';
+///     const auto unread = inbox->filter({{"is_read", false}})->getItems(&error);
+///     if (!unread) return report(error);
 ///
 /// Properties: "folder_id", "changekey", "parent_folder_id", "folder_class" ("IPF.Note"), "name",
 /// "total_count", "child_folder_count", "unread_count" and "effective_rights".
 ///
 /// Refers to its account weakly: what needs the account fails once that is gone ("Folder must have
 /// an account"). The tree is the account's root's (`TWRoot`), and is read from the server when it
-/// is first looked at. Used by one thread at a time.
+/// is first looked at. The functions that look at it without an error argument do not tell why it
+/// could not be read: they answer null or nothing then.
+///
+/// An account gives all its callers the same folder objects. Several threads may look at one and
+/// search it as long as none changes it; whoever does (`refresh`, `save`, `set` and the like) keeps
+/// the others out himself meanwhile.
 class TWFolder : public detail::FolderKind<TWFolder, TWRegisterMixIn>, public TWFieldSource {
  public:
   [[nodiscard]] static const TWFolderClass& elementClass();

@@ -30,7 +30,10 @@ class TWFolder;
 ///
 ///     auto recent =
 ///         inbox->filter({{"subject__contains", "report"}}).orderBy({"-datetime_received"});
-///     for (const auto& entry : recent) print(*entry.item());
+///     const auto found = recent.getItems(&error);
+///     if (!found) return report(error);
+///     for (const auto& entry : *found)
+///       if (const auto item = entry.item()) print(*item);
 ///
 /// A handle: copies mean the same query set, its cached results included. Chaining answers a new
 /// one and leaves this one alone (`reverse` excepted). Where chaining fails it answers nothing,
@@ -77,9 +80,11 @@ class TWQuerySet {
   [[nodiscard]] TWQuerySet orderBy(const std::vector<std::string>& orders) const;
   /// Turns every order round, those of this query set too: the orders are shared, deliberately.
   [[nodiscard]] TWQuerySet reverse() const;
+  /// For shaping entries with `asValues`. An id pair has no values but "item_id", and a search
+  /// for some fields finds nothing but id pairs: fetch them first (`TWFolder::fetch`).
   [[nodiscard]] TWQuerySet values(const std::vector<std::string>& fields) const;
-  /// The option "flat" (a boolean) asks for single values. The fields are kept as texts, and
-  /// resolved when used.
+  /// Likewise, by `asValuesList`. The option "flat" (a boolean) asks for single values. The fields
+  /// are kept as texts, and resolved when used.
   [[nodiscard]] TWQuerySet valuesList(const std::vector<std::string>& fields,
                                       const TWDictionary& dict = {}) const;
 

@@ -34,9 +34,10 @@ struct TWIdPair {
 /// Searches answer lists of them, and bulk operations take and answer them, one for each input. An
 /// entry that is an error is never sent: it goes back in its place.
 ///
-///     for (const auto& entry : *inbox->all().getItems(&error)) {
-///       if (auto item = entry.item()) print(*item);
-///     }
+///     const auto found = inbox->all().getItems(&error);
+///     if (!found) return report(error);
+///     for (const auto& entry : *found)
+///       if (const auto item = entry.item()) print(*item);
 class TWItemEntry {
  public:
   TWItemEntry(TWIdPair pair) : value_(std::move(pair)) {}  // NOLINT(google-explicit-constructor)

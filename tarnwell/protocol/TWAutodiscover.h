@@ -41,14 +41,15 @@ struct TWAutodiscoverOptions {
 /// the address is posted to candidate hosts, which answer with the endpoint or redirect to another
 /// host.
 ///
-///     if (auto found = TWAutodiscover::discover("ann@example.com", credentials))
-///     use(found->protocol);
+///     if (const auto found = TWAutodiscover::discover("ann@example.com", credentials))
+///       use(found->protocol);
 ///
 /// Blocks for one exchange per candidate and the probing of the protocols made. Safe from any
 /// thread.
 class TWAutodiscover {
  public:
-  /// Absent when no candidate knows the mailbox.
+  /// Absent when no candidate knows the mailbox. Why is not told; `autodiscoverHostname` tells it
+  /// of one host.
   [[nodiscard]] static std::optional<TWAutodiscoverObject> discover(
       std::string_view email, const std::shared_ptr<TWCredentials>& credentials,
       const TWAutodiscoverOptions& options = {});

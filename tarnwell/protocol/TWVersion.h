@@ -16,15 +16,14 @@ namespace tarnwell {
 class TWProtocol;
 
 /// What is known of a server: its build, and the name of the API version that requests declare to
-/// it
-/// ("Exchange2010_SP2"). A value; protocols and accounts replace theirs as a whole.
+/// it ("Exchange2010_SP2"). A value; protocols and accounts replace theirs as a whole.
 class TWVersion {
  public:
   /// One row of the table of versions.
   struct Entry {
     std::string_view key;
-    std::string_view
-        apiVersion;  ///< what is sent; later service packs send an earlier schema's name
+    /// What is sent; later service packs send an earlier schema's name.
+    std::string_view apiVersion;
     std::string_view displayName;
   };
 

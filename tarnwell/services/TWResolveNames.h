@@ -15,8 +15,8 @@ class TWMailbox;
 /// ResolveNames: turns partial names and addresses into mailboxes.
 ///
 ///     TWError error;
-///     auto mailboxes = TWResolveNames::withProtocol(protocol)->call({"ann"}, {}, false, {}, {},
-///     &error);
+///     const auto service = TWResolveNames::withProtocol(protocol);
+///     const auto mailboxes = service->call({"ann"}, {.returnFullContactData = true}, &error);
 class TWResolveNames : public TWEWSService, public TWServiceStatics<TWResolveNames> {
  public:
   /// No account is bound to it, so nobody is impersonated.
@@ -38,7 +38,7 @@ class TWResolveNames : public TWEWSService, public TWServiceStatics<TWResolveNam
   /// such name.
   /// @param parentFolders    folders to search besides, or their ids; elements are copied.
   /// @param searchScope      EWS's "ActiveDirectory", "ContactsActiveDirectory" and the like,
-  /// passed on as given.
+  ///                         passed on as given.
   /// @param contactDataShape EWS's "IdOnly", "Default" or "AllProperties", passed on as given.
   /// Errors: 384 (ErrorValueOutOfRange) for a contact data shape on a server before Exchange 2010
   /// SP2, or one whose build is unknown, and for a folder without an id; a folder's own when it

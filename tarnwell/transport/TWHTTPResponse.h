@@ -31,7 +31,9 @@ struct TWHTTPResponse {
 ///     if (error.is(TWHTTPErrorDomain, TWHTTPErrorTimedOut)) ...
 ///
 /// They are numbers and no enumeration so that nobody compares them without their domain.
-///
+/// @name Codes of TWHTTPErrorDomain
+/// @{
+
 /// Neither http nor https, or an answer that is no HTTP.
 inline constexpr std::int64_t TWHTTPErrorUnsupportedURL = 1;
 inline constexpr std::int64_t TWHTTPErrorMalformedURL = 3;
@@ -51,5 +53,6 @@ inline constexpr std::int64_t TWHTTPErrorConnectionLost = 56;
 inline constexpr std::int64_t TWHTTPErrorInsecureCertificate = 60;
 /// The body grew beyond `TWConnectionOptions::bodyLimit`.
 inline constexpr std::int64_t TWHTTPErrorTooLarge = 63;
+/// @}
 
 }  // namespace tarnwell

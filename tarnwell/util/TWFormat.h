@@ -12,8 +12,7 @@ namespace tarnwell {
 /// it is printed.
 ///
 /// "%@" takes the next value's description ("(null)" when it is absent), "%lu", "%ld", "%u", "%d"
-/// and
-/// "%i" an integer, "%.Nf" a number with N decimals, "%%" a percent sign. Anything else, and a
+/// and "%i" an integer, "%.Nf" a number with N decimals, "%%" a percent sign. Anything else, and a
 /// place for which no value is left, stays as it is. The values are never read as formats.
 ///
 ///     formatMessage("[%@] Using auth type: %lu", {user, 2})   // "[ann] Using auth type: 2"

@@ -12,9 +12,13 @@ namespace tarnwell {
 
 /// One outcome of a bulk call: a `T`, or the error that came in its place.
 ///
-///     for (const auto& result : *account->fetch(ids)) {
-///       if (result) use(*result); else report(result.error());
-///     }
+///     const auto sent = account->bulkSend(ids, true, nullptr, &error);
+///     if (!sent) return report(error);
+///     for (const auto& result : *sent)
+///       if (!result) report(result.error());
+///
+/// The list has a name in this example because C++20 does not keep the temporary alive in
+/// `for (... : *account->bulkSend(...))`.
 template <class T>
 class TWResult {
  public:
