@@ -361,7 +361,8 @@ TEST(TWConnectionRequest, OtherEncodingsAreAnErrorUnlessTheyChangeNothing) {
     ScriptedAnswer answer = ScriptedAnswer::xml("<a/>");
     answer.headers.emplace_back("Content-Encoding", encoding);
     server.enqueue(answer);
-    EXPECT_EQ(connection->get(server.url("/")).error.domain(), TWHTTPErrorDomain) << encoding;
+    const TWError error = connection->get(server.url("/")).error;
+    EXPECT_EQ(error.domain(), TWHTTPErrorDomain) << encoding;
   }
   ScriptedAnswer answer = ScriptedAnswer::xml("<a/>");
   answer.headers.emplace_back("Content-Encoding", "Identity");

@@ -92,7 +92,8 @@ TEST(TWConnectionTLS, MissingAuthorityFileIsAnErrorAndNotTrust) {
   options.caFile = "/nowhere/authority.pem";
   const auto connection = TWConnection::withCredentials(nullptr, false, options);
   connection->setAllowInsecureCertificate(true);
-  EXPECT_EQ(connection->get(server.url("/")).error.domain(), TWHTTPErrorDomain);
+  const TWError error = connection->get(server.url("/")).error;
+  EXPECT_EQ(error.domain(), TWHTTPErrorDomain);
   EXPECT_EQ(server.requestCount(), 0U);
 }
 
