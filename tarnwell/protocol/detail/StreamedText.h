@@ -31,11 +31,11 @@ class UTF8Check {
 /// The text of a stream, from which heartbeats are dropped, and whether it has said something.
 ///
 /// Documents stand between every two blanks, with white space before them or without. They are
-/// judged at each arrival as if all of the text had to be read again, but each piece is parsed once,
-/// when it can be whole; so the time is in proportion to the bytes.
+/// judged at each arrival as if all of the text had to be read again, but each piece is parsed
+/// once, when it can be whole; so the time is in proportion to the bytes.
 ///
-/// A document that is indented is cut into pieces. None of them is a document: they are not
-/// well-formed, or have a prefix that is declared nowhere.
+/// A document that is indented is cut into pieces. These are no documents: they are not
+/// well-formed, or the prefix of their element is declared nowhere.
 class StreamedText {
  public:
   /// True when one of the documents is no heartbeat: a notification, an error, the end of the
