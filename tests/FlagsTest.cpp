@@ -1,5 +1,5 @@
-// A pointer turns into a bool by itself: an error argument that lands in the place of a flag, because
-// the flag was forgotten, must not compile.
+// A pointer turns into a bool by itself: an error argument that lands in the place of a flag,
+// because the flag was forgotten, must not compile.
 #include <memory>
 #include <optional>
 #include <string_view>

@@ -110,9 +110,9 @@ class TWBaseProtocol : public TWConnectionSource,
 class TWProtocol : public TWBaseProtocol {
  public:
   /// The shared protocol of an endpoint, user name and password. Protocols stay in the process-wide
-  /// cache, even after `close`: whoever asks for a closed one gets it, and no connection from it, so
-  /// close only what is yours alone (`withServiceEndpoint`). `version` and `options` play a part
-  /// only when the protocol is made, and are the first caller's. Making one without a version probes
+  /// cache, even after `close`: who asks for a closed one gets it, and no connection from it, so
+  /// close only what is yours alone (`withServiceEndpoint`). `version` and `options` matter only
+  /// when the protocol is made, and are the first caller's. Making one without a version probes
   /// the server (two exchanges at most), and blocks every other look-up meanwhile.
   ///
   /// What identifies a protocol is the three texts joined by "_": user "ann_b" with the password
