@@ -1,6 +1,8 @@
 #include "tests/endtoend/Host.h"
 
+#include <atomic>
 #include <fstream>
+#include <string>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -57,7 +59,9 @@ std::vector<std::string> Host::requestedVersions() const {
 
 TWConnectionOptions leadingTo(const std::vector<const Host*>& hosts,
                               const TemporaryDirectory& directory) {
-  const auto authorities = directory.path() / "authorities.pem";
+  // A file of its own for each call: an earlier one may just be read by a connection.
+  static std::atomic<int> files = 0;
+  const auto authorities = directory.path() / ("authorities" + std::to_string(++files) + ".pem");
   std::ofstream file(authorities);
   TWConnectionOptions options;
   for (const Host* host : hosts) {
