@@ -210,8 +210,9 @@ void NKXMLElement::addAttribute(const NKXMLNode& attribute) {
 void NKXMLElement::addAttributeWithName(std::string_view name, std::string_view stringValue) {
   if (!*this) return;
   auto* element = nodeOf(*this);
-  auto* replaced = attributeOf(element, name);
   auto* attr = detail::newAttribute(element->doc, name, stringValue);
+  // By the name as it is kept: one that was ill-formed is not the one given.
+  auto* replaced = attributeOf(element, detail::view(attr->name));
   release(*this, replaced);
   detail::linkAttribute(element, attr, replaced);
 }

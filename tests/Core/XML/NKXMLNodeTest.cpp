@@ -643,6 +643,30 @@ TEST(NKXMLNode, IllFormedTextBecomesReplacementCharacters) {
   }
 }
 
+TEST(NKXMLNode, IllFormedNamesBecomeReplacementCharactersToo) {
+  using namespace std::string_view_literals;
+  auto element = NKXMLElement::withName("a\xFF");
+  EXPECT_EQ(element.name(), "a\xEF\xBF\xBD");
+  element.setName("a\0b"sv);
+  EXPECT_EQ(element.name(),
+            "a\xEF\xBF\xBD"
+            "b");
+  // All three are the same name in the end.
+  element.addAttributeWithName("x\xFF", "1");
+  element.addAttributeWithName("x\xFF", "2");
+  element.addAttributeWithName("x\0"sv, "3");
+  ASSERT_EQ(element.attributes().size(), 1U);
+  EXPECT_EQ(element.attributeForName("x\xEF\xBF\xBD").stringValue(), "3");
+  const auto instruction = NKXMLNode::processingInstructionWithName("p\xFF", "x");
+  EXPECT_EQ(instruction.name(), "p\xEF\xBF\xBD");
+  element.addChild(instruction);
+  const auto declaration = NKXMLNode::namespaceWithName("p\xFF", "u");
+  EXPECT_EQ(declaration.name(), "p\xEF\xBF\xBD");
+  element.addNamespace(declaration);
+  EXPECT_THAT(element.XMLString(), IsWellFormedXML());
+  EXPECT_EQ(parsed(element.XMLString()).XMLString(), element.XMLString());
+}
+
 TEST(NKXMLNode, LongNamesAndTextsAreKeptWhole) {
   const std::string name(200, 'n');
   const std::string text(100'000, 't');
