@@ -246,7 +246,7 @@ class NKXMLNode {
   friend void swap(NKXMLNode& a, NKXMLNode& b) noexcept { a.swap(b); }
 
   /// This thread's last parser error: its code, and its message under "d". "No error" when there
-  /// was none, or when a parse has succeeded since.
+  /// was none. A parse that succeeds leaves it alone, but for a warning of its own.
   [[nodiscard]] static TWError lastError();
 
  protected:

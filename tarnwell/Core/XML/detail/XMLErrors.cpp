@@ -30,13 +30,8 @@ void keepXMLError(int code, const char* message) noexcept {
 }
 
 void keepXMLError(void* /*context*/, xmlError* error) noexcept {
-  if (error == nullptr) return forgetXMLError();
+  if (error == nullptr) return keepXMLError(XML_ERR_OK, nullptr);
   keepXMLError(error->code, error->message);
-}
-
-void forgetXMLError() noexcept {
-  record.code = XML_ERR_OK;
-  record.message.clear();
 }
 
 TWError lastXMLError() {

@@ -6,10 +6,9 @@
 
 namespace tarnwell::detail {
 
-/// Receives errors of libxml2 and keeps the last one of each thread.
+/// Receives errors of libxml2 and keeps the last one of each thread; null forgets it.
 void keepXMLError(void* context, xmlError* error) noexcept;
 void keepXMLError(int code, const char* message) noexcept;
-void forgetXMLError() noexcept;
 [[nodiscard]] TWError lastXMLError();
 
 /// Keeps errors that libxml2 raises without a context (failed conversions, for instance), and what

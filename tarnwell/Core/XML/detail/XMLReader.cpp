@@ -243,7 +243,6 @@ xmlDoc* readXML(std::string_view bytes, XMLEncoding encoding, TWError* error, in
     setError(error, {NKXMLErrorDomain, kMalformed});
     return nullptr;
   }
-  forgetXMLError();
   // What is in memory is UTF-8, whatever it was read from.
   xmlFree(const_cast<xmlChar*>(doc->encoding));  // NOLINT: libxml2's own text, only declared const
   doc->encoding = nullptr;
