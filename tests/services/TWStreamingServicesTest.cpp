@@ -224,6 +224,16 @@ TEST_F(TWGetEventsTest, WhatEndsTheStreamDoesNotUndoItsNotifications) {
       ElementsAre("A", "error " + std::to_string(static_cast<int>(TWErrorCode::ErrorTransport))));
 }
 
+TEST_F(TWGetEventsTest, EventsThatComeWithTheEndOfTheStreamAreListed) {
+  const auto last = streamDocument(
+      "<m:Notifications><m:Notification><t:SubscriptionId>S</t:SubscriptionId><t:NewMailEvent>"
+      "<t:ItemId Id=\"B\"/></t:NewMailEvent></m:Notification></m:Notifications>"
+      "<m:ConnectionStatus>Closed</m:ConnectionStatus>");
+  EXPECT_THAT(told(eventsOf(last)), ElementsAre("B"));
+  EXPECT_THAT(told(eventsOf(notification("A") + "  " + last)), ElementsAre("A", "B"));
+  EXPECT_THAT(told(eventsOf(last + "  " + statusDocument("Closed"))), ElementsAre("B"));
+}
+
 TEST_F(TWGetEventsTest, ErrorBeforeANotificationStandsBeforeIt) {
   TWError error;
   EXPECT_THAT(
@@ -276,7 +286,7 @@ TEST_F(TWGetEventsTest, StreamThatSaysNothingIsNoSOAP) {
     EXPECT_EQ(failureOf(text), TWError(TWErrorCode::ErrorSOAP, "Bad SOAP Response: (null)"));
   EXPECT_EQ(failureOf(heartbeat() + "  <s:Envel"),
             TWError(TWErrorCode::ErrorSOAP, "Bad SOAP Response: <s:Envel"));
-  EXPECT_EQ(failureOf("x"), TWError(TWErrorCode::ErrorSOAP, "Bad SOAP Response: x"));
+  EXPECT_EQ(failureOf("xx"), TWError(TWErrorCode::ErrorSOAP, "Bad SOAP Response: xx"));
 }
 
 TEST_F(TWGetEventsTest, FailureOfTheTransportIsNotTold) {

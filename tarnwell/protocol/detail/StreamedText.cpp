@@ -14,7 +14,7 @@ namespace {
 constexpr std::string_view kSeparator = "  ";
 constexpr std::string_view kWhite = " \t\r\n";
 
-/// That of the response code and of the status. The events, which may be many, are
+/// That of the response code, the status and the notifications. The events, which may be many, are
 /// deeper: a tree of them would take far longer than to check them does.
 constexpr int kJudgedDepth = 6;
 /// Beyond what a document can have.
@@ -33,7 +33,9 @@ Kind kindOf(const NKXMLElement& root) {
   if (code && code.stringValue() != "NoError") return Kind::other;
   const auto status = message.elementForName("ConnectionStatus", kMessagesNamespace);
   if (!status) return Kind::other;
-  return status.stringValue() == "OK" ? Kind::heartbeat : Kind::closing;
+  if (status.stringValue() == "OK") return Kind::heartbeat;
+  // The stream may close with the last events.
+  return message.elementForName("Notifications", kMessagesNamespace) ? Kind::other : Kind::closing;
 }
 
 std::string_view textOf(const TWData& bytes) noexcept {

@@ -65,8 +65,8 @@ class StreamedText {
 };
 
 /// The roots of the documents in what a stream has collected, in order, without heartbeats and
-/// without what is no document. The status that closes the stream is among them only when there
-/// is nothing else.
+/// without what is no document. One that only closes the stream is among them only when there is
+/// nothing else.
 [[nodiscard]] std::vector<NKXMLElement> streamedDocuments(const TWData& bytes);
 
 }  // namespace tarnwell::detail
