@@ -21,6 +21,9 @@ std::span<const std::uint8_t> withoutIndent(std::span<const std::uint8_t> bytes)
   return bytes.subspan(static_cast<std::size_t>(first - bytes.begin()));
 }
 
+/// With its markup, or with a byte order mark.
+bool mayBeginADocument(std::uint8_t byte) { return byte == '<' || byte == 0xEF; }
+
 }  // namespace
 
 std::shared_ptr<TWConnectionStream> TWConnectionStream::withCredentials(
@@ -74,9 +77,12 @@ bool TWConnectionStream::receive(std::span<const std::uint8_t> arrived) {
   // without a pause may take a while.
   wasCancelled_ = isCancelled_;
   if (wasCancelled_) return false;
-  // Between documents, white space only keeps the line open: nothing is kept for it.
-  if (text_->bytes().empty()) arrived = withoutIndent(arrived);
-  if (arrived.empty()) return true;
+  // Between documents, white space and single bytes only keep the line open: nothing is kept for
+  // them.
+  if (text_->bytes().empty()) {
+    arrived = withoutIndent(arrived);
+    if (arrived.empty() || (arrived.size() == 1 && !mayBeginADocument(arrived[0]))) return true;
+  }
   return text_->bytes().size() + arrived.size() <= textLimit_ && !text_->take(arrived);
 }
 

@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 #include <malloc.h>
+#include <zlib.h>
 
 #include "tarnwell/protocol/TWConnectionStream.h"
 
@@ -95,6 +96,57 @@ TEST(TWConnectionStreamTransfer, KeepAlivesBetweenDocumentsChangeNothing) {
   EXPECT_EQ(collected({heartbeat() + "   " + document, heartbeat()}),
             heartbeat() + "   " + document);
   EXPECT_EQ(collected({"garbage  ", " ", document, heartbeat()}), "garbage   " + document);
+  // Whatever the byte is.
+  for (const char alive : {'.', '\xFF', '\0'}) {
+    const std::string byte(1, alive);
+    EXPECT_EQ(collected({byte, document, "  " + heartbeat()}), document);
+    EXPECT_EQ(collected({heartbeat(), byte, document}), document);
+  }
+  // Byte by byte, a document may begin with a byte order mark too.
+  const auto marked = "\xEF\xBB\xBF" + document;
+  EXPECT_EQ(collected(byteByByte(marked)), marked);
+}
+
+/// Packs what a stream says, each part so that it can be unpacked before the next one comes.
+class Packer {
+ public:
+  Packer() {
+    EXPECT_EQ(deflateInit2(&z_, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY),
+              Z_OK);
+  }
+  Packer(const Packer&) = delete;
+  Packer& operator=(const Packer&) = delete;
+  ~Packer() { deflateEnd(&z_); }
+
+  std::string packed(std::string text) {
+    std::string bytes(text.size() + 1024, '\0');
+    z_.next_in = reinterpret_cast<Bytef*>(text.data());
+    z_.avail_in = static_cast<uInt>(text.size());
+    z_.next_out = reinterpret_cast<Bytef*>(bytes.data());
+    z_.avail_out = static_cast<uInt>(bytes.size());
+    EXPECT_EQ(deflate(&z_, Z_SYNC_FLUSH), Z_OK);
+    bytes.resize(bytes.size() - z_.avail_out);
+    return bytes;
+  }
+
+ private:
+  z_stream z_{};
+};
+
+TEST(TWConnectionStreamTransfer, PackedAnswerIsUnpackedAsItComes) {
+  RawServer server([](RawConnection& peer) {
+    if (!peer.readRequest()) return;
+    std::string head(kChunkedHead);
+    peer.write(head.insert(head.rfind("\r\n"), "Content-Encoding: gzip\r\n"));
+    Packer packer;
+    peer.write(chunk(packer.packed(heartbeat() + "  ")));
+    peer.write(chunk(packer.packed(notification())));
+    peer.waitForClose();
+  });
+  TWConnectionOptions options;
+  options.streamIdleLimit = kPatience;
+  const auto connection = TWConnection::withCredentials(nullptr, false, options);
+  EXPECT_EQ(text(streamFrom(*connection, server.url("/")).data), notification());
 }
 
 TEST(TWConnectionStreamTransfer, SplitWithinACharacterIsWaitedFor) {
