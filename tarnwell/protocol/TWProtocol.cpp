@@ -6,6 +6,7 @@
 
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWUtils.h"
+#include "tarnwell/util/detail/HeldLines.h"
 
 namespace tarnwell {
 namespace {
@@ -141,6 +142,8 @@ std::shared_ptr<TWProtocol> TWProtocol::shared(const std::string& className,
   }
   const auto key =
       std::hash<std::string>{}(formatMessage("%@_%@_%@", {serviceEndpoint, username, password}));
+  // A delegate that is told of a probe may look up a protocol itself.
+  const detail::HeldLines lines;
   const std::lock_guard lock(cacheMutex());
   auto& protocol = cache()[className][key];
   // Made under the lock, probing included, so that nobody probes a server twice.

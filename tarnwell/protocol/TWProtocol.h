@@ -113,7 +113,7 @@ class TWProtocol : public TWBaseProtocol {
   /// cache, even after `close`: who asks for a closed one gets it, and no connection from it, so
   /// close only what is yours alone (`withServiceEndpoint`). `version` and `options` matter only
   /// when the protocol is made, and are the first caller's. Making one without a version probes
-  /// the server (two exchanges at most), and blocks every other look-up meanwhile.
+  /// the server (two exchanges at most); other look-ups, and its own log lines, wait meanwhile.
   ///
   /// What identifies a protocol is the three texts joined by "_": user "ann_b" with the password
   /// "c" is user "ann" with "b_c". Every access token that credentials are made with counts as

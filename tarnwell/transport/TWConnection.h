@@ -55,8 +55,8 @@ struct TWConnectionOptions {
   TWStreamFactory makeStream;
   /// Told of each request right before it is sent, streaming ones included; what a login adds to it
   /// (further rounds, redirects) is not told. Called on the thread of the request, on several
-  /// threads at a time when connections share these options. It must neither throw nor make a
-  /// request on the same connection, which would wait for itself. Empty: nobody is told.
+  /// threads at a time when connections share these options. It must not throw, make a request on
+  /// the same connection or look up a shared protocol: that waits for itself. Empty: no one is.
   TWRequestObserver onRequest;
 };
 

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "tarnwell/util/TWFormat.h"
-#include "tarnwell/util/detail/SystemLog.h"
+#include "tarnwell/util/detail/HeldLines.h"
 
 namespace tarnwell {
 
@@ -37,16 +37,7 @@ void TWLogger::rlog(std::string_view format, std::initializer_list<TWValue> valu
 void TWLogger::write(Sink sink, std::string_view format, std::initializer_list<TWValue> values) {
   const std::string message =
       values.size() == 0 ? std::string(format) : formatMessage(format, values);
-  // Called on a copy and outside the lock, so that a delegate may log or replace itself.
-  const auto target = delegate();
-  if (!target) {
-    detail::systemLog(message);
-    return;
-  }
-  try {
-    (*target.*sink)(message);
-  } catch (...) {  // NOLINT(bugprone-empty-catch): a log must not break the request that logs
-  }
+  detail::HeldLines::write(sink, message);
 }
 
 }  // namespace tarnwell

@@ -10,6 +10,7 @@
 
 #include "tests/support/EWSAnswers.h"
 #include "tests/support/Gate.h"
+#include "tests/support/RecordingLog.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TestCertificates.h"
 
@@ -19,6 +20,7 @@ namespace {
 using test::ScriptedAnswer;
 using test::ScriptedRequest;
 using test::ScriptedServer;
+using testing::HasSubstr;
 
 /// Given a version, so that nothing is probed.
 const TWVersion kKnown(TWBuild(15, 1), "Exchange2016");
@@ -319,6 +321,42 @@ TEST(TWProtocolCache, ProbesWhileOtherLookUpsWait) {
   EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
   gate.open();
   EXPECT_NE(probing.get(), waiting.get());
+}
+
+/// At each line looks up a protocol of its own, on another thread at every second one.
+class LookingUp : public test::RecordingLogger {
+ public:
+  void release(const std::string& message) override {
+    test::RecordingLogger::release(message);
+    const auto endpoint = "http://line" + std::to_string(lines().size()) + ".example/";
+    found.push_back(
+        std::async(lines().size() % 2 == 0 ? std::launch::async : std::launch::deferred, [&] {
+          return TWProtocol::protocolForServiceEndpoint(endpoint, ann(), kKnown);
+        }).get());
+  }
+
+  std::vector<std::shared_ptr<TWProtocol>> found;
+};
+
+TEST(TWProtocolCache, ADelegateMayLookUpProtocolsWhenItIsToldOfAProbe) {
+  ScriptedServer server;
+  TWConnectionOptions options;
+  options.connectTo = {"told.example:80:127.0.0.1:" + std::to_string(server.port())};
+  const auto delegate = std::make_shared<LookingUp>();
+  TWLogger::logger().setDelegate(delegate);
+  auto probing = std::async(std::launch::async, [&] {
+    return TWProtocol::protocolForServiceEndpoint("http://told.example/", ann(), std::nullopt,
+                                                  options);
+  });
+  EXPECT_EQ(probing.wait_for(test::kPatience), std::future_status::ready);
+  const auto told = probing.get();
+  TWLogger::logger().setDelegate(nullptr);
+  EXPECT_THAT(delegate->lines(),
+              testing::ElementsAre(HasSubstr("Request took"), HasSubstr("Request took"),
+                                   HasSubstr("Get elements failed")));
+  ASSERT_EQ(delegate->found.size(), 3U);
+  EXPECT_NE(delegate->found[0], delegate->found[1]);
+  for (const auto& found : delegate->found) EXPECT_NE(found, told);
 }
 
 TEST(TWProtocolCache, GivesAllThreadsOneProtocolForATriple) {
