@@ -116,6 +116,11 @@ std::optional<TWAutodiscoverObject> TWAutodiscover::autodiscoverHostname(
     std::string_view host, std::string_view email,
     const std::shared_ptr<TWCredentials>& credentials, bool hasSSL, TWError* error,
     const TWAutodiscoverOptions& options) {
+  // Before anything is sent: a new host is probed first.
+  if (const auto unsendable = detail::errorOfRequest(getAutodiscoverPayload(email))) {
+    setError(error, unsendable);
+    return std::nullopt;
+  }
   const auto url = urlOf({hasSSL, std::string(host)});
   const auto shared = TWAutodiscoverProtocol::protocolForServiceEndpoint(
       url, credentials, std::nullopt, options.connection);

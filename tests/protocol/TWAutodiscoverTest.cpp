@@ -311,7 +311,13 @@ TEST_F(TWAutodiscoverHTTPTest, AnAddressThatXMLCannotHoldIsNotSent) {
   EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange,
                            "EMailAddress holds U+0001, a character that XML forbids"));
   EXPECT_FALSE(discover("a\xEF\xBF\xBF@unsafe.example"));
-  EXPECT_THAT(posted(), testing::IsEmpty());
+  EXPECT_EQ(server.requestCount(), 0U) << "not even to probe the host";
+}
+
+TEST_F(TWAutodiscoverHTTPTest, AnAddressOfTheConsumerMailAsksItsRealHost) {
+  answer([](const std::string&) { return ScriptedAnswer::xml("", 404); });
+  EXPECT_FALSE(discover("ann@Outlook.com"));
+  EXPECT_THAT(posted(), ElementsAre("autodiscover.outlook.office365.com"));
 }
 
 TEST_F(TWAutodiscoverHTTPTest, OneAttemptTellsWhyItFailed) {
