@@ -40,14 +40,16 @@ TEST(TWAccount, ChoosesItsAccessByWhetherThereAreCredentials) {
 }
 
 TEST(TWAccount, TellsTheServerWhomItImpersonatesAndItsZone) {
-  const auto zone = TWTimeZone::fromTimeZone("Europe/Berlin");
-  const auto made = [&](TWAccessType type) {
+  const auto made = [](TWAccessType type, const char* zoneName = "Europe/Berlin") {
+    const auto zone = TWTimeZone::fromTimeZone(zoneName);
     return TWAccount::withPrimarySMTPAddress("a@b.c", {}, type, false, nullptr, {}, {}, zone)
         ->envelopeContext();
   };
   EXPECT_EQ(made(TWAccessTypeImpersonation)->impersonatedAddress, "a@b.c");
   EXPECT_EQ(made(TWAccessTypeImpersonation)->timeZoneId, "W. Europe Standard Time");
   EXPECT_EQ(made(TWAccessTypeDelegate)->impersonatedAddress, std::nullopt);
+  EXPECT_EQ(made(TWAccessTypeDelegate, "Asia/Yangon")->timeZoneId, "Asia/Yangon")
+      << "of which the table has no other name";
 }
 
 TEST(TWAccount, HasTheDevicesZoneUnlessItIsGivenOne) {
@@ -57,6 +59,8 @@ TEST(TWAccount, HasTheDevicesZoneUnlessItIsGivenOne) {
 TEST(TWAccount, WithoutAConfigurationHasNoProtocolAndRequestsFail) {
   const test::RecordingLog log;
   const auto made = account(TWAccessTypeDefault, credentials());
+  EXPECT_THAT(log.lines(),
+              ElementsAre("[Ann@Example.com] Neither autodiscover nor a configuration"));
   EXPECT_EQ(made->protocol(), nullptr);
   EXPECT_EQ(made->version(), std::nullopt);
   made->updateAccessToken("token");

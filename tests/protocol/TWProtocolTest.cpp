@@ -83,14 +83,13 @@ TEST(TWProtocol, AMalformedEndpointHasNoServerAndItsRequestsFail) {
 }
 
 TEST(TWProtocol, ClassesDifferInWhetherTheirConnectionsFollowRedirects) {
-  EXPECT_FALSE(
-      TWBaseProtocol::withServiceEndpoint("http://h/", nullptr)->connection()->allowsRedirects());
-  EXPECT_TRUE(TWProtocol::withServiceEndpoint("http://h/", nullptr, kKnown)
-                  ->connection()
-                  ->allowsRedirects());
-  EXPECT_FALSE(TWAutodiscoverProtocol::withServiceEndpoint("http://h/", nullptr, kKnown)
-                   ->connection()
-                   ->allowsRedirects());
+  const auto expect = [](bool allows, TWBaseProtocol& protocol) {
+    EXPECT_EQ(protocol.connection()->allowsRedirects(), allows);
+    EXPECT_EQ(protocol.downloader()->allowsRedirects(), allows);
+  };
+  expect(false, *TWBaseProtocol::withServiceEndpoint("http://h/", nullptr));
+  expect(true, *TWProtocol::withServiceEndpoint("http://h/", nullptr, kKnown));
+  expect(false, *TWAutodiscoverProtocol::withServiceEndpoint("http://h/", nullptr, kKnown));
 }
 
 TEST(TWProtocol, MakesEachConnectionOnceAndSharesItsCredentials) {
@@ -100,9 +99,11 @@ TEST(TWProtocol, MakesEachConnectionOnceAndSharesItsCredentials) {
   EXPECT_EQ(protocol->connection(), connection);
   EXPECT_EQ(protocol->downloader(), protocol->downloader());
   EXPECT_NE(protocol->downloader(), connection);
-  EXPECT_EQ(connection->credentials(), credentials);
-  EXPECT_EQ(connection->server(), "h");
-  EXPECT_EQ(connection->serviceEndpoint(), "http://h/e");
+  for (const auto& made : {connection, protocol->downloader()}) {
+    EXPECT_EQ(made->credentials(), credentials);
+    EXPECT_EQ(made->server(), "h");
+    EXPECT_EQ(made->serviceEndpoint(), "http://h/e");
+  }
 }
 
 TEST(TWProtocol, RenewingMakesAFreshConnection) {
@@ -187,6 +188,14 @@ TEST(TWProtocol, ANewTokenGoesOutWithTheNextRequest) {
   ASSERT_EQ(server.requests().size(), 2U);
   EXPECT_EQ(server.requests()[0].header("Authorization"), "Bearer first");
   EXPECT_EQ(server.requests()[1].header("Authorization"), "Bearer second");
+}
+
+TEST(TWProtocol, WithoutCredentialsANewTokenIsForNobody) {
+  ScriptedServer server;
+  const auto protocol = TWProtocol::withServiceEndpoint(server.url("/"), nullptr, kKnown);
+  protocol->updateAccessToken("token");
+  (void)protocol->connection()->get(server.url("/"));
+  EXPECT_FALSE(server.requests().at(0).header("Authorization"));
 }
 
 TEST(TWProtocol, DestroyingItReleasesItsConnections) {

@@ -58,9 +58,13 @@ TEST(TWConnectionStream, PasswordIsAskedForAsUsual) {
   ScriptedServer server;
   server.enqueue(ScriptedAnswer::challenge({"Basic realm=\"x\""}));
   server.enqueue(ScriptedAnswer::xml("<events/>"));
+  const RecordingLog log;
   const auto connection = TWConnection::withCredentials(withPassword("ann", "pw"), false);
   EXPECT_EQ(text(streamFrom(*connection, server.url("/")).data), "<events/>");
   EXPECT_EQ(server.requests().at(1).header("Authorization"), "Basic YW5uOnB3");
+  // It has sockets of its own, which say nothing of the connection's.
+  EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::none);
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("Request took: ")));
 }
 
 TEST(TWConnectionStream, IsNotCutByTheRequestLimit) {
@@ -183,8 +187,10 @@ TEST(TWConnectionStream, TakesOverWhetherInsecureCertificatesAreAllowed) {
   const auto connection = TWConnection::withCredentials(nullptr, false);
   EXPECT_THAT(streamFrom(*connection, server.url("/")).data, IsEmpty());
   EXPECT_EQ(server.requestCount(), 0U);
+  EXPECT_FALSE(connection->hasInsecureCertificate());
   connection->setAllowInsecureCertificate(true);
   EXPECT_EQ(text(streamFrom(*connection, server.url("/")).data), "<events/>");
+  EXPECT_FALSE(connection->hasInsecureCertificate());
 }
 
 /// Notes what it is given and done with.

@@ -282,8 +282,10 @@ TEST(TWConnection, ChangesOfTheSchemeAreLoggedOnce) {
   connection->setLastUsedAuthType(TWAuthType::none);
   connection->setLastUsedAuthType(TWAuthType::basic);
   connection->setLastUsedAuthType(TWAuthType::basic);
+  connection->setLastUsedAuthType(TWAuthType::ntlm);
   connection->setLastUsedAuthType(TWAuthType::digest);
-  EXPECT_THAT(log.lines(), ElementsAre("[u] Using auth type: 1", "[u] Using auth type: 3"));
+  EXPECT_THAT(log.lines(), ElementsAre("[u] Using auth type: 1", "[u] Using auth type: 2",
+                                       "[u] Using auth type: 3"));
   EXPECT_THAT(log.debugLines(), ElementsAre());
   EXPECT_EQ(connection->lastUsedAuthType(), TWAuthType::digest);
 }
