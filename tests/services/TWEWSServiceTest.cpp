@@ -292,6 +292,25 @@ TEST_F(TWEWSServiceTest, ADetailInAnotherNamespaceIsNotRead) {
                   .is(TWErrorCode::ErrorSOAP));
 }
 
+TEST_F(TWEWSServiceTest, TheDetailOfAFaultGoesBeforeItsCode) {
+  const auto faultWithDetail = [](const std::string& code) {
+    return fault(
+        "<faultcode>ErrorServerBusy</faultcode><faultstring>s</faultstring><detail "
+        "xmlns:e=\"http://schemas.microsoft.com/exchange/services/2006/errors\"><e:ResponseCode>" +
+        code + "</e:ResponseCode><e:Message>m</e:Message></detail>");
+  };
+  EXPECT_EQ(errorOf(faultWithDetail("ErrorAccessDenied")),
+            TWError(TWErrorCode::ErrorAccessDenied, "m"));
+  EXPECT_EQ(errorOf(faultWithDetail("ErrorFuture")), TWError(TWErrorCode::ErrorServerBusy, "s"))
+      << "a code that is unknown gives way";
+}
+
+TEST_F(TWEWSServiceTest, ThePartsOfAFaultHaveNoPrefix) {
+  EXPECT_EQ(errorOf(fault("<s:faultcode>ErrorServerBusy</s:faultcode>")),
+            TWError(TWErrorCode::ErrorSOAP,
+                    "SOAP error code: (null) string: (null) actor: (null) detail: (null)"));
+}
+
 // Answers that are no SOAP.
 
 TEST_F(TWEWSServiceTest, AnUnauthorizedAnswerWithoutSOAPIsAccessDenied) {
@@ -502,6 +521,32 @@ TEST_F(TWPagedServiceResponseTest, AsksForOnePageAfterTheOther) {
   EXPECT_THAT(server.requests()[0].body, HasSubstr("Offset=\"0\""));
   EXPECT_THAT(server.requests()[1].body, HasSubstr("Offset=\"2\""));
   EXPECT_THAT(server.requests()[1].body, HasSubstr("Shape=\"IdOnly\""));
+}
+
+TEST_F(TWPagedServiceResponseTest, ALimitBelowZeroIsNone) {
+  server.enqueue(page(R"(IndexedPagingOffset="1" IncludesLastItemInRange="false")", "<t:Folder/>"));
+  server.enqueue(page(R"(IncludesLastItemInRange="true")", "<t:Folder/>"));
+  auto paged = pages(-1);
+  EXPECT_TRUE(paged.nextPage());
+  EXPECT_TRUE(paged.nextPage());
+  EXPECT_FALSE(paged.nextPage());
+  EXPECT_EQ(paged.itemCount(), 2);
+}
+
+TEST_F(TWPagedServiceResponseTest, OnlyTheFirstMessageIsThePage) {
+  server.enqueue(ScriptedAnswer::xml(test::envelope(test::response(
+      "FindFolder",
+      test::responseMessage("FindFolder", "Success", "NoError",
+                            "<m:RootFolder IncludesLastItemInRange=\"true\"><t:Folders>"
+                            "<t:Folder/></t:Folders></m:RootFolder>") +
+          test::responseMessage("FindFolder", "Error", "ErrorAccessDenied")))));
+  auto paged = pages();
+  TWError error;
+  const auto first = paged.nextPage(&error);
+  ASSERT_TRUE(first);
+  EXPECT_EQ(first->size(), 1U);
+  EXPECT_FALSE(paged.nextPage(&error));
+  EXPECT_FALSE(error) << error;
 }
 
 TEST_F(TWPagedServiceResponseTest, StopsAtTheLimitButGivesThePageWhole) {
