@@ -114,9 +114,12 @@ TEST(TWAttendee, KindsOfMailboxesCountAlikeFromBothSides) {
 }
 
 TEST(TWAttendee, StandsForTheAddressOfItsMailbox) {
-  EXPECT_EQ(TWAttendee::withDict({{"mailbox", mailboxOf("ann@example.com")}})->constantText(),
-            "ann@example.com");
+  const auto attendee = TWAttendee::withDict({{"mailbox", mailboxOf("ann@example.com")}});
+  EXPECT_EQ(attendee->constantText(), "ann@example.com");
+  EXPECT_EQ(TWUtils::xmlFromValue(attendee), "ann@example.com");
   EXPECT_FALSE(TWAttendee::withDict()->constantText());
+  const auto nowhere = TWMailbox::withDict({{"name", "Ann"}});
+  EXPECT_FALSE(TWAttendee::withDict({{"mailbox", nowhere}})->constantText());
 }
 
 TEST(TWMember, DeclaresItsFields) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tarnwell/items/TWIndexedElements.h"
+#include "tarnwell/util/TWUtils.h"
 
 #include "tests/items/ElementTesting.h"
 #include "tests/schema/FieldTesting.h"
@@ -59,6 +60,7 @@ TEST(TWEmailAddress, ReadsWhatItWrites) {
   EXPECT_EQ(entry->get<std::string>("email"), "ann@example.com");
   EXPECT_THAT(written(*entry), EqualsXML(xml));
   EXPECT_EQ(entry->constantText(), "ann@example.com");
+  EXPECT_EQ(TWUtils::xmlFromValue(entry), "ann@example.com");
 }
 
 TEST(TWEmailAddress, WithoutTextTakesItsName) {
@@ -97,6 +99,8 @@ TEST(TWPhoneNumber, ReadsWhatItWrites) {
   const auto number = read<TWPhoneNumber>(xml);
   EXPECT_EQ(number->get<std::string>("phone_number"), "555");
   EXPECT_EQ(number->constantText(), "555");
+  EXPECT_EQ(TWUtils::xmlFromValue(number), "555");
+  EXPECT_FALSE(TWPhoneNumber::withDict()->constantText());
   EXPECT_THAT(written(*number), EqualsXML(xml));
 }
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tarnwell/items/TWItemId.h"
+#include "tarnwell/util/TWUtils.h"
 
 #include "tests/items/ElementTesting.h"
 #include "tests/schema/FieldTesting.h"
@@ -118,6 +119,7 @@ TEST(TWItemId, IsComparedByIdAndChangeKey) {
 
 TEST(TWItemId, OnlyThatOfAConversationStandsForAConstant) {
   EXPECT_EQ(TWConversationId::withDict(kBoth)->constantText(), "i");
+  EXPECT_EQ(TWUtils::xmlFromValue(TWConversationId::withDict(kBoth)), "i");
   EXPECT_FALSE(TWConversationId::withDict()->constantText());
   EXPECT_FALSE(TWItemId::withDict(kBoth)->constantText());
 }

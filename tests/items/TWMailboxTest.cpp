@@ -107,6 +107,9 @@ TEST(TWMailbox, StandsForItsAddress) {
   EXPECT_EQ(mailboxOf("Ann@example.com")->constantText(), "Ann@example.com");
   EXPECT_EQ(TWUtils::xmlFromValue(mailboxOf("Ann@example.com")), "Ann@example.com");
   EXPECT_FALSE(TWMailbox::withDict({{"name", "Ann"}})->constantText());
+  const TWDictionary room{{"email_address", "r@example.com"}};
+  EXPECT_EQ(TWUtils::xmlFromValue(TWRoom::withDict(room)), "r@example.com");
+  EXPECT_EQ(TWUtils::xmlFromValue(TWRoomList::withDict(room)), "r@example.com");
 }
 
 TEST(TWAvailabilityMailbox, DeclaresItsFieldsAndHasNoElementOfItsOwn) {
