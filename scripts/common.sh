@@ -17,16 +17,20 @@ die() {
   exit 1
 }
 
-export jobs=${TARNWELL_JOBS:-$(nproc)}
+jobs=${TARNWELL_JOBS:-$(nproc)}
 
-# A compiler cache makes a second build of the same sources nearly free; presets may share it.
-if command -v ccache >/dev/null; then
-  export CMAKE_CXX_COMPILER_LAUNCHER=ccache
-  export CCACHE_BASEDIR=$root
-fi
+# A compiler cache makes a second build of the same sources nearly free; presets may share it. To be
+# called when scripts/setup has run, which installs it.
+use_compiler_cache() {
+  if command -v ccache >/dev/null; then
+    export CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    export CCACHE_BASEDIR=$root
+  fi
+}
 
-# Files of ours with the given extensions, as `git` knows them (tracked, or new and not ignored).
-our_files() { git ls-files -co --exclude-standard --deduplicate -- "$@" | sort -u; }
+# Files of ours with the given extensions, as `git` knows them (tracked, or new and not ignored). A
+# checkout may belong to somebody else: to whoever mounted it, where root runs this in a container.
+our_files() { git -c safe.directory="$root" ls-files -co --exclude-standard -- "$@" | sort -u; }
 
 # The version-14 tool where there is one: other versions format and warn differently.
 tool14() {
