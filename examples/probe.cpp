@@ -8,21 +8,18 @@
 // The secret is read from a file, since arguments are seen by everybody on the machine.
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <iostream>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "tarnwell/tarnwell.h"
 
-#include "sandbox/SandboxServer.h"
+#include "examples/support/EmbeddedServer.h"
+#include "examples/support/Secret.h"
 
 using namespace tarnwell;
 
@@ -34,12 +31,6 @@ struct Task {
   std::shared_ptr<TWCredentials> credentials;
   TWAutodiscoverOptions discovery;
 };
-
-std::optional<std::string> contentsOf(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) return std::nullopt;
-  return std::string(std::istreambuf_iterator<char>(file), {});
-}
 
 /// Runs one step, told with the time it took.
 template <class Step>
@@ -94,36 +85,18 @@ bool probe(const Task& task) {
   return true;
 }
 
-/// A server for example.com in this process, reached over TLS under its real name.
 bool probeSandbox() {
-  sandbox::SandboxOptions options;
-  options.tls = true;
-  options.certificateNames = {"example.com"};
-  options.externalUrl = "https://example.com/EWS/Exchange.asmx";
-  options.mailboxes = {{"alice@example.com", "secret", "Alice Example"},
-                       {"bob@example.com", "secret", "Bob Example"}};
-  sandbox::SandboxServer server(options);
-  std::string reason;
-  if (!server.start(&reason)) {
-    std::cerr << "the sandbox does not start: " << reason << '\n';
+  const examples::EmbeddedServer server;
+  if (!server.problem().empty()) {
+    std::cerr << "the sandbox does not start: " << server.problem() << '\n';
     return false;
   }
-  const auto folder =
-      std::filesystem::temp_directory_path() / ("tarnwell-probe-" + std::to_string(server.port()));
-  std::filesystem::create_directories(folder);
-  const auto certificate = folder / "certificate.pem";
-  std::ofstream(certificate) << server.certificatePem();
-
   Task task{"alice@example.com",
             "bob",
             TWCredentials::credentialsWithUsernamePassword("alice@example.com", "secret"),
             {}};
-  task.discovery.connection.caFile = certificate.string();
-  task.discovery.connection.connectTo = {"example.com:443:127.0.0.1:" +
-                                         std::to_string(server.port())};
-  const bool done = probe(task);
-  std::filesystem::remove_all(folder);
-  return done;
+  task.discovery.connection = server.connection();
+  return probe(task);
 }
 
 /// What the arguments ask for; absent when they make no sense.
@@ -142,17 +115,16 @@ std::optional<Task> taskOf(int argc, char** argv) {
        }},
       {"--password-file",
        [&](const std::string& value) {
-         const auto secret = contentsOf(value);
+         const auto secret = examples::secretIn(value);
          if (secret)
-           task.credentials = TWCredentials::credentialsWithUsernamePassword(
-               task.address, stringByTrimming(*secret));
+           task.credentials = TWCredentials::credentialsWithUsernamePassword(task.address, *secret);
          return secret.has_value();
        }},
       {"--token-file", [&](const std::string& value) {
-         const auto secret = contentsOf(value);
+         const auto secret = examples::secretIn(value);
          if (secret)
-           task.credentials = TWCredentials::credentialsWithUsernameAccessToken(
-               task.address, stringByTrimming(*secret));
+           task.credentials =
+               TWCredentials::credentialsWithUsernameAccessToken(task.address, *secret);
          return secret.has_value();
        }}};
   for (int i = 2; i < argc; i += 2) {

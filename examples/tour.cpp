@@ -12,7 +12,6 @@
 #include "examples/tour/Tour.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <iostream>
 #include <iterator>
 #include <map>
@@ -23,7 +22,8 @@
 
 #include "tarnwell/tarnwell.h"
 
-#include "examples/tour/EmbeddedServer.h"
+#include "examples/support/EmbeddedServer.h"
+#include "examples/support/Secret.h"
 #include "examples/tour/Steps.h"
 
 using namespace tarnwell;
@@ -76,7 +76,7 @@ int runTour(const std::vector<Step>& steps, Tour& tour) {
 }
 
 int tourOfSandbox() {
-  const EmbeddedServer server;
+  const examples::EmbeddedServer server;
   if (!server.problem().empty()) {
     std::cerr << "The sandbox does not start: " << server.problem() << '\n';
     return EXIT_FAILURE;
@@ -115,17 +115,8 @@ std::string endpointOf(const std::string& url) {
   return hasPath ? url : url.substr(0, path) + "/EWS/Exchange.asmx";
 }
 
-/// The first line; absent when there is none.
-std::optional<std::string> secretIn(const std::string& file) {
-  std::ifstream stream(file);
-  std::string line;
-  if (!std::getline(stream, line)) return std::nullopt;
-  if (line.ends_with('\r')) line.pop_back();
-  return line;
-}
-
 int tourOfServer(const Options& options) {
-  const auto password = secretIn(options.at("--password-file"));
+  const auto password = examples::secretIn(options.at("--password-file"));
   if (!password) {
     std::cerr << "There is no password in " << options.at("--password-file") << '\n';
     return kBadArguments;

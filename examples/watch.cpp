@@ -12,19 +12,16 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
-#include <utility>
 
 #include "tarnwell/tarnwell.h"
 
+#include "examples/support/Secret.h"
 #include "sandbox/SandboxServer.h"
 
 using namespace tarnwell;
@@ -209,12 +206,6 @@ bool watchSandbox() {
   return isSent;
 }
 
-std::optional<std::string> secretIn(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) return std::nullopt;
-  return stringByTrimming(std::string(std::istreambuf_iterator<char>(file), {}));
-}
-
 bool watchMailbox(const std::string& address, const std::shared_ptr<TWCredentials>& credentials,
                   const std::string& endpoint, const TWConnectionOptions& connection,
                   const sigset_t& interrupts) {
@@ -261,15 +252,18 @@ int main(int argc, char** argv) {
   std::string endpoint;
   for (int i = 2; i + 1 < argc; i += 2) {
     const std::string_view option = argv[i];
-    const auto secret = secretIn(argv[i + 1]);
-    if (option == "--ca")
-      connection.caFile = argv[i + 1];
-    else if (option == "--server")
-      endpoint = argv[i + 1];
-    else if (option == "--password-file" && secret)
-      credentials = TWCredentials::credentialsWithUsernamePassword(address, *secret);
-    else if (option == "--token-file" && secret)
-      credentials = TWCredentials::credentialsWithUsernameAccessToken(address, *secret);
+    const std::string value = argv[i + 1];
+    if (option == "--ca") {
+      connection.caFile = value;
+    } else if (option == "--server") {
+      endpoint = value;
+    } else if (option == "--password-file") {
+      if (const auto secret = examples::secretIn(value))
+        credentials = TWCredentials::credentialsWithUsernamePassword(address, *secret);
+    } else if (option == "--token-file") {
+      if (const auto secret = examples::secretIn(value))
+        credentials = TWCredentials::credentialsWithUsernameAccessToken(address, *secret);
+    }
   }
   if (!credentials) {
     std::cerr << "usage: watch [ADDRESS (--password-file FILE | --token-file FILE) "

@@ -22,12 +22,15 @@ void discoverEndpoint(Tour& tour) {
 
 void openAccount(Tour& tour) {
   // Without a discovery somebody must say where the server is.
-  const auto config =
-      tour.protocol ? TWConfiguration{tour.protocol}
-                    : TWConfiguration::withCredentials(tour.credentials, "", false, tour.endpoint,
-                                                       std::nullopt, true, tour.connection);
-  tour.account = TWAccount::withPrimarySMTPAddress(tour.address, std::nullopt, TWAccessTypeDelegate,
-                                                   false, tour.credentials, config);
+  const auto config = tour.protocol
+                          ? TWConfiguration{tour.protocol}
+                          : TWConfiguration::withOptions({.credentials = tour.credentials,
+                                                          .serviceEndpoint = tour.endpoint,
+                                                          .connection = tour.connection});
+  tour.account = TWAccount::withOptions({.primarySmtpAddress = tour.address,
+                                         .accessType = TWAccessTypeDelegate,
+                                         .credentials = tour.credentials,
+                                         .config = config});
   TWError error;
   const auto root = tour.account->root(&error);
   check(root != nullptr, "the mailbox could not be opened", error);
@@ -81,8 +84,7 @@ void restoreFolders(Tour& tour) {
   const auto archive = tour.account->exportRootData();
   check(archive.has_value(), "the folder tree could not be archived");
   // An account that knows no server: what it has comes from the archive alone.
-  const auto restored = TWAccount::withPrimarySMTPAddress(tour.address, std::nullopt,
-                                                          TWAccessTypeDelegate, false, nullptr);
+  const auto restored = TWAccount::withOptions({.primarySmtpAddress = tour.address});
   check(restored->importRootData(*archive), "the archive could not be read");
   const auto original = tour.account->root();
   const auto copy = restored->root();

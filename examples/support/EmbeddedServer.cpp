@@ -1,4 +1,4 @@
-#include "examples/tour/EmbeddedServer.h"
+#include "examples/support/EmbeddedServer.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -7,7 +7,7 @@
 
 using namespace tarnwell;
 
-namespace tour {
+namespace examples {
 namespace {
 
 constexpr auto kHost = "example.com";
@@ -27,7 +27,7 @@ sandbox::SandboxOptions serverOptions() {
 }  // namespace
 
 EmbeddedServer::EmbeddedServer() : server_(serverOptions()) {
-  auto directory = (std::filesystem::temp_directory_path() / "tarnwell-tour-XXXXXX").string();
+  auto directory = (std::filesystem::temp_directory_path() / "tarnwell-example-XXXXXX").string();
   if (::mkdtemp(directory.data()) == nullptr) {
     problem_ = "no temporary directory can be made";
     return;
@@ -51,4 +51,4 @@ TWConnectionOptions EmbeddedServer::connection() const {
   return options;
 }
 
-}  // namespace tour
+}  // namespace examples

@@ -7,7 +7,7 @@
 
 #include "sandbox/SandboxServer.h"
 
-namespace tour {
+namespace examples {
 
 /// A sandbox in this process with the mailboxes alice@example.com, which has some mail, and
 /// bob@example.com, both with the password "secret". It is reached over TLS as example.com.
@@ -29,4 +29,4 @@ class EmbeddedServer {
   std::string problem_;
 };
 
-}  // namespace tour
+}  // namespace examples
