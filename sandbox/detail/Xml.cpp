@@ -249,12 +249,6 @@ pugi::xml_node nextElement(pugi::xml_node element) {
   return node;
 }
 
-pugi::xml_node childElement(pugi::xml_node parent, std::string_view xmlns, std::string_view name) {
-  pugi::xml_node child = firstElement(parent);
-  while (child && !isElement(child, xmlns, name)) child = nextElement(child);
-  return child;
-}
-
 std::string textOf(pugi::xml_node element) {
   std::string text;
   for (const pugi::xml_node node : element.children()) {

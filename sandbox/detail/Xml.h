@@ -35,9 +35,6 @@ inline constexpr int kXmlDepthLimit = 256;
 [[nodiscard]] pugi::xml_node firstElement(pugi::xml_node parent);
 /// The next sibling that is an element; null when there is none.
 [[nodiscard]] pugi::xml_node nextElement(pugi::xml_node element);
-/// The first child of that name in that namespace; null when there is none.
-[[nodiscard]] pugi::xml_node childElement(pugi::xml_node parent, std::string_view xmlns,
-                                          std::string_view name);
 /// All text directly below the element.
 [[nodiscard]] std::string textOf(pugi::xml_node element);
 

@@ -124,11 +124,10 @@ std::uint64_t versionOf(const std::string& changeKey) {
   return id->number;
 }
 
-pugi::xml_node appendItemId(pugi::xml_node parent, const Item& item) {
-  pugi::xml_node id = parent.append_child("t:ItemId");
+void appendItemId(pugi::xml_node parent, const Item& item) {
+  pugi::xml_node id = parent.append_child("m:ItemId");
   id.append_attribute("Id") = idText(IdKind::item, item.number).c_str();
   id.append_attribute("ChangeKey") = idText(IdKind::changeKey, item.version).c_str();
-  return id;
 }
 
 pugi::xml_node appendFolderId(pugi::xml_node parent, const Folder& folder) {

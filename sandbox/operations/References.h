@@ -47,8 +47,8 @@ struct ItemReference {
 /// texts.
 [[nodiscard]] std::uint64_t versionOf(const std::string& changeKey);
 
-/// Appends t:ItemId or the like with the id and the change key of what is named.
-pugi::xml_node appendItemId(pugi::xml_node parent, const Item& item);
+/// Appends m:ItemId or t:FolderId with the id and the change key of what is named.
+void appendItemId(pugi::xml_node parent, const Item& item);
 pugi::xml_node appendFolderId(pugi::xml_node parent, const Folder& folder);
 
 }  // namespace tarnwell::sandbox

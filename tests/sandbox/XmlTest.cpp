@@ -97,12 +97,17 @@ TEST(Xml, NamesAreResolvedByNamespaceWhateverThePrefix) {
                        document, error));
   const pugi::xml_node root = document.document_element();
   EXPECT_TRUE(isElement(root, "u", "a"));
-  EXPECT_TRUE(isElement(childElement(root, "v", "b"), "v", "b"));
-  EXPECT_TRUE(childElement(root, "u", "b"));
-  EXPECT_FALSE(childElement(root, "u", "c"));
-  EXPECT_TRUE(childElement(childElement(root, "w", "c"), "w", "b"));
-  EXPECT_TRUE(childElement(root, "", "b"));
-  EXPECT_FALSE(childElement(root, "x", "b"));
+  const pugi::xml_node prefixed = firstElement(root);
+  EXPECT_TRUE(isElement(prefixed, "v", "b"));
+  EXPECT_FALSE(isElement(prefixed, "u", "b"));
+  const pugi::xml_node inherited = nextElement(prefixed);
+  EXPECT_TRUE(isElement(inherited, "u", "b"));
+  EXPECT_FALSE(isElement(inherited, "u", "c"));
+  const pugi::xml_node renamed = nextElement(inherited);
+  EXPECT_TRUE(isElement(renamed, "w", "c"));
+  EXPECT_TRUE(isElement(firstElement(renamed), "w", "b"));
+  EXPECT_TRUE(isElement(nextElement(renamed), "", "b"));
+  EXPECT_FALSE(nextElement(nextElement(renamed)));
 }
 
 TEST(Xml, TheTextOfAnElementIsAllThatStandsDirectlyBelowIt) {

@@ -102,10 +102,9 @@ void create(const OperationCall& call, const Request& request, const ItemDraft& 
   item.content = draft.content;
   item.folder = folder.number;
   for (const Attachment& attachment : draft.attachments) {
-    Attachment copy = attachment;
-    copy.number = call.store.newNumber();
-    item.attachments.push_back(std::make_shared<const Attachment>(std::move(copy)));
+    item.attachments.push_back(std::make_shared<const Attachment>(attachment));
   }
+  renumberAttachments(call.store, item);
   const std::string owner = folder.mailbox;
   fillNewItem(item, *call.store.mailbox(owner), timeNow());
   checkCalendarTimes(item);

@@ -2,7 +2,6 @@
 #include "sandbox/detail/Xml.h"
 #include "sandbox/operations/References.h"
 #include "sandbox/operations/items/ItemArchive.h"
-#include "sandbox/store/Ids.h"
 
 namespace tarnwell::sandbox {
 
@@ -14,9 +13,7 @@ void exportItems(const OperationCall& call, pugi::xml_node response) {
   for (const ItemReference& reference : references) {
     answerPart(response, "ExportItems", [&](pugi::xml_node message) {
       const std::shared_ptr<const Item> item = resolveItem(call, reference);
-      pugi::xml_node id = message.append_child("m:ItemId");
-      id.append_attribute("Id") = idText(IdKind::item, item->number).c_str();
-      id.append_attribute("ChangeKey") = idText(IdKind::changeKey, item->version).c_str();
+      appendItemId(message, *item);
       append(message, "m:Data", archiveItem(*item));
     });
   }

@@ -12,18 +12,7 @@ void send(const OperationCall& call, const ItemReference& reference, bool saves,
   const std::uint64_t seen = versionOf(reference.changeKey);
   if (seen == 0) throw EwsError("ErrorChangeKeyRequired");
   if (seen != item.version) throw EwsError("ErrorStaleObject");
-  checkSendable(item);
-  const std::string owner = call.store.findFolder(item.folder)->mailbox;
-  std::uint64_t folder = call.store.distinguished(owner, "sentitems");
-  if (target) folder = resolveFolder(call, *target, "ErrorSavedItemFolderNotFound").number;
-  sendItem(call, owner, item);
-  const std::uint64_t number = item.number;
-  call.store.changeItem(std::move(item), {});
-  if (saves) {
-    call.store.moveItem(number, folder);
-  } else {
-    call.store.removeItem(number);
-  }
+  sendStoredItem(call, std::move(item), {}, saves, target);
 }
 
 }  // namespace

@@ -45,6 +45,22 @@ void sendItem(const OperationCall& call, const std::string& owner, Item& item) {
   }
 }
 
+void sendStoredItem(const OperationCall& call, Item item, const std::vector<std::string>& keys,
+                    bool saves, const std::optional<FolderReference>& target) {
+  checkSendable(item);
+  const std::string owner = call.store.findFolder(item.folder)->mailbox;
+  std::uint64_t folder = call.store.distinguished(owner, "sentitems");
+  if (target) folder = resolveFolder(call, *target, "ErrorSavedItemFolderNotFound").number;
+  sendItem(call, owner, item);
+  const std::uint64_t number = item.number;
+  call.store.changeItem(std::move(item), keys);
+  if (saves) {
+    call.store.moveItem(number, folder);
+  } else {
+    call.store.removeItem(number);
+  }
+}
+
 void renumberAttachments(Store& store, Item& item) {
   for (auto& attachment : item.attachments) {
     Attachment copy = *attachment;

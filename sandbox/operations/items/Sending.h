@@ -2,10 +2,12 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <pugixml.hpp>
 
 #include "sandbox/operations/Operations.h"
+#include "sandbox/operations/References.h"
 
 namespace tarnwell::sandbox {
 
@@ -22,7 +24,12 @@ void checkSendable(const Item& item);
 /// mailbox that it is sent from.
 void sendItem(const OperationCall& call, const std::string& owner, Item& item);
 
-/// New numbers for the attachments of an item that is stored a second time.
+/// Sends an item of the store, `keys` of which were changed just now. It goes to `target`, or to the
+/// items sent without one, and when it is not to be saved it goes for good.
+void sendStoredItem(const OperationCall& call, Item item, const std::vector<std::string>& keys,
+                    bool saves, const std::optional<FolderReference>& target);
+
+/// New numbers for the attachments of an item that is stored for the first or a second time.
 void renumberAttachments(Store& store, Item& item);
 
 }  // namespace tarnwell::sandbox

@@ -114,7 +114,6 @@ void update(const OperationCall& call, const Request& request, const ItemChange&
     keys.push_back(part.path.key());
   }
   checkCalendarTimes(item);
-  const std::string owner = call.store.findFolder(item.folder)->mailbox;
   const StoreMailbox* editor = call.store.mailbox(call.address);
   item.content.setChild("IsUnmodified", "false");
   updateDerived(item, *editor, timeNow());
@@ -126,19 +125,8 @@ void update(const OperationCall& call, const Request& request, const ItemChange&
     appendItem(items, *stored, {}, call.schema, false);
     return;
   }
-  checkSendable(item);
-  std::uint64_t target = call.store.distinguished(owner, "sentitems");
-  if (request.folder) {
-    target = resolveFolder(call, *request.folder, "ErrorSavedItemFolderNotFound").number;
-  }
-  sendItem(call, owner, item);
-  const std::uint64_t number = item.number;
-  call.store.changeItem(std::move(item), keys);
-  if (request.disposition == Disposition::sendAndSaveCopy) {
-    call.store.moveItem(number, target);
-  } else {
-    call.store.removeItem(number);
-  }
+  sendStoredItem(call, std::move(item), keys, request.disposition == Disposition::sendAndSaveCopy,
+                 request.folder);
 }
 
 }  // namespace

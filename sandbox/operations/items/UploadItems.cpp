@@ -4,7 +4,6 @@
 #include "sandbox/detail/Xml.h"
 #include "sandbox/operations/References.h"
 #include "sandbox/operations/items/ItemArchive.h"
-#include "sandbox/store/Ids.h"
 
 namespace tarnwell::sandbox {
 namespace {
@@ -66,12 +65,8 @@ void uploadItems(const OperationCall& call, pugi::xml_node response) {
     uploads.push_back(readUpload(item, call.schema));
   }
   for (const Upload& upload : uploads) {
-    answerPart(response, "UploadItems", [&](pugi::xml_node message) {
-      const std::shared_ptr<const Item> item = store(call, upload);
-      pugi::xml_node id = message.append_child("m:ItemId");
-      id.append_attribute("Id") = idText(IdKind::item, item->number).c_str();
-      id.append_attribute("ChangeKey") = idText(IdKind::changeKey, item->version).c_str();
-    });
+    answerPart(response, "UploadItems",
+               [&](pugi::xml_node message) { appendItemId(message, *store(call, upload)); });
   }
 }
 
