@@ -46,7 +46,7 @@ class Q {
   /// An empty query.
   Q();
   /// The null query.
-  // NOLINTNEXTLINE(google-explicit-constructor): as a pointer's
+  // Implicit, as a pointer's
   Q(std::nullptr_t) noexcept {}
 
   /// Joins queries and keyword arguments. Empty queries are left out, one that stands alone is
@@ -185,12 +185,10 @@ class Q {
 /// accepted.
 class TWQueryArgument {
  public:
-  TWQueryArgument(Q q) : argument_(std::move(q)) {}  // NOLINT(google-explicit-constructor)
+  TWQueryArgument(Q q) : argument_(std::move(q)) {}
   template <class V>
-  requires(
-      !std::same_as<V, Q> && !std::same_as<V, TWQueryArgument> &&
-      std::constructible_from<TWValue, const V&>)  // NOLINTNEXTLINE(google-explicit-constructor)
-      TWQueryArgument(const V& value)
+  requires(!std::same_as<V, Q> && !std::same_as<V, TWQueryArgument> &&
+           std::constructible_from<TWValue, const V&>) TWQueryArgument(const V& value)
       : argument_(TWValue(value)) {}
 
   /// Null when the argument is no query.

@@ -21,7 +21,7 @@ class TWBody {
 
   [[nodiscard]] const std::string& stringValue() const noexcept { return text_; }
   /// A text, tagged with the type of body.
-  // NOLINTNEXTLINE(google-explicit-constructor): a body is given wherever a value is
+  // Implicit: a body is given wherever a value is
   operator TWValue() const { return TWValue::body(text_, type_); }
 
  protected:

@@ -40,27 +40,25 @@ struct TWIdPair {
 ///       if (const auto item = entry.item()) print(*item);
 class TWItemEntry {
  public:
-  TWItemEntry(TWIdPair pair) : value_(std::move(pair)) {}  // NOLINT(google-explicit-constructor)
+  TWItemEntry(TWIdPair pair) : value_(std::move(pair)) {}
   /// Null has no id: operations on the server refuse it.
   template <std::derived_from<TWItem> Item>
-  TWItemEntry(std::shared_ptr<Item> item)  // NOLINT(google-explicit-constructor)
-      : value_(std::shared_ptr<TWItem>(std::move(item))) {}
-  TWItemEntry(TWError error) : value_(std::move(error)) {}  // NOLINT(google-explicit-constructor)
+  TWItemEntry(std::shared_ptr<Item> item) : value_(std::shared_ptr<TWItem>(std::move(item))) {}
+  TWItemEntry(TWError error) : value_(std::move(error)) {}
   /// The outcome of another operation.
   template <class T>
-  TWItemEntry(const TWResult<T>& outcome)  // NOLINT(google-explicit-constructor)
+  TWItemEntry(const TWResult<T>& outcome)
       : TWItemEntry(outcome ? TWItemEntry(outcome.value()) : TWItemEntry(outcome.error())) {}
 
   /// The id of an item, as of a field that refers to one. Without an id, and for null, an id pair
   /// that the operations refuse.
   template <class Id>
-  requires(!std::derived_from<Id, TWItem>) &&
-      std::derived_from<Id, TWItemId> TWItemEntry(
-          const std::shared_ptr<Id>& id)  // NOLINT(google-explicit-constructor)
+  requires(!std::derived_from<Id, TWItem> && std::derived_from<Id, TWItemId>)
+      TWItemEntry(const std::shared_ptr<Id>& id)
       : TWItemEntry(id ? pairOf(id->get("id"), id->get("changekey")) : TWIdPair()) {}
   /// "id", else "item_id", and "changekey"; without an id as above.
   template <std::same_as<TWDictionary> Dictionary>  // which braces around two texts are not
-  TWItemEntry(const Dictionary& keys)               // NOLINT(google-explicit-constructor)
+  TWItemEntry(const Dictionary& keys)
       : TWItemEntry(
             pairOf(keys["id"].isAbsent() ? keys["item_id"] : keys["id"], keys["changekey"])) {}
 

@@ -17,9 +17,9 @@ struct TWChoice {
 
   /// Implicit, so that a declaration can list plain texts: `.choices = {"Low", "High"}`.
   TWChoice(std::string text, std::optional<TWBuild> from = std::nullopt)
-      : value(std::move(text)), supportedFrom(from) {}  // NOLINT(google-explicit-constructor)
+      : value(std::move(text)), supportedFrom(from) {}
   TWChoice(const char* text, std::optional<TWBuild> from = std::nullopt)
-      : value(text), supportedFrom(from) {}  // NOLINT(google-explicit-constructor)
+      : value(text), supportedFrom(from) {}
 
   [[nodiscard]] static TWChoice withValue(std::string value,
                                           std::optional<TWBuild> supportedFrom = std::nullopt) {

@@ -14,10 +14,10 @@ class TWValueClass {
 
   /// Nothing is an instance of it.
   constexpr TWValueClass() noexcept = default;
-  // NOLINTNEXTLINE(google-explicit-constructor): a kind is a class of values
+  // Implicit: a kind is a class of values
   constexpr TWValueClass(Kind kind) noexcept : kind_(kind) {}
   /// Null gives the class without instances.
-  // NOLINTNEXTLINE(google-explicit-constructor): so is a class of elements
+  // Implicit: so is a class of elements
   constexpr TWValueClass(const TWElementClass* elements) noexcept
       : kind_(elements == nullptr ? Kind::none : Kind::element), elements_(elements) {}
 

@@ -31,7 +31,7 @@ constexpr int kThreadsOfAccount = 4;
 int rounds() {
   const char* text =
       std::getenv("TARNWELL_LOAD_ROUNDS");  // NOLINT(concurrency-mt-unsafe): no writer
-  return text ? std::atoi(text) : 4;        // NOLINT(cert-err34-c): ours
+  return text ? std::atoi(text) : 4;
 }
 
 /// Where the items of one mailbox should be, by their subjects.

@@ -9,7 +9,7 @@
 namespace tarnwell::detail {
 namespace {
 
-using namespace tarnwell::test;  // NOLINT(google-build-using-namespace): the tests' own helpers
+using namespace tarnwell::test;
 using ::testing::ElementsAre;
 using ::testing::Pair;
 

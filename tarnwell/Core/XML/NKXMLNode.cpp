@@ -63,7 +63,7 @@ void renameDeclaration(const NKXMLNode& declaration, std::string_view name) {
     if (auto* replaced = detail::declarationOf(element, prefix))
       removeDeclaration(declaration, element, replaced);
   }
-  xmlFree(const_cast<xmlChar*>(ns->prefix));  // NOLINT: libxml2's own text, only declared const
+  xmlFree(const_cast<xmlChar*>(ns->prefix));  // libxml2's own text, only declared const
   ns->prefix = fresh;
   if (element != nullptr) detail::keepNamespacesAfterRenaming(element, ns);
 }
@@ -349,7 +349,7 @@ void NKXMLNode::setStringValue(std::string_view stringValue) {
     case XML_NAMESPACE_DECL: {
       auto* ns = detail::asNs(node);
       auto* URI = detail::required(xmlStrdup(detail::XMLCText(stringValue).get()));
-      xmlFree(const_cast<xmlChar*>(ns->href));  // NOLINT: libxml2's own text, only declared const
+      xmlFree(const_cast<xmlChar*>(ns->href));  // libxml2's own text, only declared const
       ns->href = URI;
       return;
     }

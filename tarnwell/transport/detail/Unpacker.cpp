@@ -34,7 +34,7 @@ bool Unpacker::unpack(std::span<const std::uint8_t> piece, const Taker& take) {
     if (complete_ && z.total_in > 0 && inflateReset(&z) != Z_OK) return false;
     complete_ = false;
     const auto given = std::min<std::size_t>(piece.size(), std::numeric_limits<uInt>::max());
-    z.next_in = const_cast<Bytef*>(piece.data());  // NOLINT(*-const-cast): it only reads
+    z.next_in = const_cast<Bytef*>(piece.data());  // it only reads
     z.avail_in = static_cast<uInt>(given);
     do {
       z.next_out = out.data();

@@ -244,7 +244,7 @@ xmlDoc* readXML(std::string_view bytes, XMLEncoding encoding, TWError* error, in
     return nullptr;
   }
   // What is in memory is UTF-8, whatever it was read from.
-  xmlFree(const_cast<xmlChar*>(doc->encoding));  // NOLINT: libxml2's own text, only declared const
+  xmlFree(const_cast<xmlChar*>(doc->encoding));  // libxml2's own text, only declared const
   doc->encoding = nullptr;
   doc->encoding = required(xmlStrdup(xmlText("UTF-8")));
   return doc;

@@ -172,7 +172,7 @@ void setLiteralName(xmlNode* node, const xmlChar* name) {
   auto* fresh = required(xmlStrdup(name));
   auto* dict = node->doc != nullptr ? node->doc->dict : nullptr;
   if (dict == nullptr || xmlDictOwns(dict, node->name) == 0)
-    xmlFree(const_cast<xmlChar*>(node->name));  // NOLINT: libxml2's own text, only declared const
+    xmlFree(const_cast<xmlChar*>(node->name));  // libxml2's own text, only declared const
   node->name = fresh;
 }
 
@@ -335,8 +335,7 @@ void setTreeDocument(xmlNode* top, xmlDoc* doc) {
     node->doc = doc;
     // An attribute ends before the content; a compact text lives in the node itself.
     if (node->type == XML_ATTRIBUTE_NODE) return;
-    node->content =
-        const_cast<xmlChar*>(ownCopy(node->content, dict));  // NOLINT: declared const by us
+    node->content = const_cast<xmlChar*>(ownCopy(node->content, dict));  // declared const by us
     if (node->type == XML_ENTITY_REF_NODE) node->children = node->last = nullptr;
   };
   const auto moveAttribute = [&](xmlAttr* attr) {
@@ -446,7 +445,7 @@ xmlNs* declarationInForce(const xmlNode* element, std::string_view prefix,
                           xmlNode** declaring) noexcept {
   for (; isElement(element); element = element->parent) {
     if (auto* ns = declarationOf(element, prefix)) {
-      // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the caller's own node
+      // the caller's own node
       if (declaring != nullptr) *declaring = const_cast<xmlNode*>(element);
       return ns;
     }
