@@ -123,11 +123,12 @@ TEST(SourceTree, OnlyTheZonesNameTheDownloadOfTheirTable) {
 
 // A file that no build file names is never compiled, and nobody notices.
 TEST(SourceTree, EveryFileIsNamedByABuildFile) {
-  for (const auto& folder : {"tarnwell", "sandbox", "tests"}) {
+  for (const auto& folder : {"tarnwell", "sandbox", "tests", "benchmarks"}) {
     const auto named = filesNamedInBuildFiles(folder);
     EXPECT_FALSE(named.contains(Path(folder) + "/no such file.cpp"));
     for (const auto& file : codeBelow(folder)) {
-      if (file.ends_with(".h") && file.starts_with("tests/")) continue;
+      // Written for one compiler call of a test of the installed package.
+      if (file == "tests/package/NoForeignMacros.h") continue;
       EXPECT_TRUE(named.contains(file)) << file;
     }
   }

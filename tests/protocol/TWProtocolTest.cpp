@@ -326,8 +326,7 @@ TEST(TWProtocolCache, ProbesWhileOtherLookUpsWait) {
     return TWProtocol::protocolForServiceEndpoint("http://waiting.example/", nullptr, kKnown);
   });
   ASSERT_TRUE(asks.wait());
-  // Long enough for a look-up that waits for nobody.
-  EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+  EXPECT_EQ(waiting.wait_for(test::kAWhile), std::future_status::timeout);
   gate.open();
   EXPECT_NE(probing.get(), waiting.get());
 }

@@ -335,7 +335,7 @@ TEST_F(TWGetEventsTest, HoldsTheOrdinaryConnectionAndNotTheOther) {
     return TWResolveNames::withProtocol(protocol)->call({"bob"}).has_value();
   });
   EXPECT_TRUE(protocol->downloader()->post(slow.url("/"), std::nullopt, "<q/>").response);
-  EXPECT_EQ(names.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+  EXPECT_EQ(names.wait_for(test::kAWhile), std::future_status::timeout);
   EXPECT_EQ(slow.requestCount(), 2U) << "the other one waits for its turn";
   release.open();
   EXPECT_THAT(told(events.get()), ElementsAre("A"));

@@ -238,10 +238,13 @@ bool ApacheRig::start(bool closesAfterRefusal) {
   const auto end = std::chrono::steady_clock::now() + kPatience;
   while (std::chrono::steady_clock::now() < end) {
     if (answers(ports_.at("BASIC")) && answers(ports_.at("TLS_EXPIRED"))) return true;
-    if (::waitpid(server_, nullptr, WNOHANG) == server_) break;
+    if (::waitpid(server_, nullptr, WNOHANG) == server_) {
+      server_ = -1;
+      return false;
+    }
     ::poll(nullptr, 0, 10);  // nothing to wait on: Apache tells nobody that it is ready
   }
-  server_ = -1;
+  stop();
   return false;
 }
 

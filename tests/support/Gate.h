@@ -10,6 +10,9 @@ namespace tarnwell::test {
 /// that passes.
 inline constexpr std::chrono::seconds kPatience{20};
 
+/// How long a test looks on to see that something does not happen.
+inline constexpr std::chrono::milliseconds kAWhile{300};
+
 /// A door between threads: `wait` blocks until somebody opens it. Once open it stays open.
 class Gate {
  public:

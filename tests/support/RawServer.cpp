@@ -209,11 +209,6 @@ std::string RawServer::url(std::string_view path, std::string_view host) const {
   return text;
 }
 
-int RawServer::openConnectionCount() {
-  const std::lock_guard lock(mutex_);
-  return static_cast<int>(peers_.size());
-}
-
 bool RawServer::waitForNoConnections() {
   std::unique_lock lock(mutex_);
   return peerGone_.wait_for(lock, kPatience, [this] { return peers_.empty(); });

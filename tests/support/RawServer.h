@@ -81,9 +81,7 @@ class RawServer {
   [[nodiscard]] std::string url(std::string_view path, std::string_view host = "127.0.0.1") const;
   /// How many connections were accepted so far.
   [[nodiscard]] int connectionCount() const noexcept { return accepted_; }
-  /// How many of them are open now.
-  [[nodiscard]] int openConnectionCount();
-  /// True as soon as no connection is open; false when that takes too long.
+  /// True as soon as none of them is open; false when that takes too long.
   [[nodiscard]] bool waitForNoConnections();
   /// Connects to itself until the listener's queue takes no more.
   void fillQueue();

@@ -25,8 +25,6 @@ using namespace std::chrono_literals;
 inline constexpr std::string_view kSecret = "S3CR3T-marked";
 /// What cancelling may take on a busy machine; the limits that it must beat are 30 seconds.
 inline constexpr std::chrono::milliseconds kAtOnce = 1s;
-/// How long to watch for something that must not happen.
-inline constexpr std::chrono::milliseconds kAWhile = 300ms;
 
 [[nodiscard]] inline std::shared_ptr<TWCredentials> withPassword(
     std::string_view name = "ann@example.com", std::string_view password = kSecret) {
