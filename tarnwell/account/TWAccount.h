@@ -40,7 +40,8 @@ struct TWAccountOptions {
   std::string primarySmtpAddress;
   std::optional<std::string> fullName = std::nullopt;
   TWAccessType accessType = TWAccessTypeDefault;
-  /// Finds address and protocol by the address; the configuration is then ignored.
+  /// Finds address and protocol by the address; the configuration is then ignored. May go over plain
+  /// http, too: see `discovery.allowsPlainHTTP`.
   bool autodiscover = false;
   std::shared_ptr<TWCredentials> credentials = nullptr;
   std::optional<TWConfiguration> config = std::nullopt;
@@ -70,8 +71,9 @@ struct TWBulkDeleteOptions {
 
 /// One mailbox: where everything starts.
 ///
-///     const auto account = TWAccount::withPrimarySMTPAddress(
-///         "ann@example.com", "Ann", TWAccessTypeDefault, true, credentials);
+///     const auto account = TWAccount::withOptions({.primarySmtpAddress = "ann@example.com",
+///                                                  .autodiscover = true,
+///                                                  .credentials = credentials});
 ///     const auto inbox = account->inbox();
 ///     if (!inbox) return noInbox();
 ///     const auto found = inbox->all().getItems(&error);
@@ -182,7 +184,8 @@ class TWAccount : public TWObject, public TWServiceContext {
 
   /// The folder tree as bytes that tell their format; of the tree from the server, or else of the
   /// archived one. Reads the tree's folders from the server if that has not been done. Absent when
-  /// there is no tree, and when its folders cannot be read.
+  /// there is no tree, and when its folders cannot be read; `root` and `TWRoot::updateCache` tell
+  /// why.
   [[nodiscard]] std::optional<TWData> exportRootData() const;
   /// Takes such a tree, which goes before one from the server until `refetchRoot`. For anything
   /// else false is answered and the account stays as it is.

@@ -24,7 +24,8 @@ struct TWConfigurationOptions {
 
 /// Where an account that is not found by autodiscover lives.
 ///
-///     const auto config = TWConfiguration::withCredentials(credentials, "mail.example.com", true);
+///     const auto config = TWConfiguration::withOptions({.credentials = credentials,
+///                                                       .server = "mail.example.com"});
 struct TWConfiguration {
   std::shared_ptr<TWProtocol> protocol = nullptr;
 

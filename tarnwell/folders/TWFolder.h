@@ -181,7 +181,7 @@ class TWFolder : public detail::FolderKind<TWFolder, TWRegisterMixIn>, public TW
   }
 
   /// The id pairs of at most some 100,000 items that match; what was found before a failure, which
-  /// is not told of, deliberately.
+  /// is not told of, deliberately: the next one tells of it.
   [[nodiscard]] TWItemEntries findItems(const Q& q) const;
   /// Searches the folder page by page. Id pairs when the shape is "IdOnly" and nothing else is
   /// asked for, items otherwise. On failure the entries found so far, with the error. The null

@@ -48,6 +48,7 @@ class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
   void removeFolder(const std::shared_ptr<TWFolder>& folder) const;
 
   /// The folders whose parent has the given folder's id, in the server's order. Fills the cache.
+  /// Why there are none `updateCache` tells, here and in the three below.
   [[nodiscard]] TWFolders getChildren(const TWFolder& folder) const;
   /// The folder that the given one says it lies in; null when that is itself or not known. Fills
   /// the cache.

@@ -23,7 +23,6 @@ namespace tarnwell {
 class TWCredentials;
 namespace detail {
 class HTTPTransfer;
-struct HTTPRequest;
 }  // namespace detail
 
 /// Told of a request: its method, URL and body. Never of its headers, which may hold a secret.

@@ -38,7 +38,7 @@ static_assert(TWHTTPErrorConnectionLost == CURLE_RECV_ERROR);
 static_assert(TWHTTPErrorInsecureCertificate == CURLE_PEER_FAILED_VERIFICATION);
 static_assert(TWHTTPErrorTooLarge == CURLE_FILESIZE_EXCEEDED);
 
-/// As many as platform sessions follow, so that a cycle ends long before the time limit.
+/// As many as browsers follow, so that a cycle ends long before the time limit.
 constexpr int kMostRedirects = 20;
 /// Refusals by one host in a row. NTLM has two before it is let in; a server that finds every
 /// Digest login stale would go on for ever.
