@@ -45,6 +45,11 @@ class Nesting {
   Steps& steps_;
 };
 
+TWError noNameOnTheServer(const TWField& field) {
+  return {TWErrorCode::ErrorValueOutOfRange,
+          formatMessage("Field %@ has no name on the server", {field.options().name})};
+}
+
 /// True when the field has nothing to write.
 bool isSkipped(const TWField& field, const TWValue& value) {
   if (field.isReadOnly() || value.isAbsent()) return true;
@@ -143,6 +148,10 @@ NKXMLElement TWEWSElement::toXML(const TWVersion* version, TWError* error) {
   for (const auto* const field : list.attributeFields()) {
     const TWValue& value = get(field->name());
     if (isSkipped(*field, value)) continue;
+    if (field->fieldURI().empty()) {
+      setError(error, noNameOnTheServer(*field));
+      return {};
+    }
     const auto text = TWUtils::xmlFromValue(value);
     if (!text) {
       setError(error,
@@ -158,6 +167,8 @@ NKXMLElement TWEWSElement::toXML(const TWVersion* version, TWError* error) {
     if (isSkipped(*field, value)) continue;
     TWError failure;
     const auto xml = field->toXML(value, version, &failure);
+    // What has a value is never left out because its field knows no element for it.
+    if (!failure && xml.isAbsent()) failure = noNameOnTheServer(*field);
     if (!failure) TWUtils::updateElement(element, xml, version, &failure);
     if (failure) {
       setError(error, failure);

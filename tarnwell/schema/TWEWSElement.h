@@ -77,7 +77,7 @@ class TWEWSElement : public TWXMLObject {
   /// missing values and empty lists are left out.
   ///
   /// Errors: those of `clean`; ErrorType for an attribute whose value has no text;
-  /// ErrorValueOutOfRange for a class that has no request tag.
+  /// ErrorValueOutOfRange for a class without a request tag, and a field that has no name there.
   [[nodiscard]] NKXMLElement toXML(const TWVersion* version, TWError* error = nullptr) override;
 
   [[nodiscard]] Role role() const override { return Role::element; }

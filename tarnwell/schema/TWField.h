@@ -108,16 +108,16 @@ class TWField {
   /// read gives the default, or absent.
   [[nodiscard]] virtual TWValue fromXML(const NKXMLElement& element,
                                         const std::shared_ptr<TWAccount>& account) const;
-  /// The child that `fromXML` looks at, if that is exactly one. Lets an element class hand each of
-  /// its children to its field in one pass; `fromChild` then does the reading.
+  /// The child that `fromXML` looks at, if that is exactly one: elements are then read in one pass,
+  /// with `fromChild` alone. So a kind with a `fromXML` of its own answers nothing here.
   [[nodiscard]] virtual std::optional<TWTag> childTag() const { return std::nullopt; }
   /// The value in that child; the default for the invalid element.
   [[nodiscard]] virtual TWValue fromChild(const NKXMLElement& child,
                                           const std::shared_ptr<TWAccount>& account) const;
 
   /// What is placed into the element for the value: usually a new element, of some kinds the value
-  /// itself. Absent when there is nothing to write, or with an error when the value cannot be
-  /// written.
+  /// itself. Absent when there is nothing to write for an absent value, or with an error when the
+  /// value cannot be written; elements refuse a value for which neither comes.
   [[nodiscard]] virtual TWValue toXML(const TWValue& value, const TWVersion* version,
                                       TWError* error = nullptr) const;
 

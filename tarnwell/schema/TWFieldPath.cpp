@@ -75,14 +75,16 @@ NKXMLElement TWFieldPath::toXML(const TWVersion* /*version*/, TWError* error) {
     setError(error, {TWErrorCode::ErrorValueOutOfRange, formatMessage(format, {field_->name()})});
     return NKXMLElement();
   };
-  if (!isIndexed(*field_)) {
-    const auto xml = field_->fieldURIXML();
+  const auto unlessNameless = [&](const NKXMLElement& xml) {
     return xml ? xml : fail("Field %@ has no name on the server");
-  }
+  };
+  if (!isIndexed(*field_)) return unlessNameless(field_->fieldURIXML());
   const auto* const subField = dynamic_cast<const TWSubField*>(subField_.get());
   if (!label_ || subField == nullptr)
     return fail("Field path for indexed field %@ is missing label and/or subfield");
-  return subField->fieldURIXML(field_->fieldURI(), *label_);
+  return unlessNameless(field_->fieldURI().empty()
+                            ? NKXMLElement()
+                            : subField->fieldURIXML(field_->fieldURI(), *label_));
 }
 
 std::string TWFieldPath::description() const {

@@ -6,6 +6,7 @@
 #include "tarnwell/Core/XML/detail/XMLView.h"
 #include "tarnwell/items/TWIndexedElements.h"
 #include "tarnwell/schema/detail/ValueClassOption.h"
+#include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWUtils.h"
@@ -55,11 +56,17 @@ TWValue TWNamedSubField::fromChild(const NKXMLElement& child,
 
 TWValue TWNamedSubField::toXML(const TWValue& value, const TWVersion* version,
                                TWError* error) const {
+  if (requestTag().empty()) {
+    setError(error, {TWErrorCode::ErrorValueOutOfRange,
+                     formatMessage("Field %@ has no name on the server", {options().name})});
+    return {};
+  }
   return TWUtils::updateElement(TWUtils::createElement(requestTag()), value, version, error);
 }
 
 NKXMLElement TWNamedSubField::fieldURIXML(std::string_view fieldURI, std::string_view label) const {
-  return TWSubField::fieldURIXML(formatMessage("%@:%@", {fieldURI, options().fieldURI}), label);
+  if (requestTag().empty()) return {};
+  return TWSubField::fieldURIXML(formatMessage("%@:%@", {fieldURI, requestTag()}), label);
 }
 
 std::string_view TWIndexedField::responseXMLns() noexcept { return kTypesNamespace; }

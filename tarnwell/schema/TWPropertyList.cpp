@@ -36,7 +36,7 @@ void TWPropertyList::setField(std::string_view fieldName, TWValue value) {
 }
 
 void TWPropertyList::addField(std::string_view fieldName, TWValue&& value) {
-  if (value.isAbsent()) return;
+  if (value.isAbsent() || fieldName.empty()) return;
   // Few are added to those that were read, and there are many elements: no room for as many again.
   if (entries_.size() == entries_.capacity()) entries_.reserve(entries_.size() + 4);
   entries_.emplace_back(fieldName, std::move(value));

@@ -158,6 +158,66 @@ TEST(TWEWSElement, ReadsTheSameInOnePassAsFieldByField) {
     EXPECT_EQ(person->get(field->name()), field->fromXML(xml, nullptr)) << field->name();
 }
 
+/// Looks at more than one child, so it names none.
+class LoudField : public detail::FieldKind<LoudField, TWCharField> {
+ public:
+  static constexpr std::string_view kClassName = "LoudField";
+  using FieldKind::FieldKind;
+  [[nodiscard]] TWValue fromXML(const NKXMLElement& element,
+                                const std::shared_ptr<TWAccount>& /*account*/) const override {
+    return static_cast<int>(element.childCount());
+  }
+  [[nodiscard]] std::optional<TWTag> childTag() const override { return std::nullopt; }
+};
+
+/// Writes its value as it is.
+class PlainField : public detail::FieldKind<PlainField, TWFieldURIField> {
+ public:
+  static constexpr std::string_view kClassName = "PlainField";
+  using FieldKind::FieldKind;
+  [[nodiscard]] TWValue toXML(const TWValue& value, const TWVersion* /*version*/,
+                              TWError* /*error*/) const override {
+    return value;
+  }
+};
+
+class Crew : public detail::ElementKind<Crew, Person> {
+ public:
+  static const TWElementClass& elementClass() {
+    static const auto& kClass = *new TWElementClass(
+        {.name = "Crew",
+         .base = &Person::elementClass(),
+         .elementName = "Crew",
+         .fields =
+             [] {
+               return TWFields{
+                   TWTextFieldList::withProps({.name = "ships", .fieldURI = "crew:Ships"}),
+                   LoudField::withProps({.name = "loud", .fieldURI = "crew:Loud"}),
+                   PlainField::withProps({.name = "captain",
+                                          .fieldURI = "crew:Captain",
+                                          .valueCls = &Person::elementClass()})};
+             },
+         .make = &detail::makeElement<Crew>});
+    return kClass;
+  }
+};
+
+TEST(TWEWSElement, AKindThatReadsByItselfIsAsked) {
+  EXPECT_EQ(Crew::fromXML(elementWith("<t:Loud>a</t:Loud><t:Name>b</t:Name>"))->get("loud"),
+            TWValue(2));
+  EXPECT_EQ(Crew::fromXML(elementWith("<t:Name>b</t:Name>"))->get("loud"), TWValue(1));
+}
+
+TEST(TWEWSElement, WhatAFieldAnswersAsAValueIsWrittenForTheVersion) {
+  const auto crew = Crew::withDict({{"captain", Person::withDict({{"nick", "too long"}})}});
+  EXPECT_THAT(written(*crew, &k2007),
+              EqualsXML("<t:Crew><t:Age>18</t:Age><t:Person><t:Age>18</t:Age></t:Person>"
+                        "</t:Crew>"));
+  TWError error;
+  EXPECT_FALSE(crew->toXML(&k2013, &error));
+  EXPECT_THAT(error, IsFailure(kWrongValue, "nick value too long exceeds length 5"));
+}
+
 TEST(TWEWSElement, ValidationStoresNormalFormsAndDefaults) {
   const auto person = Person::withDict({{"name", "Ann"}});
   EXPECT_TRUE(person->clean(nullptr));
@@ -365,6 +425,17 @@ TEST(TWEWSElement, ListsDoNotCountForEquality) {
   const auto b = Person::withDict({{"name", "Ann"}});
   EXPECT_EQ(*a, *b);
   EXPECT_EQ(a->hash(), b->hash());
+}
+
+TEST(TWEWSElement, TheNameOfAListCountsForEqualityEvenWithoutAValue) {
+  const auto person = Person::withDict({{"name", "Ann"}});
+  const auto crew = Crew::withDict({{"name", "Ann"}});
+  EXPECT_FALSE(*person == *crew);
+  EXPECT_NE(person->hash(), crew->hash());
+  // What is no list, and missing, does not.
+  const auto employee = Employee::withDict({{"name", "Ann"}});
+  EXPECT_EQ(*person, *employee);
+  EXPECT_EQ(person->hash(), employee->hash());
 }
 
 TEST(TWEWSElement, EqualsAnElementOfADerivedClassButNotTheOtherWayRound) {

@@ -7,7 +7,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tarnwell/items/TWIndexedElements.h"
 #include "tarnwell/schema/TWElementClass.h"
+#include "tarnwell/schema/TWExtendedPropertyField.h"
+#include "tarnwell/schema/TWIndexedFields.h"
 
 #include "tests/schema/FieldTesting.h"
 #include "tests/schema/TestElements.h"
@@ -73,6 +76,46 @@ TEST(TWElementClass, AnElementWithAFieldThatHasNoNameOnTheServerIsNotWritten) {
   EXPECT_FALSE(cls.withDict({{"a", "x"}, {"note", "y"}})->toXML(nullptr, &error));
   EXPECT_THAT(error, test::IsFailure(TWErrorCode::ErrorValueOutOfRange,
                                      "Field note has no name on the server"));
+}
+
+TEST(TWElementClass, AnAttributeWithoutANameOnTheServerIsNotWritten) {
+  for (const std::shared_ptr<TWField>& field : std::vector<std::shared_ptr<TWField>>{
+           TWTextField::withProps({.name = "note", .isAttribute = true}),
+           TWIdField::withProps({.name = "note"})}) {
+    const auto& cls = freshClass();
+    cls.addField(field, 0);
+    TWError error;
+    EXPECT_TRUE(cls.withDict({{"a", "x"}})->toXML(nullptr, &error)) << error;
+    EXPECT_FALSE(cls.withDict({{"a", "x"}, {"note", "y"}})->toXML(nullptr, &error));
+    EXPECT_THAT(error, test::IsFailure(TWErrorCode::ErrorValueOutOfRange,
+                                       "Field note has no name on the server"));
+  }
+}
+
+TEST(TWElementClass, AValueWhoseFieldKnowsNoElementForItIsNotLeftOut) {
+  const std::vector<std::pair<std::shared_ptr<TWField>, TWValue>> rows = {
+      {TWExtendedPropertyField::withProps({.name = "note"}), 5},
+      {TWIndexedField::withProps(
+           {.name = "note", .fieldURI = "x:Notes", .valueCls = &TWPhoneNumber::elementClass()}),
+       TWPhoneNumber::withDict({{"phone_number", "1"}})}};
+  for (const auto& [field, value] : rows) {
+    const auto& cls = freshClass();
+    cls.addField(field, 0);
+    TWError error;
+    EXPECT_TRUE(cls.withDict({{"a", "x"}})->toXML(nullptr, &error)) << error;
+    EXPECT_FALSE(cls.withDict({{"note", value}})->toXML(nullptr, &error)) << field->className();
+    EXPECT_THAT(error, test::IsFailure(TWErrorCode::ErrorValueOutOfRange,
+                                       "Field note has no name on the server"));
+  }
+}
+
+TEST(TWElementClass, TheValueOfAFieldWithoutANameIsNotKept) {
+  const auto& cls = freshClass();
+  cls.addField(TWCharField::withProps({.fieldURI = "x:N"}), 0);
+  const auto element = cls.fromXML(elementWith("<t:N>1</t:N><t:A>2</t:A>"), nullptr);
+  ASSERT_TRUE(element);
+  EXPECT_THAT(element->allKeys(), ElementsAre("a"));
+  EXPECT_TRUE(element->get("").isAbsent());
 }
 
 TEST(TWElementClass, OfTwoFieldsWithOneNameTheLatersValueIsRead) {

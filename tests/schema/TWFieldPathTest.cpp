@@ -204,6 +204,22 @@ TEST(TWFieldPath, AFieldWithoutANameOnTheServerIsNotWritten) {
               IsFailure(TWErrorCode::ErrorValueOutOfRange, "Field note has no name on the server"));
 }
 
+TEST(TWFieldPath, AnEntryWithoutANameOnTheServerIsNotWritten) {
+  const auto refusal = [](const TWFieldOptions& options, std::shared_ptr<const TWField> part) {
+    TWError error;
+    const auto path =
+        TWFieldPath::withField(TWPhoneNumberField::withProps(options), "Pager", std::move(part));
+    EXPECT_FALSE(path->toXML(nullptr, &error));
+    return error;
+  };
+  const auto isRefusal =
+      IsFailure(TWErrorCode::ErrorValueOutOfRange, "Field phones has no name on the server");
+  EXPECT_THAT(refusal({.name = "phones"}, TWPhoneNumber::valueField(nullptr)), isRefusal);
+  EXPECT_THAT(refusal({.name = "phones", .fieldURI = "contacts:PhoneNumber"},
+                      TWNamedSubField::withProps({.name = "area"})),
+              isRefusal);
+}
+
 TEST(TWFieldPath, APlainPathExpandsToItself) {
   const auto path = pathOf("subject");
   EXPECT_THAT(path->expand(nullptr), ElementsAre(path));

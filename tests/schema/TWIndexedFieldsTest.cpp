@@ -95,6 +95,15 @@ TEST(TWNamedSubField, IsNamedAsAPartOfTheEntry) {
   EXPECT_FALSE(field->fieldURIXML());
 }
 
+TEST(TWNamedSubField, HasNoElementWithoutAURI) {
+  const auto field = TWNamedSubField::withProps({.name = "note"});
+  TWError error;
+  EXPECT_TRUE(field->toXML("x", nullptr, &error).isAbsent());
+  EXPECT_THAT(error,
+              IsFailure(TWErrorCode::ErrorValueOutOfRange, "Field note has no name on the server"));
+  EXPECT_FALSE(field->fieldURIXML("contacts:PhysicalAddress", "Home"));
+}
+
 TEST(TWIndexedField, HasNoContainerOfItsOwn) {
   EXPECT_FALSE(TWIndexedField::parentElementName());
   EXPECT_EQ(TWIndexedField::responseTag(), "");
