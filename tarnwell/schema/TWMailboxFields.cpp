@@ -24,17 +24,18 @@ TWMailboxField::TWMailboxField(TWFieldOptions options)
 
 TWValue TWMailboxField::clean(const TWValue& value, const TWVersion* version,
                               TWError* error) const {
-  if (value.isText()) return withAddress(*valueClass().elementClass(), value);
+  const auto* const cls = valueClass().elementClass();
+  if (cls != nullptr && value.isText()) return withAddress(*cls, value);
   return FieldKind::clean(value, version, error);
 }
 
 TWValue TWMailboxField::fromChild(const NKXMLElement& child,
                                   const std::shared_ptr<TWAccount>& account) const {
-  if (!child) return options().default_;
-  const auto& cls = *valueClass().elementClass();
+  const auto* const cls = valueClass().elementClass();
+  if (!child || cls == nullptr) return options().default_;
   const auto inner =
-      options().fieldURI ? child.elementForName(cls.responseTag(), cls.responseXMLns()) : child;
-  return cls.fromXML(inner, account);
+      options().fieldURI ? child.elementForName(cls->responseTag(), cls->responseXMLns()) : child;
+  return cls->fromXML(inner, account);
 }
 
 TWMailboxListField::TWMailboxListField(TWFieldOptions options)
@@ -45,12 +46,13 @@ TWMailboxListField::TWMailboxListField(TWFieldOptions options, const TWElementCl
 
 TWValue TWMailboxListField::clean(const TWValue& value, const TWVersion* version,
                                   TWError* error) const {
+  const auto* const cls = valueClass().elementClass();
   const auto given = value.asList();
-  if (!given) return FieldKind::clean(value, version, error);
+  if (cls == nullptr || !given) return FieldKind::clean(value, version, error);
   TWList values;
   values.reserve(given->size());
   for (const auto& entry : *given)
-    values.push_back(entry.isText() ? withAddress(*valueClass().elementClass(), entry) : entry);
+    values.push_back(entry.isText() ? withAddress(*cls, entry) : entry);
   return FieldKind::clean(values, version, error);
 }
 

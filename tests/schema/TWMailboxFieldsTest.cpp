@@ -73,6 +73,17 @@ TEST(MailboxFields, StandInTheirTreeWithTheirValueClasses) {
     EXPECT_TRUE(list->isList() && list->isComplex()) << list->className();
 }
 
+TEST(MailboxFields, WithoutTheirValueClassTakeAndReadNothing) {
+  const auto field = TWMailboxField::withProps(kSender);
+  field->remove("valueCls");
+  EXPECT_TRUE(failure(*field, "ann@example.com").is(TWErrorCode::ErrorType));
+  EXPECT_TRUE(readFrom(*field, "<t:Sender><t:Mailbox/></t:Sender>").isAbsent());
+  const auto list = TWMailboxListField::withProps(kRecipients);
+  list->remove("valueCls");
+  EXPECT_TRUE(failure(*list, TWValue::list({"ann@example.com"})).is(TWErrorCode::ErrorType));
+  EXPECT_TRUE(readFrom(*list, "<t:ToRecipients><t:Mailbox/></t:ToRecipients>").isAbsent());
+}
+
 TEST(TWMailboxField, AnAddressBecomesAMailboxThatIsWritten) {
   const auto field = TWMailboxField::withProps(kSender);
   const auto mailbox = cleaned(*field, "ann@example.com");
