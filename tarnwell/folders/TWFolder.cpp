@@ -93,7 +93,9 @@ std::shared_ptr<TWFolder> TWFolder::make(const TWFolderClass& cls, const TWDicti
 void TWFolder::initWithDict(const TWDictionary& dict) {
   TWEWSElement::initWithDict(dict);
   account_ = std::dynamic_pointer_cast<TWAccount>(dict["account"].asReference());
-  parent_ = std::dynamic_pointer_cast<TWFolder>(dict["parent"].asReference());
+  const auto& parent = dict["parent"];
+  parent_ = parent.asObject<TWFolder>();
+  if (parent_.expired()) parent_ = std::dynamic_pointer_cast<TWFolder>(parent.asReference());
 }
 
 void TWFolder::initFromXML(const NKXMLElement& xml, const std::shared_ptr<TWAccount>& account) {

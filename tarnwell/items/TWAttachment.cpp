@@ -69,7 +69,9 @@ void TWAttachment::setParentItem(const std::shared_ptr<TWItem>& item) {
 
 void TWAttachment::initWithDict(const TWDictionary& dict) {
   TWEWSElement::initWithDict(dict);
-  set("parent_item", dict.get("parent_item"));
+  const auto& parent = dict["parent_item"];
+  const auto item = parent.asObject<TWItem>();
+  set("parent_item", item ? TWValue::weak(item) : parent);
 }
 
 bool TWAttachment::clean(const TWVersion* version, TWError* error) {

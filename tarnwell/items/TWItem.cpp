@@ -166,6 +166,7 @@ void TWItem::setParentItem(const std::shared_ptr<TWItem>& item) {
 void TWItem::initWithDict(const TWDictionary& dict) {
   ElementKind::initWithDict(dict);
   for (const auto* const name : {"account", "folder", "parent_item"}) set(name, dict.get(name));
+  if (const auto parent = dict["parent_item"].asObject<TWItem>()) setParentItem(parent);
   if (get("account").isAbsent())
     if (const auto in = folder()) setAccount(in->account());
   linkAttachments();

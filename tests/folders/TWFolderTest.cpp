@@ -172,6 +172,14 @@ TEST(TWFolder, AccountAndParentComeWithTheDictionary) {
   EXPECT_THAT(folder->allKeys(), IsEmpty());
 }
 
+TEST(TWFolder, DoesNotKeepTheParentThatADictionaryGivesIt) {
+  auto parent = TWFolder::withDict();
+  const auto folder = TWFolder::withDict({{"parent", parent}});
+  EXPECT_EQ(folder->parent(), parent);
+  parent.reset();
+  EXPECT_EQ(folder->parent(), nullptr);
+}
+
 TEST(TWFolder, DoesNotKeepItsAccountAlive) {
   auto account = test::makeOfflineAccount();
   const auto folder = TWFolder::make(TWFolder::elementClass(), {}, account);

@@ -104,6 +104,14 @@ TEST(TWAttachment, TakesItsItemFromADictionaryAndLetsGoOfIt) {
   EXPECT_TRUE(file->allKeys().empty());
 }
 
+TEST(TWAttachment, DoesNotKeepTheItemThatADictionaryGivesIt) {
+  auto item = TWItem::withDict();
+  const auto file = TWFileAttachment::withDict({{"parent_item", item}});
+  EXPECT_EQ(file->parentItem(), item);
+  item.reset();
+  EXPECT_EQ(file->parentItem(), nullptr);
+}
+
 TEST(TWAttachment, IsWrittenInOrderWithoutItsSizeAndItsItem) {
   const auto item = TWItem::withDict();
   const auto file = TWFileAttachment::withDict(
@@ -172,6 +180,8 @@ TEST(TWAttachment, WithoutAnIdGoesByWhatIsKnownOfItButContentAndTime) {
                                  {{"name", "a"}, {"size", 1}},
                                  {{"name", "a"}, {"is_inline", true}}})
     EXPECT_NE(*file, *TWFileAttachment::withDict(dict)) << dict;
+  changed->set("last_modified_name", "Ann");
+  EXPECT_NE(*file, *changed);
 }
 
 TEST(TWAttachment, IsPrintedWithoutItsContent) {
@@ -180,6 +190,14 @@ TEST(TWAttachment, IsPrintedWithoutItsContent) {
             "TWFileAttachment (attachment_id=(null)name=a.txtcontent_type=(null)content_id=(null)"
             "content_location=(null)size=(null)last_modified_time=(null)is_inline=(null)"
             "is_contact_photo=(null))");
+}
+
+TEST(TWItemAttachment, IsPrintedWithoutItsItem) {
+  const auto attachment =
+      TWItemAttachment::withDict({{"name", "n"}, {"_item", TWMessage::withDict()}});
+  EXPECT_EQ(attachment->description(),
+            "TWItemAttachment (attachment_id=(null)name=ncontent_type=(null)content_id=(null)"
+            "content_location=(null)size=(null)last_modified_time=(null)is_inline=(null))");
 }
 
 TEST(TWItemAttachment, DeclaresItsFieldsAfterThoseOfAttachments) {

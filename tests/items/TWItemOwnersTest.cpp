@@ -12,6 +12,7 @@
 #include "tarnwell/folders/TWWellKnownFolders.h"
 #include "tarnwell/items/TWAttachment.h"
 #include "tarnwell/items/TWMessage.h"
+#include "tarnwell/schema/TWTextFields.h"
 
 #include "tests/items/ElementTesting.h"
 #include "tests/support/TestAccount.h"
@@ -63,7 +64,7 @@ TEST(TWItemOwners, AreNotPrintedInCircles) {
   for (const auto& child : inbox->children()) child->setParent(inbox);
   const auto inner = TWMessage::withDict({{"item_id", "inner"}, {"folder", inbox}});
   const auto file = TWFileAttachment::withDict({{"name", "a.txt"}});
-  const auto attached = TWItemAttachment::withDict({{"name", "b"}, {"item", inner}});
+  const auto attached = TWItemAttachment::withDict({{"name", "b"}, {"_item", inner}});
   const auto message = TWMessage::withDict({{"item_id", "M"},
                                             {"account", TWValue::weak(account)},
                                             {"folder", inbox},
@@ -93,6 +94,14 @@ TEST(TWItemOwners, AreTakenFromADictionary) {
   EXPECT_EQ(message->parentItem(), parent);
   EXPECT_THAT(message->allKeys(), ElementsAre("account", "folder", "parent_item"));
   EXPECT_THAT(TWMessage::fieldNames(), Not(Contains("account")));
+}
+
+TEST(TWItemOwners, TheParentItemOfADictionaryIsNotKept) {
+  auto parent = TWMessage::withDict();
+  const auto message = TWMessage::withDict({{"parent_item", parent}});
+  EXPECT_EQ(message->parentItem(), parent);
+  parent.reset();
+  EXPECT_EQ(message->parentItem(), nullptr);
 }
 
 TEST(TWItemOwners, TheAccountOfTheFolderServesAnItemWithoutOne) {
@@ -163,6 +172,33 @@ TEST(TWItemOwners, FieldsThatTheServerOfTheAccountLacksAreNotRead) {
   EXPECT_THAT(middle, Not(Contains("text_body")));
   EXPECT_THAT(middle, Contains("is_associated"));
   EXPECT_THAT(late, Contains("text_body"));
+}
+
+/// Has a second field under one name.
+class DoubledItem : public detail::ElementKind<DoubledItem, TWItem> {
+ public:
+  static const TWElementClass& elementClass() {
+    static const auto& kClass = *new TWElementClass(
+        {.name = "DoubledItem",
+         .base = &TWItem::elementClass(),
+         .fields =
+             [] {
+               return TWFields{
+                   TWCharField::withProps({.name = "subject", .fieldURI = "item:Subject"}),
+                   TWCharField::withProps(
+                       {.name = "late", .fieldURI = "item:Late", .supportedFrom = TWBuild(15, 0)})};
+             },
+         .make = &detail::makeElement<DoubledItem>});
+    return kClass;
+  }
+};
+
+TEST(TWItemOwners, FieldsThatTheServerLacksAreNotReadWhereTwoHaveOneNameEither) {
+  const auto xml = parsed("<t:Item><t:Subject>a</t:Subject><t:Late>b</t:Late></t:Item>");
+  const auto early = accountOf(TWBuild(14, 0)), late = accountOf(TWBuild(15, 0));
+  EXPECT_EQ(DoubledItem::fromXML(xml, early)->get("subject"), TWValue("a"));
+  EXPECT_TRUE(DoubledItem::fromXML(xml, early)->get("late").isAbsent());
+  EXPECT_EQ(DoubledItem::fromXML(xml, late)->get("late"), TWValue("b"));
 }
 
 TEST(TWItemOwners, ItemsOfAnAccountWithoutAVersionAreReadWhole) {
