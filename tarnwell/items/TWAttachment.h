@@ -41,9 +41,9 @@ class TWAttachment : public TWEWSElement {
   [[nodiscard]] std::shared_ptr<TWItem> parentItem() const;
   virtual void setParentItem(const std::shared_ptr<TWItem>& item);
 
-  /// Creates the attachment on the server, on its parent item, which must be there already. The
-  /// change key that the item has then is put into the item's "root_changekey"; its "changekey"
-  /// stays, deliberately. A failure leaves both as they were.
+  /// Creates the attachment on its parent item, which must be on the server. The change key that
+  /// the item has then is its "root_changekey"; its "changekey" stays, deliberately. A failure
+  /// leaves both as they were; what validation fills in stays in an item that is attached.
   ///
   /// Errors: ErrorValueOutOfRange for an attachment that has an id already, without a parent item
   /// and when that has no account; those of `TWCreateAttachment`.

@@ -63,7 +63,7 @@ bool TWAttachment::attach(TWError* error) {
   const auto xml = firstOf(results, TWCreateAttachment::descriptor(), &failure);
   auto id = TWAttachmentId::fromXML(
       itselfOrChild(xml, TWAttachmentId::responseTag(), TWAttachmentId::responseXMLns()), account);
-  if (!failure && (!id || id->get("id").isAbsent()))
+  if (!failure && (!id || id->get("id").textView().empty()))
     failure = {TWErrorCode::ErrorTransport,
                formatMessage("No %@ elements in ResponseMessage %@",
                              {TWAttachmentId::elementName(), TWValue(xml.XMLString())})};

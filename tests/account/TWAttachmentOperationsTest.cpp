@@ -20,8 +20,14 @@ using test::errorAnswer;
 using test::responseMessage;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 const TWData kABC{'A', 'B', 'C'};
+
+/// What is asked when the content or the item of attachment "1" is read.
+constexpr auto kRequest =
+    "<m:GetAttachment><m:AttachmentShape/><m:AttachmentIds><t:AttachmentId Id='1'/>"
+    "</m:AttachmentIds></m:GetAttachment>";
 
 class TWAttachmentOperations : public test::MailboxTest {
  protected:
@@ -116,8 +122,9 @@ TEST_F(TWAttachmentOperations, NullIsNoAttachment) {
 TEST_F(TWAttachmentOperations, AttachingThatFailsChangesNothing) {
   const auto file = newFile();
   const auto keys = file->allKeys(), keysOfMessage = message->allKeys();
+  TWError error;
   const auto expectFails = [&](TWErrorCode code) {
-    TWError error;
+    error = {};
     EXPECT_FALSE(message->attach(file, &error));
     EXPECT_TRUE(error.is(code)) << error;
     EXPECT_EQ(file->allKeys(), keys);
@@ -125,12 +132,28 @@ TEST_F(TWAttachmentOperations, AttachingThatFailsChangesNothing) {
   };
   server.on("CreateAttachment", errorAnswer("CreateAttachment", "ErrorItemNotFound"));
   expectFails(TWErrorCode::ErrorItemNotFound);
-  server.on("CreateAttachment", attachments("CreateAttachment", "<t:FileAttachment/>"));
-  expectFails(TWErrorCode::ErrorTransport);
+  for (const char* answered :
+       {"<t:FileAttachment/>", "<t:FileAttachment><t:AttachmentId Id=\"\"/></t:FileAttachment>"}) {
+    server.on("CreateAttachment", attachments("CreateAttachment", answered));
+    expectFails(TWErrorCode::ErrorTransport);
+    EXPECT_THAT(error.message(),
+                StartsWith("No AttachmentId elements in ResponseMessage <t:FileAttachment"));
+  }
   server.on("CreateAttachment", attachments("CreateAttachment", ""));
   expectFails(TWErrorCode::ErrorTransport);
   server.on("CreateAttachment", busy());
   expectFails(TWErrorCode::ErrorServerBusy);
+}
+
+TEST_F(TWAttachmentOperations, AttachingThatFailsKeepsTheContentTypeAndTheParentThatWereThere) {
+  const auto other = TWMessage::withDict();
+  const auto file = newFile();
+  file->set("content_type", "text/plain");
+  file->setParentItem(other);
+  server.on("CreateAttachment", errorAnswer("CreateAttachment", "ErrorItemNotFound"));
+  EXPECT_FALSE(message->attach(file));
+  EXPECT_EQ(file->get("content_type"), TWValue("text/plain"));
+  EXPECT_EQ(file->parentItem(), other);
 }
 
 TEST_F(TWAttachmentOperations, NeedAnAccountOfTheParent) {
@@ -185,9 +208,10 @@ TEST_F(TWAttachmentOperations, DetachingThatFailsChangesNothing) {
   const auto file = onServer(message);
   EXPECT_TRUE(message->attach(file));
   const auto keys = file->allKeys(), keysOfMessage = message->allKeys();
+  TWError error;
   const auto expectFails = [&](const test::ScriptedAnswer& answer, TWErrorCode code) {
     server.on("DeleteAttachment", answer);
-    TWError error;
+    error = {};
     EXPECT_FALSE(message->detach(file, &error));
     EXPECT_TRUE(error.is(code)) << error;
     EXPECT_THAT(held(*message), ElementsAre(file));
@@ -197,6 +221,10 @@ TEST_F(TWAttachmentOperations, DetachingThatFailsChangesNothing) {
   };
   expectFails(errorAnswer("DeleteAttachment", "ErrorItemNotFound"), TWErrorCode::ErrorItemNotFound);
   expectFails(busy(), TWErrorCode::ErrorServerBusy);
+  expectFails(answer("DeleteAttachment", responseMessage("DeleteAttachment", "Success", "NoError")),
+              TWErrorCode::ErrorTransport);
+  expectFails(attachments("DeleteAttachment", "<t:X/>"), TWErrorCode::ErrorTransport);
+  EXPECT_THAT(error.message(), StartsWith("No RootItemId elements in ResponseMessage <t:X"));
 }
 
 TEST_F(TWAttachmentOperations, AnItemMayGoWhileItsAttachmentIsDetached) {
@@ -287,6 +315,7 @@ TEST_F(TWAttachmentOperations, TheContentIsReadOnceAndWhenItIsNotKnown) {
   EXPECT_EQ(file->getContent(&error), kABC) << error;
   EXPECT_EQ(file->getContent(), kABC);
   EXPECT_EQ(server.requestCount(), 1U);
+  EXPECT_THAT(server.payload(0), EqualsXML(kRequest));
   EXPECT_EQ(newFile()->getContent(), kABC);
   const auto empty = onServer(message);
   EXPECT_TRUE(empty->setContent({}));
@@ -376,7 +405,8 @@ TEST_F(TWAttachmentOperations, AnItemOfAnUnknownKindIsNotLeftOutOfWhatIsWritten)
 TEST_F(TWAttachmentOperations, TheItemIsReadOnceAndWhenItIsNotKnown) {
   server.on("GetAttachment", attachments("GetAttachment",
                                          "<t:ItemAttachment><t:Message><t:Subject>in</t:Subject>"
-                                         "</t:Message></t:ItemAttachment>"));
+                                         "<t:Culture>en-US</t:Culture></t:Message>"
+                                         "</t:ItemAttachment>"));
   const auto attachment = onServer<TWItemAttachment>(message);
   TWError error;
   const auto inner = attachment->getItem(&error);
@@ -387,12 +417,18 @@ TEST_F(TWAttachmentOperations, TheItemIsReadOnceAndWhenItIsNotKnown) {
   EXPECT_EQ(inner->account(), account);
   EXPECT_EQ(attachment->getItem(), inner);
   EXPECT_EQ(server.requestCount(), 1U);
+  EXPECT_THAT(server.payload(0), EqualsXML(kRequest));
   const auto own = TWItemAttachment::withDict();
   EXPECT_EQ(own->getItem(&error), nullptr);
   const auto item = TWMessage::withDict();
   EXPECT_TRUE(own->setItem(item));
   EXPECT_EQ(own->getItem(), item);
   EXPECT_EQ(server.requestCount(), 1U);
+  // Writing reads it too.
+  const auto written = onServer<TWItemAttachment>(message)->toXML(nullptr, &error);
+  ASSERT_TRUE(written) << error;
+  EXPECT_EQ(written.elementForName("t:Message").elementForName("t:Subject").stringValue(), "in");
+  EXPECT_EQ(server.requestCount(), 2U);
 }
 
 }  // namespace
