@@ -170,6 +170,41 @@ TEST_F(ItemsEndToEnd, AFileIsAttachedReadAndDetached) {
   EXPECT_EQ((*left)[0]->get("name"), TWValue("after.txt"));
 }
 
+TEST_F(ItemsEndToEnd, AnItemIsAttachedReadAndDetached) {
+  ASSERT_TRUE(drafts);
+  const auto attachmentWith = [](const char* subject) {
+    const auto attachment = TWItemAttachment::withDict({{"name", subject}});
+    EXPECT_TRUE(
+        attachment->setItem(TWMessage::withDict({{"subject", subject}, {"culture", "en-US"}})));
+    return attachment;
+  };
+  const auto message = messageIn(drafts, "With items");
+  const auto before = attachmentWith("inner"), after = attachmentWith("another");
+  ASSERT_TRUE(message->attach(before, &error)) << error;
+  ASSERT_TRUE(message->save(&error)) << error;
+  ASSERT_TRUE(message->attach(after, &error)) << error;
+
+  // What the server has, for one who knows the id only.
+  const auto subjectOf = [&](const TWValue& id) {
+    const auto known = TWItemAttachment::withDict(
+        {{"attachment_id", TWAttachmentId::withDict({{"id", id}})}, {"parent_item", message}});
+    const auto inner = known->getItem(&error);
+    return inner ? inner->get("subject") : TWValue();
+  };
+  const auto idOf = [](const TWAttachment& attachment) {
+    return attachment.get<std::shared_ptr<TWAttachmentId>>("attachment_id")->get("id");
+  };
+  const TWValue id = idOf(*before);
+  EXPECT_EQ(subjectOf(id), TWValue("inner")) << error;
+  EXPECT_EQ(subjectOf(idOf(*after)), TWValue("another")) << error;
+
+  ASSERT_TRUE(message->detach(before, &error)) << error;
+  EXPECT_TRUE(subjectOf(id).isAbsent());
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorItemNotFound)) << error;
+  error = {};
+  EXPECT_EQ(subjectOf(idOf(*after)), TWValue("another")) << error;
+}
+
 TEST_F(ItemsEndToEnd, ManyItemsGoThroughTheBulkOperationsInOrder) {
   ASSERT_TRUE(drafts && inbox);
   TWItems items;
@@ -225,6 +260,35 @@ TEST_F(ItemsEndToEnd, EntriesOfAContactAreWrittenOneByOne) {
   ASSERT_TRUE(numbers);
   ASSERT_EQ(numbers->size(), 2U);
   EXPECT_EQ((*numbers)[1]->get("phone_number"), TWValue("2"));
+}
+
+TEST_F(ItemsEndToEnd, APostalAddressIsRefusedByAServerThatChecksTheSchema) {
+  const auto contacts = account->contacts();
+  ASSERT_TRUE(contacts);
+  const auto address = TWPhysicalAddress::withDict({{"label", "Home"}, {"city", "Oslo"}});
+  const auto contact = TWContact::withDict(
+      {{"folder", contacts}, {"display_name", "Bob"}, {"physical_addresses", TWList{address}}});
+  EXPECT_FALSE(contact->save(&error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorSchemaValidation)) << error;
+  EXPECT_EQ(contacts->all().count(100, &error), 0);
+  EXPECT_FALSE(contact->idPair());
+  EXPECT_EQ(contact->get("physical_addresses"), TWValue(TWList{address}));
+
+  // Without it the contact is saved, and what is there stays when the address is refused later.
+  contact->remove("physical_addresses");
+  error = {};
+  ASSERT_TRUE(contact->save(&error)) << error;
+  const auto saved = contact->idPair();
+  contact->set("physical_addresses", TWList{address});
+  contact->set("display_name", "Robert");
+  EXPECT_FALSE(
+      contact->save({"physical_addresses", "display_name"}, "AutoResolve", "SendToNone", &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorSchemaValidation)) << error;
+  EXPECT_EQ(contact->idPair(), saved);
+  EXPECT_EQ(contact->get("physical_addresses"), TWValue(TWList{address}));
+  error = {};
+  ASSERT_TRUE(contact->refresh(&error)) << error;
+  EXPECT_EQ(contact->get("display_name"), TWValue("Bob"));
 }
 
 TEST_F(ItemsEndToEnd, AnAccountThatImpersonatesActsInTheOtherMailbox) {
