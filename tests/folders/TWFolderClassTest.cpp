@@ -106,5 +106,16 @@ TEST(TWFolderClass, TheFirstItemClassWithAFieldOfThatNameGivesIt) {
                            "Unknown fieldname nothing on class TWContacts"));
 }
 
+TEST(TWFolderClass, AFieldMayBeThatOfALaterItemClassButOfNoneThatTheFolderLacks) {
+  const auto proposed = TWInbox::elementClass().getItemFieldByFieldName("proposed_start");
+  ASSERT_TRUE(proposed);
+  EXPECT_EQ(proposed, TWMeetingResponse::elementClass().getFieldByFieldName("proposed_start"));
+  TWError error;
+  EXPECT_EQ(TWInbox::elementClass().getItemFieldByFieldName("posted_time", &error), nullptr);
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange,
+                           "Unknown fieldname posted_time on class TWInbox"));
+  EXPECT_TRUE(TWFolder::elementClass().getItemFieldByFieldName("posted_time"));
+}
+
 }  // namespace
 }  // namespace tarnwell

@@ -190,6 +190,21 @@ TEST_F(TWQuerySetTest, NamesThatCannotBeResolvedAreLeftOutAndLogged) {
                           HasSubstr("Order -nope is left out: Unknown fieldname nope")));
 }
 
+TEST_F(TWQuerySetTest, EntriesMayBeNamedWithoutLabelAndPart) {
+  const RecordingLog log;
+  const auto contacts = folder("C", TWContacts::elementClass());
+  const auto set = contacts->all()
+                       .only({"phone_numbers", "physical_addresses__Home"})
+                       .orderBy({"-phone_numbers"});
+  EXPECT_EQ(set.onlyFields()->size(), 2U);
+  EXPECT_EQ(set.orderFields()->size(), 1U);
+  EXPECT_THAT(log.lines(), IsEmpty());
+  TWError error;
+  const auto paths = contacts->validateFields({"physical_addresses"}, &error);
+  ASSERT_TRUE(paths) << error;
+  EXPECT_EQ(paths->size(), 1U);
+}
+
 TEST_F(TWQuerySetTest, ReverseTurnsTheSharedOrders) {
   const auto set = inbox->all().orderBy({"subject", "-size"});
   const auto reversed = set.reverse();

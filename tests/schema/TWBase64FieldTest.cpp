@@ -41,6 +41,7 @@ TEST(TWBase64Field, WhatDoesNotDecodeIsNothingAndNotTheDefault) {
   options.default_ = TWData{1};
   const auto field = TWBase64Field::withProps(options);
   EXPECT_TRUE(readFrom(*field, "<t:MimeContent>QU\nJD</t:MimeContent>").isAbsent());
+  EXPECT_TRUE(readFrom(*field, "<t:MimeContent>QUJ\n</t:MimeContent>").isAbsent());
   EXPECT_TRUE(readFrom(*field, "<t:MimeContent>Q</t:MimeContent>").isAbsent());
   EXPECT_EQ(readFrom(*field, ""), TWValue(TWData{1}));
 }

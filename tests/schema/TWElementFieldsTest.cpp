@@ -191,6 +191,16 @@ TEST(TWEWSElementListField, ReadsTheElementsInOrderAndSkipsOthers) {
   EXPECT_EQ((*list)[1].asObject<TWMailbox>()->get<std::string>("email_address"), "bob@example.com");
 }
 
+TEST(TWEWSElementListField, FindsTheElementsByTheirLocalNameAlone) {
+  const auto list = readFrom(*TWEWSElementListField::withProps(recipients()),
+                             "<t:ToRecipients><Mailbox><t:EmailAddress>cy@example.com"
+                             "</t:EmailAddress></Mailbox></t:ToRecipients>")
+                        .asList();
+  ASSERT_TRUE(list);
+  ASSERT_EQ(list->size(), 1U);
+  EXPECT_EQ((*list)[0].asObject<TWMailbox>()->get<std::string>("email_address"), "cy@example.com");
+}
+
 TEST(TWEWSElementListField, AnEmptyContainerIsAnEmptyListAndAMissingOneTheDefault) {
   auto options = recipients();
   options.default_ = TWValue::list({1});
@@ -310,7 +320,8 @@ TEST(TWAttachmentField, AnEmptyContainerIsAnEmptyListAndAMissingOneTheDefault) {
 TEST(TWAttachmentField, TakesEveryKindOfAttachment) {
   const auto field =
       TWAttachmentField::withProps({.name = "attachments", .fieldURI = "item:Attachments"});
-  const auto list = TWValue::list({TWFileAttachment::withDict({{"name", "one.txt"}})});
+  const auto list = TWValue::list({TWFileAttachment::withDict({{"name", "one.txt"}}),
+                                   TWItemAttachment::withDict({{"name", "A message"}})});
   EXPECT_EQ(cleaned(*field, list), list);
   EXPECT_THAT(failure(*field, TWValue::list({TWItemId::withDict({{"id", "i"}})})),
               IsFailure(TWErrorCode::ErrorType,

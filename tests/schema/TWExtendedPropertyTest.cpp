@@ -345,6 +345,21 @@ TEST(TWExtendedPropertyClass, OnlyTheFirstMistakeIsTold) {
   EXPECT_EQ(
       mistakeIn({.name = "P", .propertyTag = 0x8000, .propertyName = "P", .propertyType = "Bad"}),
       "When tag is set, only type must be set");
+  EXPECT_EQ(
+      mistakeIn({.name = "P", .distinguishedPropertySetId = "Sharing", .propertyType = "Bad"}),
+      "When distinguishedPropertySetId is set, propertyId or name must be non-nil");
+  EXPECT_THAT(mistakeIn({.name = "P",
+                         .distinguishedPropertySetId = "Sharing",
+                         .propertyName = "P",
+                         .propertyType = "Bad"}),
+              testing::StartsWith("distinguishedPropertySetId: Sharing is not valid: (Meeting, "));
+  EXPECT_EQ(
+      mistakeIn({.name = "P", .propertyName = "P", .propertyId = 1, .propertyType = "String"}),
+      "When name is set, id and tag must be nil");
+  EXPECT_EQ(mistakeIn({.name = "P", .propertyName = "P", .propertyType = "Bad"}),
+            "When name is set, dSetId or setId must be non-nil");
+  EXPECT_EQ(mistakeIn({.name = "P", .propertyId = 1, .propertyType = "Bad"}),
+            "When id is set, dSetId or setId must be non-nil");
 }
 
 TEST(TWExtendedPropertyClass, AnEmptyTextCountsAsSet) {

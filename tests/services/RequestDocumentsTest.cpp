@@ -435,6 +435,30 @@ TEST_P(RequestDocuments, CreateAttachment) {
       "</m:CreateAttachment>");
 }
 
+TEST_P(RequestDocuments, CreateAttachmentWithAnItemThatIsNotForEveryVersion) {
+  const auto inner = TWItemAttachment::withDict(
+      {{"name", "inner"},
+       {"_item", TWContact::withDict({{"file_as_mapping", "DisplayName"}, {"culture", "en-US"}})}});
+  const auto call = [&](TWError* error) {
+    (void)TWCreateAttachment::withAccount(account)->call(TWIdPair{"A", "kA"}, {inner}, error);
+  };
+  if (is("Exchange2007_SP1")) {
+    TWError error;
+    call(&error);
+    EXPECT_TRUE(error.is(TWErrorCode::ErrorInvalidServerVersion)) << error;
+    EXPECT_TRUE(server.requests().empty());
+    return;
+  }
+  expectSent(call,
+             "<m:CreateAttachment><m:ParentItemId Id='A' ChangeKey='kA'/><m:Attachments>"
+             "<t:ItemAttachment><t:Name>inner</t:Name><t:Contact>"
+             "<t:Sensitivity>Normal</t:Sensitivity><t:Importance>Normal</t:Importance>"
+             "<t:ReminderIsSet>0</t:ReminderIsSet>"
+             "<t:ReminderMinutesBeforeStart>0</t:ReminderMinutesBeforeStart>"
+             "<t:Culture>en-US</t:Culture><t:FileAsMapping>DisplayName</t:FileAsMapping>"
+             "</t:Contact></t:ItemAttachment></m:Attachments></m:CreateAttachment>");
+}
+
 TEST_P(RequestDocuments, GetAttachment) {
   expectSent(
       [&](TWError* error) {

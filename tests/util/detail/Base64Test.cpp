@@ -46,9 +46,10 @@ TEST(Base64, ReadsBackWhatItWrites) {
 TEST(Base64, TakesOnlyAWholeTextInTheAlphabetWithItsPadding) {
   EXPECT_EQ(decoded(""), "");
   EXPECT_EQ(decoded("QUJD"), "ABC");
-  for (const auto* text : {"Q", "QU", "QUJ", "QUI", "QU\nJD", "QUJD\n", " QUJD", "QUJD QUJD",
-                           "QQ=", "Q===", "====", "=QUJ", "QQ==QUJD", "Q=Q=", "QQ==\n", "QUJ-",
-                           "QUJ_", "QUJ\xC3", "QUJDQ==="})
+  for (const auto* text : {"Q",     "QU",     "QUJ",           "QUI",      "QU\nJD",    "QUJD\n",
+                           "QUJ\n", "Q\r\nU", "QUJD\nQUJDQUI", " QUJD",    "QUJD QUJD", "QQ=",
+                           "Q===",  "====",   "=QUJ",          "QQ==QUJD", "Q=Q=",      "QQ==\n",
+                           "QUJ-",  "QUJ_",   "QUJ\xC3",       "QUJDQ==="})
     EXPECT_EQ(decoded(text), std::nullopt) << text;
 }
 
