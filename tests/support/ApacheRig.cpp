@@ -145,10 +145,13 @@ const std::string& ApacheRig::missing() const {
   return missing_;
 }
 
-ApacheRig::~ApacheRig() {
+ApacheRig::~ApacheRig() { stop(); }
+
+void ApacheRig::stop() {
   if (server_ <= 0) return;
   ::kill(server_, SIGTERM);
   ::waitpid(server_, nullptr, 0);
+  server_ = -1;
 }
 
 std::string ApacheRig::lookForParts() const {

@@ -42,6 +42,7 @@ class ApacheRig {
   [[nodiscard]] std::string lookForParts() const;
   void writeFiles();
   [[nodiscard]] bool start(bool closesAfterRefusal);
+  void stop();
 
   ScriptedServer backend_;
   std::unique_ptr<TemporaryDirectory> directory_;
