@@ -413,6 +413,56 @@ TEST(TWFolder, NumbersThatAreNoneAreNotArchived) {
   EXPECT_THAT(copy->allKeys(), ElementsAre("name"));
 }
 
+TEST(TWFolder, ExtendedPropertiesComeBackFromTheArchiveWithTheirValues) {
+  const auto& labels = TWExtendedPropertyClass::declare({.name = "Labels",
+                                                         .distinguishedPropertySetId = "Common",
+                                                         .propertyName = "Labels",
+                                                         .propertyType = "StringArray"});
+  struct Registered {
+    std::vector<std::string> names;
+    ~Registered() {
+      for (const auto& name : names) TWFolder::unregisterAttr(name);
+    }
+  } const registered{{"extern_id", "flag", "labels"}};
+  ASSERT_TRUE(TWFolder::registerAttr("extern_id", TWExternId::elementClass()));
+  ASSERT_TRUE(TWFolder::registerAttr("flag", TWFlag::elementClass()));
+  ASSERT_TRUE(TWFolder::registerAttr("labels", labels));
+  const auto list = TWValue::list({"a", "b"});
+  const auto folder =
+      TWFolder::withDict({{"extern_id", TWExternId::withDict({{"value", "CORP\\Nina"}})},
+                          {"flag", TWFlag::withDict({{"value", 2}})},
+                          {"labels", labels.withDict({{"value", list}})}});
+  const auto copy = TWFolder::withSerializedData(folder->serializedData(), nullptr);
+  ASSERT_TRUE(copy);
+  const auto valueOf = [&](const char* name) {
+    const auto property = (*copy)[name].asObject<TWExtendedProperty>();
+    return property ? property->get("value") : TWValue("none");
+  };
+  EXPECT_EQ(valueOf("extern_id"), TWValue("CORP\\Nina"));
+  EXPECT_EQ(valueOf("flag"), TWValue(2));
+  EXPECT_EQ(valueOf("labels"), list);
+  EXPECT_TRUE((*copy)["extern_id"].asObject<TWExternId>());
+}
+
+TEST(TWFolder, WhatTheArchiveHasNoFormForIsLeftOut) {
+  const auto folder = TWFolder::withDict({{"name", "x"}});
+  // Without an id it cannot be written.
+  folder->set("parent_folder_id", TWParentFolderId::withDict());
+  folder->set("when", TWInstant());
+  folder->set("tags", TWValue::list({"a"}));
+  folder->set("bytes", TWData{1, 2});
+  const auto data = folder->serializedData();
+  const std::string text(data.begin(), data.end());
+  EXPECT_THAT(text, HasSubstr("\"name\""));
+  for (const char* name : {"parent_folder_id", "when", "tags", "bytes"}) {
+    EXPECT_FALSE((*folder)[name].isAbsent()) << name;
+    EXPECT_THAT(text, Not(HasSubstr(name)));
+  }
+  const auto copy = TWFolder::withSerializedData(data, nullptr);
+  ASSERT_TRUE(copy);
+  EXPECT_THAT(copy->allKeys(), ElementsAre("name"));
+}
+
 TEST(TWFolder, TheArchiveSaysNothingOfTheAccount) {
   const auto account = test::makeAccount("http://127.0.0.1:9/");
   const auto folder = TWFolder::make(TWFolder::elementClass(), {{"name", "x"}}, account);

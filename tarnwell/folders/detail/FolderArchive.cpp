@@ -8,10 +8,13 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tarnwell/Core/XML/detail/LiteralText.h"
+#include "tarnwell/schema/TWExtendedProperty.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWText.h"
+#include "tarnwell/util/TWUtils.h"
 
 namespace tarnwell::detail {
 namespace {
@@ -29,7 +32,7 @@ std::string documentOf(const TWValue& value) {
   if (!xml) return {};
   xml.addNamespace(NKXMLNode::namespaceWithName("t", kTypesNamespace));
   xml.addNamespace(NKXMLNode::namespaceWithName("m", kMessagesNamespace));
-  return xml.compactXMLString();
+  return literalXMLString(xml);
 }
 
 /// Absent for a value of a kind that is not stored.
@@ -50,7 +53,14 @@ std::shared_ptr<TWEWSElement> readElement(std::string_view text,
   if (end == std::string_view::npos) return nullptr;
   const auto* const cls = TWElementClass::named(text.substr(0, end));
   if (cls == nullptr) return nullptr;
-  return cls->fromXML(NKXMLElement::withXMLString(text.substr(end + kSeparator.size())), account);
+  auto xml = NKXMLElement::withXMLString(text.substr(end + kSeparator.size()));
+  // An extended property writes its value alone, and is read from the element around that.
+  if (xml && cls->isKindOf(TWExtendedProperty::elementClass())) {
+    auto around = TWUtils::createElement("t:ExtendedProperty");
+    around.addChild(xml);
+    xml = std::move(around);
+  }
+  return cls->fromXML(xml, account);
 }
 
 /// Numbers come back whole, deliberately: fractions are cut off. Absent for what is no number.
