@@ -101,9 +101,12 @@ void TWFolder::initWithDict(const TWDictionary& dict) {
 void TWFolder::initFromXML(const NKXMLElement& xml, const std::shared_ptr<TWAccount>& account) {
   TWEWSElement::initFromXML(xml, account);
   account_ = account;
-  // The id stands in a child of its own.
+  // The id stands in a child of its own; attributes of the folder's element are none of it.
   const auto id = xml.elementForName("FolderId", kTypesNamespace);
-  for (const auto& field : cls().attributeFields()) set(field->name(), field->fromXML(id, account));
+  for (const auto& field : cls().attributeFields()) {
+    remove(field->name());
+    set(field->name(), field->fromXML(id, account));
+  }
 }
 
 std::shared_ptr<TWFolder> TWFolder::self() const {

@@ -271,7 +271,7 @@ class TWFolder : public detail::FolderKind<TWFolder, TWRegisterMixIn>, public TW
   [[nodiscard]] TWFolders findFolders(std::string_view shape, std::string_view depth,
                                       TWError* error = nullptr) const;
   /// Folders by id, one outcome for each, as folders of that class.
-  /// @param ids  folders, folder ids, or lists of an id and a change key.
+  /// @param ids  folders, folder ids ("parent_folder_id" too), or lists of an id and a change key.
   [[nodiscard]] static std::optional<TWResults<std::shared_ptr<TWFolder>>> getFolders(
       const TWFolderClass& cls, const std::shared_ptr<TWAccount>& account, const TWList& ids,
       const std::vector<std::shared_ptr<TWFieldPath>>& additionalFields, TWError* error = nullptr);

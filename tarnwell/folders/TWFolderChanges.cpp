@@ -86,8 +86,12 @@ std::shared_ptr<TWEWSElement> TWFolder::idElement(TWError* error) const {
   // deleted one, whose id is an empty text, does not, nor does a new calendar that has a name of
   // its own or that was given a parent.
   const auto wellKnown = folderClass().distinguishedFolderId();
-  const bool standsForWellKnown = wellKnown && id.isAbsent() && parent_.expired() &&
-                                  ((*this)["name"].isAbsent() || isDistinguished());
+  const std::weak_ptr<TWFolder> none;
+  // A parent that is gone was given all the same.
+  const bool hadParent = parent_.owner_before(none) || none.owner_before(parent_) ||
+                         !(*this)["parent_folder_id"].isAbsent();
+  const bool standsForWellKnown =
+      wellKnown && id.isAbsent() && !hadParent && ((*this)["name"].isAbsent() || isDistinguished());
   if (!standsForWellKnown) {
     setError(error, badValue("Folder must have an ID"));
     return nullptr;

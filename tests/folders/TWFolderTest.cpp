@@ -112,6 +112,18 @@ TEST(TWFolder, ReadingAnElementWithoutAnIdGivesAFolderWithoutOne) {
   EXPECT_THAT(folder->allKeys(), IsEmpty());
 }
 
+TEST(TWFolder, AttributesOfItsElementAreNoneOfItsId) {
+  const std::string folder =
+      "<t:Folder xmlns:t=\"http://schemas.microsoft.com/exchange/services/2006/types\" Id=\"X\" "
+      "ChangeKey=\"Y\">";
+  EXPECT_THAT(TWFolder::fromXML(NKXMLElement::withXMLString(folder + "</t:Folder>"))->allKeys(),
+              IsEmpty());
+  const auto withoutKey =
+      TWFolder::fromXML(NKXMLElement::withXMLString(folder + "<t:FolderId Id=\"F\"/></t:Folder>"));
+  EXPECT_EQ((*withoutKey)["folder_id"], TWValue("F"));
+  EXPECT_TRUE((*withoutKey)["changekey"].isAbsent());
+}
+
 TEST(TWFolder, IsWrittenAsItIsCreated) {
   const auto folder = TWInbox::fromXML(NKXMLElement::withXMLString(kFolder));
   EXPECT_THAT(folder->toXML(nullptr).XMLString(),
@@ -149,9 +161,17 @@ TEST(TWFolder, ANewFolderIsNotTakenForTheWellKnownOneOfItsClass) {
   const auto projects = localFolder("Projects");
   const auto below = TWFolder::make(TWCalendar::elementClass(), {{"name", "Calendar"}}, nullptr);
   below->setParent(projects);
+  const auto orphan = TWFolder::make(TWCalendar::elementClass(), {{"name", "Calendar"}}, nullptr);
+  orphan->setParent(localFolder("gone at once"));
+  ASSERT_EQ(orphan->parent(), nullptr);
+  const auto placed = TWFolder::make(
+      TWCalendar::elementClass(),
+      {{"name", "Calendar"}, {"parent_folder_id", TWParentFolderId::withDict({{"id", "P"}})}},
+      nullptr);
   for (const auto& unsaved :
        {TWFolder::make(TWCalendar::elementClass(), {{"name", "Team"}}, nullptr),
-        TWFolder::make(TWContacts::elementClass(), {{"name", "Friends"}}, nullptr), below}) {
+        TWFolder::make(TWContacts::elementClass(), {{"name", "Friends"}}, nullptr), below, orphan,
+        placed}) {
     TWError error;
     EXPECT_FALSE(unsaved->idElement(&error));
     EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Folder must have an ID"));
@@ -160,6 +180,9 @@ TEST(TWFolder, ANewFolderIsNotTakenForTheWellKnownOneOfItsClass) {
   const auto named = TWFolder::make(TWInbox::elementClass(), {{"name", "INBOX"}}, nullptr);
   ASSERT_TRUE(named->idElement());
   EXPECT_EQ(named->idElement()->get("id"), TWValue("inbox"));
+  // Nor does a parent that was taken back.
+  below->setParent(nullptr);
+  EXPECT_TRUE(below->idElement());
 }
 
 TEST(TWFolder, AccountAndParentComeWithTheDictionary) {

@@ -238,18 +238,20 @@ TEST_F(TWFolderServices, APageThatCannotBeWrittenFails) {
 TEST_F(TWFolderServices, GetFolderTakesFoldersIdsAndPairsInTheirOrder) {
   const auto payload = TWGetFolder::withAccount(account)->getPayload(
       {pair, folder("A"), TWFolderId::withDict({{"id", "B"}, {"changekey", "ck-B"}}),
-       TWDistinguishedFolderId::withDict({{"id", "inbox"}})},
+       TWDistinguishedFolderId::withDict({{"id", "inbox"}}),
+       TWParentFolderId::withDict({{"id", "C"}, {"changekey", "ck-C"}})},
       {}, "AllProperties");
   EXPECT_THAT(payload.compactXMLString(),
               EqualsXML("<m:GetFolder><m:FolderShape><t:BaseShape>AllProperties</t:BaseShape>"
                         "</m:FolderShape><m:FolderIds>" +
-                        id("P") + id("A") + id("B") +
-                        "<t:DistinguishedFolderId Id=\"inbox\"/></m:FolderIds></m:GetFolder>"));
+                        id("P") + id("A") + id("B") + "<t:DistinguishedFolderId Id=\"inbox\"/>" +
+                        id("C") + "</m:FolderIds></m:GetFolder>"));
 }
 
 TEST_F(TWFolderServices, WhatIsNoFolderIsRefused) {
   const auto service = TWGetFolder::withAccount(account);
-  for (const auto& bad : {TWValue("text"), TWValue(), TWValue::list({"only"})}) {
+  for (const auto& bad : {TWValue("text"), TWValue(), TWValue::list({"only"}),
+                          TWValue(TWItemId::withDict({{"id", "I"}}))}) {
     TWError error;
     EXPECT_FALSE(service->call({bad}, {}, "IdOnly", &error));
     EXPECT_TRUE(error.is(TWErrorCode::ErrorType)) << error;

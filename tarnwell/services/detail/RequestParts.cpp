@@ -16,7 +16,11 @@ namespace {
 /// The id that an entry of a list of folders stands for; null with an error when it is none.
 std::shared_ptr<TWEWSElement> folderIdOf(const TWValue& entry, TWError* error) {
   if (const auto folder = entry.asObject<TWFolder>()) return folder->idElement(error);
-  if (auto id = entry.asObject<TWItemId>()) return id;
+  if (auto id = entry.asObject<TWFolderId>()) return id;
+  if (auto id = entry.asObject<TWDistinguishedFolderId>()) return id;
+  // Where an item or a folder lies: its own element stands in none of these lists.
+  if (const auto id = entry.asObject<TWParentFolderId>())
+    return TWFolderId::withDict({{"id", (*id)["id"]}, {"changekey", (*id)["changekey"]}});
   if (const auto pair = entry.asList(); pair && pair->size() == 2)
     return TWFolderId::withDict({{"id", pair->front()}, {"changekey", pair->back()}});
   setError(error, {TWErrorCode::ErrorType,

@@ -28,8 +28,8 @@ namespace tarnwell::detail {
 /// What becomes of the pairs of an id and a change key in a list of folders.
 enum class Pairs { converted, leftOut };
 
-/// An element of that name that holds the ids of folders: of folders themselves, of folder ids, and
-/// of pairs. Invalid with an error for anything else, and for a folder without an id.
+/// An element of that name that holds the ids of folders: of folders themselves, of folder ids
+/// (what "parent_folder_id" holds is one too), and of pairs. Invalid with an error otherwise.
 [[nodiscard]] NKXMLElement folderIdsElement(std::string_view name, const TWList& folders,
                                             Pairs pairs, const TWVersion* version, TWError* error);
 [[nodiscard]] NKXMLElement folderIdsElement(std::string_view name, const TWFolders& folders,
