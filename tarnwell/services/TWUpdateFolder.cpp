@@ -82,7 +82,8 @@ std::optional<std::vector<NKXMLElement>> TWUpdateFolder::getFolderUpdateElems(
     }
     const auto& current = folder.get(field->name());
     // Cleaning would refuse it too, with a message that says nothing of deleting.
-    if (current.isAbsent() && field->isRequired() && field->options().default_.isAbsent()) {
+    if (current.isAbsent() && field->isRequired() && field->options().default_.isAbsent() &&
+        field->supportsVersion(target)) {
       refuse(kMayNotBeDeleted, *field);
       break;
     }

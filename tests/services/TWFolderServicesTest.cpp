@@ -5,6 +5,7 @@
 #include "tarnwell/folders/TWWellKnownFolders.h"
 #include "tarnwell/schema/TWExtendedProperty.h"
 #include "tarnwell/schema/TWFieldPath.h"
+#include "tarnwell/schema/TWNumberFields.h"
 #include "tarnwell/schema/TWTextFields.h"
 #include "tarnwell/services/TWCreateFolder.h"
 #include "tarnwell/services/TWDeleteFolder.h"
@@ -455,22 +456,37 @@ TEST_F(TWFolderServices, UpdateFolderChecksBeforeItSends) {
             TWError(TWErrorCode::ErrorValueOutOfRange, "unread_count is a read-only field"));
   EXPECT_EQ(refusal({{"unread_count", "many"}}, "unread_count").message(),
             "unread_count is a read-only field");
-  EXPECT_TRUE(refusal({{"name", 7}}, "name").is(TWErrorCode::ErrorType));
+  EXPECT_EQ(refusal({{"name", 7}}, "name"),
+            TWError(TWErrorCode::ErrorType, "7 value is not of type TWTextField for name"));
+  const auto limited =
+      TWIntegerField::withProps({.name = "limited", .fieldURI = "folder:Limited", .max = 5});
+  TWFolder::addField(limited, TWFolder::fieldNames().size());
+  TWError ofCleaning;
+  static_cast<void>(limited->clean(6, nullptr, &ofCleaning));
+  EXPECT_TRUE(ofCleaning.is(TWErrorCode::ErrorValueOutOfRange)) << ofCleaning;
+  EXPECT_EQ(refusal({{"limited", 6}}, "limited"), ofCleaning);
+  TWFolder::removeField(*limited);
   EXPECT_EQ(server.requestCount(), 0U);
 }
 
 TEST_F(TWFolderServices, AFieldThatTheServerDoesNotKnowYetIsNotUpdated) {
-  const auto late = TWCharField::withProps(
-      {.name = "late", .fieldURI = "folder:Late", .supportedFrom = TWBuild(15, 0)});
-  TWFolder::addField(late, TWFolder::fieldNames().size());
-  const auto changed = folder("A");
-  changed->set("late", "x");
   const auto old = test::makeAccount(server.url(), TWVersion(TWBuild(14, 0)));
-  TWError error;
-  EXPECT_FALSE(TWUpdateFolder::withAccount(old)->call({{changed, {"late"}}}, &error));
-  TWFolder::removeField(*late);
-  EXPECT_TRUE(error.is(TWErrorCode::ErrorInvalidServerVersion)) << error;
-  EXPECT_THAT(error.message(), HasSubstr("Field late does not support EWS builds prior to"));
+  const auto expectRefused = [&](bool isRequired, const TWValue& value) {
+    const auto late = TWCharField::withProps({.name = "late",
+                                              .fieldURI = "folder:Late",
+                                              .supportedFrom = TWBuild(15, 0),
+                                              .isRequired = isRequired});
+    TWFolder::addField(late, TWFolder::fieldNames().size());
+    const auto changed = folder("A");
+    changed->set("late", value);
+    TWError error;
+    EXPECT_FALSE(TWUpdateFolder::withAccount(old)->call({{changed, {"late"}}}, &error));
+    TWFolder::removeField(*late);
+    EXPECT_TRUE(error.is(TWErrorCode::ErrorInvalidServerVersion)) << error;
+    EXPECT_THAT(error.message(), HasSubstr("Field late does not support EWS builds prior to"));
+  };
+  expectRefused(false, "x");
+  expectRefused(true, TWValue());
   EXPECT_EQ(server.requestCount(), 0U);
 }
 
