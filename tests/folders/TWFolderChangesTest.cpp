@@ -235,6 +235,11 @@ TEST_F(TWFolderChanges, AFolderThatCouldNotBeCreatedStaysAsItWas) {
 TEST_F(TWFolderChanges, ChangesNeedAnAccountAndAnId) {
   const auto withoutAccount = TWFolder::withDict({{"name", "x"}});
   const auto withoutId = TWFolder::make(TWInbox::elementClass(), {{"name", "x"}}, account);
+  for (const auto& names : {std::vector<std::string>(), {"name"}}) {
+    TWError error;
+    EXPECT_FALSE(TWFolder::withDict({{"folder_id", "F"}, {"name", "x"}})->save(names, &error));
+    EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Folder must have an account"));
+  }
   const std::vector<std::function<bool(TWFolder&, TWError*)>> changes = {
       [](TWFolder& each, TWError* error) { return each.moveToParent(nullptr, error); },
       [](TWFolder& each, TWError* error) { return each.deleteWithError(error); },
@@ -305,6 +310,33 @@ TEST_F(TWFolderWipe, GoesOnPastASubfolderThatCannotBeDeleted) {
   EXPECT_TRUE(error.is(TWErrorCode::ErrorCannotDeleteObject)) << error;
   EXPECT_EQ((*made->children().at(0))["folder_id"], TWValue("C1"));
   EXPECT_EQ((*made->children().at(1))["folder_id"], TWValue(""));
+}
+
+// As servers do with calendars.
+TEST_F(TWFolderWipe, GoesOnWhereNothingCanBeEmptied) {
+  const auto made = stubborn("ErrorCannotEmptyFolder");
+  server.on("EmptyFolder", errorAnswer("EmptyFolder", "ErrorCannotEmptyFolder"));
+  TWError error;
+  EXPECT_FALSE(made->wipe(&error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorCannotEmptyFolder)) << error;
+  EXPECT_THAT(server.operations(),
+              ElementsAre("EmptyFolder", "EmptyFolder", "DeleteFolder", "DeleteFolder"));
+  for (const auto& child : made->children()) EXPECT_EQ((*child)["folder_id"], TWValue(""));
+}
+
+TEST_F(TWFolderWipe, DeletesWhatCameBeforeAPageThatFails) {
+  static_cast<void>(stubborn("ErrorCannotEmptyFolder"));
+  server.on("FindFolder", [](const std::string& payload) {
+    if (payload.find("Offset=\"0\"") == std::string::npos) return test::failedAnswer();
+    return answer("FindFolder",
+                  pageMessage("FindFolder", "Folders", folderXML("C1", "one", "F"), false, 1));
+  });
+  TWError error;
+  EXPECT_FALSE(folder("F")->wipe(&error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorSOAP)) << error;
+  EXPECT_THAT(server.operations(), ElementsAre("EmptyFolder", "EmptyFolder", "FindFolder",
+                                               "FindFolder", "DeleteFolder"));
+  EXPECT_THAT(server.payload(4), HasSubstr("Id=\"C1\""));
 }
 
 TEST_F(TWFolderWipe, AnyOtherFailureEndsIt) {

@@ -40,6 +40,19 @@ TEST(TWDistinguishedFolderId, NamesAFolderOfOnesOwnMailbox) {
               EqualsXML("<t:DistinguishedFolderId Id=\"inbox\"/>"));
 }
 
+TEST(TWDistinguishedFolderId, HasTheFieldsOfAnIdAndAMailbox) {
+  EXPECT_THAT(TWDistinguishedFolderId::fieldNames(), ElementsAre("id", "changekey", "mailbox"));
+  EXPECT_THAT(TWDistinguishedFolderId::withDict({{"id", "inbox"}, {"changekey", "BBB"}})
+                  ->toXML(nullptr)
+                  .XMLString(),
+              EqualsXML("<t:DistinguishedFolderId Id=\"inbox\" ChangeKey=\"BBB\"/>"));
+  TWError error;
+  const auto mailbox = TWMailbox::withDict({{"email_address", "bob@example.com"}});
+  EXPECT_FALSE(TWDistinguishedFolderId::withDict({{"mailbox", mailbox}})->toXML(nullptr, &error));
+  EXPECT_EQ(error,
+            TWError(TWErrorCode::ErrorValueOutOfRange, "id is a required field with no default"));
+}
+
 TEST(TWDistinguishedFolderId, NamesAFolderOfAnotherMailbox) {
   const auto id = TWDistinguishedFolderId::withDict(
       {{"id", "inbox"}, {"mailbox", TWMailbox::withDict({{"email_address", "bob@example.com"}})}});

@@ -305,7 +305,24 @@ TEST_F(TWFolderSearch, QuerySetsStartWithoutARequest) {
   EXPECT_EQ(inbox->filter({{"subject", "x"}}).q().expr(), "subject == x");
   EXPECT_EQ(inbox->exclude({{"subject", "x"}}).q().expr(), "subject != x");
   EXPECT_EQ(inbox->filter(Q::withKeywords({{"subject", "x"}})).q().expr(), "subject == x");
+  const TWQueries queries{Q::withKeywords({{"subject", "x"}})};
+  for (const auto& [set, connection] : {std::pair{inbox->filter(queries, {{"size", 7}}), "AND"},
+                                        std::pair{inbox->exclude(queries, {{"size", 7}}), "NOT"}}) {
+    EXPECT_EQ(set.q().connType(), connection);
+    const auto expression = set.q().expr().value_or("");
+    EXPECT_THAT(expression, HasSubstr("subject == x"));
+    EXPECT_THAT(expression, HasSubstr("size == 7"));
+  }
   EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWFolderSearch, OneItemIsSoughtByQueriesAndKeywords) {
+  finds("");
+  TWError error;
+  EXPECT_FALSE(inbox->get({Q::withKeywords({{"subject", "x"}})}, {{"size", 7}}, &error));
+  EXPECT_FALSE(error) << error;
+  EXPECT_THAT(server.payload(0), HasSubstr("FieldURI=\"item:Subject\""));
+  EXPECT_THAT(server.payload(0), HasSubstr("FieldURI=\"item:Size\""));
 }
 
 TEST_F(TWFolderSearch, AccessIsTestedByASearchForOneItem) {

@@ -370,6 +370,17 @@ TEST(TWFolder, ValidatesTextsAndPathsOfFields) {
   EXPECT_EQ(paths->at(1), path);
 }
 
+// A search needs to know which of the addresses is meant; to fetch them all nobody does.
+TEST(TWFolder, ValidatesAnIndexedFieldWithoutALabel) {
+  const auto contacts = TWFolder::make(TWContacts::elementClass(), {}, test::makeOfflineAccount());
+  TWError error;
+  const auto paths = contacts->validateFields({"email_addresses"}, &error);
+  ASSERT_TRUE(paths) << error;
+  ASSERT_EQ(paths->size(), 1U);
+  EXPECT_EQ(paths->front()->field()->name(), "email_addresses");
+  EXPECT_FALSE(TWFieldPath::fromString("email_addresses", *contacts, true));
+}
+
 TEST(TWFolder, RefusesFieldsThatAreNotValid) {
   const auto inbox = TWFolder::make(TWInbox::elementClass(), {}, test::makeOfflineAccount());
   const auto refusal = [&](const TWValue& field) {
