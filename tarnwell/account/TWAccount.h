@@ -355,6 +355,7 @@ class TWAccount : public TWObject, public TWServiceContext {
   TWAccount(Key key, const TWAccountOptions& options);
 
  private:
+  friend class detail::FolderTree;
   [[nodiscard]] std::shared_ptr<TWAccount> self();
   [[nodiscard]] std::shared_ptr<TWRoot> fetchedRoot() const;
   void setFetchedRoot(std::shared_ptr<TWRoot> root);

@@ -64,6 +64,12 @@ TWFolders passing(TWFolders folders, std::string_view pattern) {
   return folders;
 }
 
+std::shared_ptr<TWFolder> withName(const TWFolders& folders, std::string_view name) {
+  for (const auto& folder : folders)
+    if ((*folder)["name"] == TWValue(name)) return folder;
+  return nullptr;
+}
+
 }  // namespace
 
 const TWFolderClass& TWFolder::elementClass() {
@@ -148,19 +154,22 @@ std::string TWFolder::path() const {
 TWFolders TWFolder::walk() const { return detail::FolderTree(*this).below(*this); }
 
 std::shared_ptr<TWFolder> TWFolder::getFolderByName(std::string_view name) const {
-  for (const auto& child : children())
-    if ((*child)["name"] == TWValue(name)) return child;
-  return nullptr;
+  return withName(children(), name);
 }
 
 std::shared_ptr<TWFolder> TWFolder::navigate(std::string_view step, TWError* error) const {
   if (step == ".") return self();
-  auto found = step == ".." ? parent() : getFolderByName(step);
-  if (!found)
-    setError(error, step == ".." ? badValue("Already at top")
-                                 : TWError(TWErrorCode::ErrorFolderNotFound,
-                                           formatMessage("No subfolder with name: %@", {step})));
-  return found;
+  detail::FolderTree tree(*this);
+  if (auto found = step == ".." ? tree.parent(*this) : withName(tree.children(*this), step))
+    return found;
+  if (tree.failure())
+    setError(error, tree.failure());
+  else if (step == "..")
+    setError(error, badValue("Already at top"));
+  else
+    setError(error, {TWErrorCode::ErrorFolderNotFound,
+                     formatMessage("No subfolder with name: %@", {step})});
+  return nullptr;
 }
 
 TWFolders TWFolder::glob(std::string_view pattern) const {

@@ -93,9 +93,9 @@ class FolderKind : public ElementKind<Self, Base> {
 /// is first looked at. The functions that look at it without an error argument do not tell why it
 /// could not be read: they answer null or nothing then.
 ///
-/// An account gives all its callers the same folder objects. Several threads may look at one and
-/// search it as long as none changes it; whoever does (`refresh`, `save`, `set` and the like) keeps
-/// the others out himself meanwhile.
+/// An account's callers share its folder objects; a tree that is read anew is made of new ones.
+/// Several threads may look at one and search it as long as none changes it; whoever does
+/// (`refresh`, `save`, `set` and the like) keeps the others out himself meanwhile.
 class TWFolder : public detail::FolderKind<TWFolder, TWRegisterMixIn>, public TWFieldSource {
  public:
   [[nodiscard]] static const TWFolderClass& elementClass();
@@ -135,7 +135,7 @@ class TWFolder : public detail::FolderKind<TWFolder, TWRegisterMixIn>, public TW
   [[nodiscard]] std::shared_ptr<TWFolder> getFolderByName(std::string_view name) const;
   /// One step: ".." is the parent, "." this folder, anything else the name of a child.
   ///
-  /// Errors: ErrorValueOutOfRange for ".." at the top; ErrorFolderNotFound.
+  /// Errors: ErrorValueOutOfRange for ".." at the top; ErrorFolderNotFound; why there is no tree.
   [[nodiscard]] std::shared_ptr<TWFolder> navigate(std::string_view step,
                                                    TWError* error = nullptr) const;
   /// Folders by a pattern with steps: "**" is everything below, ".." the parent, a "/" at the

@@ -65,10 +65,10 @@ bool firstSucceeded(const std::optional<TWResults<std::shared_ptr<TWFolder>>>& o
       outcomes, [](const auto& each) { return each.error(); }, error);
 }
 
-/// Keeps the tree current, if there is one already.
+/// Keeps the trees current that there are already.
 template <class Change>
-void changeTree(const std::shared_ptr<TWAccount>& account, const Change& change) {
-  if (const auto root = account->knownRoot()) change(*root);
+void changeTrees(const std::shared_ptr<TWAccount>& account, const Change& change) {
+  for (const auto& root : detail::FolderTree::knownTo(*account)) change(*root);
 }
 
 std::optional<std::string> textIn(const NKXMLElement& xml, std::string_view name) {
@@ -152,7 +152,7 @@ bool TWFolder::update(const std::shared_ptr<TWAccount>& account,
       {{self(), names.empty() ? writableFieldNames(version ? &*version : nullptr) : names}}, error);
   if (!firstSucceeded(updated, error)) return false;
   set("changekey", (*updated->front().value())["changekey"]);
-  changeTree(account, [&](const TWRoot& root) { root.updateFolder(self()); });
+  changeTrees(account, [&](const TWRoot& root) { root.updateFolder(self()); });
   return true;
 }
 
@@ -175,7 +175,7 @@ void TWFolder::liesBelow(const TWFolder& parent) {
 }
 
 void TWFolder::placeInTree(const std::shared_ptr<TWAccount>& account) {
-  changeTree(account, [&](const TWRoot& root) {
+  changeTrees(account, [&](const TWRoot& root) {
     // Below a folder whose id is not known it can only be found by reading the tree again.
     if ((*this)["parent_folder_id"].isAbsent())
       root.clearCache();
@@ -204,7 +204,7 @@ bool TWFolder::deleteWithError(TWError* error) {
   if (!account) return false;
   const auto deleted = TWDeleteFolder::withAccount(account)->call({self()}, kHardDelete, error);
   if (!firstSucceeded(deleted, error)) return false;
-  changeTree(account, [&](const TWRoot& root) { root.removeFolder(self()); });
+  changeTrees(account, [&](const TWRoot& root) { root.removeFolder(self()); });
   set("folder_id", "");
   set("changekey", "");
   return true;
@@ -216,7 +216,7 @@ bool TWFolder::empty(std::string_view deleteType, bool deleteSubfolders, TWError
   const auto emptied =
       TWEmptyFolder::withAccount(account)->call({self()}, deleteType, deleteSubfolders, error);
   if (!firstSucceeded(emptied, error)) return false;
-  changeTree(account, [](const TWRoot& root) { root.clearCache(); });
+  changeTrees(account, [](const TWRoot& root) { root.clearCache(); });
   return true;
 }
 
@@ -263,8 +263,8 @@ bool TWFolder::refresh(TWError* error) {
   if (!firstSucceeded(fresh, error)) return false;
   for (const auto& field : cls.fields())
     set(field->name(), (*fresh->front().value())[field->name()]);
-  changeTree(account, [&](const TWRoot& root) {
-    if (root.getFolder(folderId()) == self()) root.updateFolder(self());
+  changeTrees(account, [&](const TWRoot& root) {
+    if (root.getFolder(folderId())) root.updateFolder(self());
   });
   return true;
 }

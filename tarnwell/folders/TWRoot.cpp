@@ -71,7 +71,9 @@ void TWRoot::Cache::store(const std::shared_ptr<TWFolder>& folder) {
   auto parentId = parentIdOf(*folder);
   // One that was made of its id alone lies where the one did that it replaces.
   if (parentId.empty()) parentId = std::move(entry.parentId);
-  entry = {folder.get() == &root ? nullptr : folder, std::move(id), std::move(parentId)};
+  // In the root's place is the root, also when it is that of an account's other tree that changed.
+  const bool isRoot = id == folderIdOf(root);
+  entry = {isRoot ? nullptr : folder, std::move(id), std::move(parentId)};
 }
 
 void TWRoot::Cache::remove(const std::string& folderId) {
@@ -109,6 +111,7 @@ void TWRoot::setSubFolders(const TWFolders& folders) {
   auto cache = std::make_unique<Cache>(*this);
   for (const auto& folder : folders) cache->store(folder);
   const std::scoped_lock lock(mutex_);
+  ++changes_;
   cache_ = std::move(cache);
   isFilled_ = true;
 }
@@ -118,6 +121,11 @@ void TWRoot::fillCache(TWError* error) const {
 }
 
 bool TWRoot::updateCache(TWError* error) const {
+  std::uint64_t changesBefore = 0;
+  {
+    const std::scoped_lock lock(mutex_);
+    changesBefore = changes_;
+  }
   auto cache = std::make_unique<Cache>(*this);
   cache->store(self());
   TWError failure;
@@ -129,7 +137,8 @@ bool TWRoot::updateCache(TWError* error) const {
   {
     const std::scoped_lock lock(mutex_);
     cache_ = std::move(cache);
-    isFilled_ = !failure;
+    // What was changed while the server was asked may be missing: the next look reads again.
+    isFilled_ = !failure && changes_ == changesBefore;
   }
   if (failure) setError(error, failure);
   return !failure;
@@ -137,6 +146,7 @@ bool TWRoot::updateCache(TWError* error) const {
 
 void TWRoot::clearCache() const {
   const std::scoped_lock lock(mutex_);
+  ++changes_;
   cache_.reset();
   isFilled_ = false;
 }
@@ -153,6 +163,7 @@ std::shared_ptr<TWFolder> TWRoot::getFolder(std::string_view folderId) const {
 
 void TWRoot::addFolder(const std::shared_ptr<TWFolder>& folder) const {
   const std::scoped_lock lock(mutex_);
+  ++changes_;
   if (!cache_) cache_ = std::make_unique<Cache>(*this);
   cache_->store(folder);
 }
@@ -160,6 +171,7 @@ void TWRoot::addFolder(const std::shared_ptr<TWFolder>& folder) const {
 void TWRoot::removeFolder(const std::shared_ptr<TWFolder>& folder) const {
   if (!folder) return;
   const std::scoped_lock lock(mutex_);
+  ++changes_;
   if (cache_) cache_->remove(folderIdOf(*folder));
 }
 

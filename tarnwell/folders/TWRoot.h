@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -33,7 +34,8 @@ class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
   /// Replaces the cache, as a tree from an archive does. It then counts as filled.
   void setSubFolders(const TWFolders& folders);
   /// Reads the tree anew: this folder, the one from which the search starts, and what is below it.
-  /// On failure the cache holds what could be read, and does not count as filled.
+  /// On failure the cache holds what could be read, and does not count as filled; nor does it when
+  /// it was changed meanwhile.
   bool updateCache(TWError* error = nullptr) const;
   void clearCache() const;
   [[nodiscard]] bool isCacheReady() const;
@@ -97,6 +99,7 @@ class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
   mutable std::mutex mutex_;              // guards all below; never held over a request
   mutable std::unique_ptr<Cache> cache_;  ///< null when nothing is cached
   mutable bool isFilled_ = false;
+  mutable std::uint64_t changes_ = 0;  ///< by upkeep, so far
   mutable TWFolderMap defaultFolders_;
 };
 

@@ -149,6 +149,50 @@ TEST_F(TWAccountRoot, RefetchingKeepsTheArchivedTreeUntilThereIsAnother) {
   EXPECT_TRUE(other->knownRoot());
 }
 
+TEST_F(TWAccountRoot, AChangeIsSeenInTheArchivedTreeAndInTheFetchedOne) {
+  const auto data = archive();
+  const auto fetched = account->root(nullptr);
+  ASSERT_TRUE(fetched);
+  hasRoot();
+  ASSERT_TRUE(fetched->updateCache() && account->importRootData(data));
+  const auto local = account->localRoot();
+  ASSERT_TRUE(local);
+  const std::vector<std::shared_ptr<TWRoot>> trees{fetched, local};
+
+  const auto renamed = fetched->getFolder("A");
+  server.on("UpdateFolder",
+            answer("UpdateFolder", foldersMessage("UpdateFolder", folderXML("A", "renamed"))));
+  ASSERT_TRUE(renamed->save({"name"}));
+  for (const auto& tree : trees) EXPECT_EQ(tree->getFolder("A"), renamed);
+
+  server.on("MoveFolder", test::successAnswer("MoveFolder"));
+  ASSERT_TRUE(renamed->moveToParent(local->getFolder("T")));
+  for (const auto& tree : trees) {
+    EXPECT_THAT(namesOf(tree->getChildren(*tree->getFolder("T"))), ElementsAre("Inbox", "A"));
+    EXPECT_THAT(tree->getChildren(*tree->getFolder("I")), ElementsAre());
+  }
+
+  server.on("DeleteFolder", test::successAnswer("DeleteFolder"));
+  ASSERT_TRUE(fetched->getFolder("I")->deleteWithError());
+  for (const auto& tree : trees) {
+    EXPECT_EQ(tree->getFolder("I"), nullptr);
+    EXPECT_THAT(namesOf(tree->walk()), ElementsAre("Top of Information Store", "A"));
+  }
+
+  // Each stays the root of its own tree.
+  server.on("UpdateFolder",
+            answer("UpdateFolder", foldersMessage("UpdateFolder", folderXML("R", "", "", ""))));
+  ASSERT_TRUE(fetched->save({"name"}) && local->save({"name"}));
+  for (const auto& tree : trees) EXPECT_EQ(tree->getFolder("R"), tree);
+  account->refetchRoot();
+  EXPECT_EQ(account->root(), fetched);
+  EXPECT_THAT(namesOf(fetched->walk()), ElementsAre("Top of Information Store", "A"));
+
+  server.on("EmptyFolder", test::successAnswer("EmptyFolder"));
+  ASSERT_TRUE(account->importRootData(data) && renamed->empty("HardDelete", true));
+  EXPECT_FALSE(fetched->isCacheReady() || account->localRoot()->isCacheReady());
+}
+
 /// A delegate that asks the account for its root when it hears of one.
 class AskingLogger : public TWLoggerDelegate {
  public:

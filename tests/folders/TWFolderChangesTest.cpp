@@ -399,6 +399,39 @@ TEST_F(TWFolderChanges, RefreshMovesAFolderThatLiesElsewhereNow) {
   EXPECT_EQ(moved->parent(), tree().getFolder("B"));
 }
 
+// The tree makes its own objects: the one that is refreshed need not be among them.
+TEST_F(TWFolderChanges, RefreshMovesAFolderOfWhichTheTreeHasAnotherObject) {
+  server.on("GetFolder", [](const std::string& payload) {
+    const bool isInbox = payload.find("\"inbox\"") != std::string::npos;
+    return answer("GetFolder", foldersMessage("GetFolder", isInbox ? folderXML("F", "Inbox", "A")
+                                                                   : folderXML("T", "Top", "R")));
+  });
+  const auto inbox = tree().getDefaultFolder(TWInbox::elementClass());
+  ASSERT_TRUE(inbox);
+  for (const auto& moved : {folder("F"), inbox}) {
+    hasFolders(folderXML("A", "a", "T") + folderXML("B", "b", "T") + folderXML("F", "f", "A"));
+    server.on("GetFolder",
+              answer("GetFolder", foldersMessage("GetFolder", folderXML("T", "Top", "R"))));
+    ASSERT_TRUE(tree().updateCache());
+    const auto a = tree().getFolder("A"), b = tree().getFolder("B");
+    EXPECT_THAT(namesOf(a->children()), ElementsAre("f"));
+    server.on("GetFolder",
+              answer("GetFolder", foldersMessage("GetFolder", folderXML("F", "f", "B"))));
+    ASSERT_TRUE(moved->refresh());
+    EXPECT_THAT(a->children(), IsEmpty());
+    EXPECT_THAT(b->children(), ElementsAre(moved));
+    EXPECT_EQ(moved->parent(), b);
+  }
+}
+
+TEST_F(TWFolderChanges, RefreshPutsNothingIntoATreeThatDoesNotHaveIt) {
+  tree().setSubFolders({root});
+  server.on("GetFolder",
+            answer("GetFolder", foldersMessage("GetFolder", folderXML("F", "f", "R"))));
+  ASSERT_TRUE(folder("F")->refresh());
+  EXPECT_EQ(tree().getFolder("F"), nullptr);
+}
+
 TEST_F(TWFolderChanges, BelowAFolderKnownByItsNameAloneTheTreeIsReadAgain) {
   hasFolders(folderXML("F", "f", "T"));
   const auto moved = tree().foldersMap().at("F");

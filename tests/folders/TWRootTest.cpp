@@ -1,3 +1,4 @@
+#include <functional>
 #include <future>
 #include <latch>
 #include <memory>
@@ -149,6 +150,71 @@ TEST_F(TWRootTest, AWalkAsksAServerThatFailsOnce) {
   EXPECT_EQ(page, 2);
 }
 
+TEST_F(TWRootTest, NavigatingInATreeThatCannotBeReadTellsWhy) {
+  const auto expectStatus = [](const std::shared_ptr<TWFolder>& from, const char* step) {
+    TWError error;
+    EXPECT_EQ(from->navigate(step, &error), nullptr);
+    EXPECT_TRUE(error.is(TWErrorCode::ErrorSOAP)) << step << ": " << error;
+  };
+  expectStatus(root, "Inbox");
+  expectStatus(folder("I"), "..");
+  // Nobody has to be asked what lies above the root.
+  const auto asked = server.requestCount();
+  TWError error;
+  EXPECT_EQ(root->navigate("..", &error), nullptr);
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Already at top"));
+  EXPECT_EQ(server.requestCount(), asked);
+  // What came with a first page is found.
+  server.on("FindFolder", [](const std::string& payload) {
+    if (payload.find("Offset=\"0\"") == std::string::npos) return test::failedAnswer();
+    return answer("FindFolder",
+                  pageMessage("FindFolder", "Folders", folderXML("I", "Inbox", "T"), false, 1));
+  });
+  const auto inbox = folder("T")->navigate("Inbox", &error);
+  ASSERT_TRUE(inbox);
+  EXPECT_EQ((*inbox)["folder_id"], TWValue("I"));
+  expectStatus(folder("T"), "Outbox");
+  // Nor is there a tree without a root.
+  server.on("GetFolder", test::failedAnswer());
+  const auto rootless = test::makeAccount(server.url());
+  expectStatus(TWFolder::make(TWFolder::elementClass(), {{"folder_id", "I"}}, rootless), "x");
+}
+
+TEST_F(TWRootTest, AChangeWhileTheTreeIsReadIsNotLost) {
+  const auto inbox = folderXML("I", "Inbox", "T"), made = folderXML("N", "New", "T");
+  const auto expectKeys = [&](const std::function<void()>& change, const std::string& newer,
+                              const std::string& keys) {
+    server.on("FindFolder", [&](const std::string&) {
+      change();
+      return answer("FindFolder", pageMessage("FindFolder", "Folders", inbox));
+    });
+    ASSERT_TRUE(tree().updateCache());
+    EXPECT_FALSE(tree().isCacheReady());
+    hasFolders(newer);
+    EXPECT_EQ(keysOf(tree().foldersMap()), keys);
+    EXPECT_TRUE(tree().isCacheReady());
+  };
+  expectKeys([&] { tree().addFolder(folder("N")); }, inbox + made, "I N R T ");
+  expectKeys([&] { tree().removeFolder(folder("I")); }, made, "N R T ");
+  expectKeys([&] { tree().clearCache(); }, inbox + made, "I N R T ");
+  expectKeys([&] { tree().setSubFolders({folder("N")}); }, inbox + made, "I N R T ");
+}
+
+TEST_F(TWRootTest, FoldersAreFoundBelowTheTopOfTheStore) {
+  hasFolders(folderXML("I", "Inbox", "T"));
+  EXPECT_THAT(namesOf(root->findFolders("IdOnly", "Shallow")), ElementsAre("Inbox"));
+  EXPECT_THAT(server.operations(), ElementsAre("GetFolder", "FindFolder"));
+  EXPECT_THAT(server.payload(0), HasSubstr("<t:DistinguishedFolderId Id=\"msgfolderroot\""));
+  EXPECT_THAT(server.payload(1), HasSubstr("Traversal=\"Shallow\""));
+  EXPECT_THAT(server.payload(1), HasSubstr("<m:ParentFolderIds><t:FolderId Id=\"T\""));
+  server.startOver();
+  server.on("GetFolder", errorAnswer("GetFolder", "ErrorFolderNotFound"));
+  TWError error;
+  EXPECT_THAT(root->findFolders("IdOnly", "Shallow", &error), IsEmpty());
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorFolderNotFound)) << error;
+  EXPECT_THAT(server.operations(), ElementsAre("GetFolder"));
+}
+
 TEST_F(TWRootTest, WithoutAStartTheMapHoldsTheRootAlone) {
   server.on("GetFolder", errorAnswer("GetFolder", "ErrorFolderNotFound"));
   TWError error;
@@ -200,6 +266,16 @@ TEST_F(TWRootTest, AnArchivedTreeCountsAsFilled) {
   EXPECT_FALSE(tree().isCacheReady());
   EXPECT_FALSE(tree().subFolders());
   EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWRootTest, ATreeWithoutAFolderDoesNotCountAsFilled) {
+  tree().setSubFolders({});
+  EXPECT_TRUE(tree().subFolders());
+  EXPECT_FALSE(tree().isCacheReady());
+  tree().setSubFolders({folder("A")});
+  EXPECT_TRUE(tree().isCacheReady());
+  tree().removeFolder(folder("A"));
+  EXPECT_FALSE(tree().isCacheReady());
 }
 
 TEST_F(TWRootTest, RefreshDropsTheCacheEvenWhenItFails) {
@@ -425,6 +501,21 @@ TEST_F(TWRootTest, AWellKnownFolderIsOneObjectForAllThatAskAtOnce) {
   ASSERT_TRUE(notes);
   for (std::size_t i = 1; i < asked.size(); ++i) EXPECT_EQ(asked[i].get(), notes);
   EXPECT_EQ(tree().getDefaultFolder<TWNotes>(), notes);
+}
+
+TEST_F(TWRootTest, AFoldersParentIsTheOneThatWasSetElseTheOneInTheTree) {
+  hasFolders(folderXML("I", "Inbox", "T") + folderXML("S", "Sub", "I"));
+  ASSERT_TRUE(tree().updateCache());
+  const auto sub = tree().getFolder("S"), inbox = tree().getFolder("I");
+  EXPECT_EQ(sub->parent(), inbox);
+  const auto other = folder("O");
+  sub->setParent(other);
+  EXPECT_EQ(sub->parent(), other);
+  sub->setParent(nullptr);
+  EXPECT_EQ(sub->parent(), inbox);
+  server.on("MoveFolder", test::successAnswer("MoveFolder"));
+  ASSERT_TRUE(sub->moveToParent(folder("I")));
+  EXPECT_EQ(sub->parent(), inbox) << "the one that it was moved to is gone";
 }
 
 TEST_F(TWRootTest, AFolderThatDoesNotSayWhereItLiesStaysWhereItWas) {

@@ -2,6 +2,7 @@
 
 #include <unordered_set>
 
+#include "tarnwell/account/TWAccount.h"
 #include "tarnwell/folders/TWRoot.h"
 
 namespace tarnwell::detail {
@@ -9,8 +10,10 @@ namespace tarnwell::detail {
 const TWRoot* FolderTree::root() {
   if (!hasLooked_) {
     hasLooked_ = true;
-    root_ = from_.root();
-    if (root_) root_->fillCache(nullptr);
+    root_ = std::dynamic_pointer_cast<TWRoot>(from_.self());
+    const auto account = from_.account();
+    if (!root_ && account) root_ = account->anyRoot(&failure_);
+    if (root_) root_->fillCache(&failure_);
   }
   return root_.get();
 }
@@ -23,6 +26,7 @@ TWFolders FolderTree::children(const TWFolder& folder) {
 
 std::shared_ptr<TWFolder> FolderTree::parent(const TWFolder& folder) {
   if (auto parent = folder.parent_.lock()) return parent;
+  if (dynamic_cast<const TWRoot*>(&folder) != nullptr) return nullptr;  // no need to ask
   const auto* const root = this->root();
   return root == nullptr ? nullptr : root->cachedParent(folder);
 }
@@ -45,6 +49,12 @@ TWFolders FolderTree::below(const TWFolder& folder) {
     found.push_back(std::move(next));
   }
   return found;
+}
+
+std::vector<std::shared_ptr<TWRoot>> FolderTree::knownTo(const TWAccount& account) {
+  std::vector<std::shared_ptr<TWRoot>> roots{account.localRoot(), account.fetchedRoot()};
+  std::erase(roots, nullptr);
+  return roots;
 }
 
 }  // namespace tarnwell::detail
