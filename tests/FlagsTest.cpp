@@ -1,5 +1,5 @@
 // A pointer turns into a bool by itself: an error argument that lands in the place of a flag,
-// because the flag was forgotten, must not compile.
+// because the flag was forgotten, must not compile. Nor must a number for a flag of a service.
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -39,6 +39,34 @@ concept DeletesItems = requires(TWDeleteItem& service, Flag flag) {
   service.call({}, kText, kText, kText, flag);
 };
 template <class Flag>
+concept ResolvesNames = requires(TWResolveNames& service, Flag flag) {
+  service.call({}, TWList(), flag);
+};
+template <class Flag>
+concept WritesEmptying = requires(TWEmptyFolder& service, Flag flag) {
+  service.getPayload({}, "HardDelete", flag);
+};
+template <class Flag>
+concept WritesGetting = requires(TWGetAttachment& service, Flag flag) {
+  service.getPayload({}, flag);
+};
+template <class Flag>
+concept WritesZones = requires(TWGetServerTimeZones& service, Flag flag) {
+  service.getPayload(flag);
+};
+template <class Flag>
+concept WritesUpdates = requires(TWUpdateItem& service, Flag flag) {
+  service.getPayload({}, kText, kText, kText, flag);
+};
+template <class Flag>
+concept WritesDeletions = requires(TWDeleteItem& service, Flag flag) {
+  service.getPayload({}, kText, kText, kText, flag);
+};
+template <class Flag>
+concept WritesNames = requires(TWResolveNames& service, Flag flag) {
+  service.getPayload({}, {}, flag, std::nullopt, std::nullopt);
+};
+template <class Flag>
 concept Posts = requires(TWConnection& connection, Flag flag) {
   connection.post(kText, std::nullopt, kText, flag);
 };
@@ -60,15 +88,28 @@ concept Discovers = requires(Credentials credentials, Flag flag) {
 };
 
 template <class Flag>
-constexpr int kTakenBy =
+constexpr int kTakenByConnections =
+    Posts<Flag> + Fetches<Flag> + Connects<Flag> + ConnectsWithOptions<Flag> + Discovers<Flag>;
+template <class Flag>
+constexpr int kTakenByServices =
     EmptiesFolders<Flag> + EmptiesByService<Flag> + GetsAttachments<Flag> + GetsZones<Flag> +
-    UpdatesItems<Flag> + DeletesItems<Flag> + Posts<Flag> + Fetches<Flag> + Connects<Flag> +
-    ConnectsWithOptions<Flag> + Discovers<Flag>;
+    UpdatesItems<Flag> + DeletesItems<Flag> + ResolvesNames<Flag> + WritesEmptying<Flag> +
+    WritesGetting<Flag> + WritesZones<Flag> + WritesUpdates<Flag> + WritesDeletions<Flag> +
+    WritesNames<Flag>;
 
 TEST(Flags, AreNotMadeOfPointers) {
-  EXPECT_EQ(kTakenBy<bool>, 11);
-  EXPECT_EQ(kTakenBy<TWError*>, 0);
-  EXPECT_EQ(kTakenBy<const char*>, 0);
+  EXPECT_EQ(kTakenByConnections<bool>, 5);
+  EXPECT_EQ(kTakenByConnections<TWError*>, 0);
+  EXPECT_EQ(kTakenByConnections<const char*>, 0);
+}
+
+TEST(Flags, OfServicesAreBoolsOnly) {
+  EXPECT_EQ(kTakenByServices<bool>, 13);
+  EXPECT_EQ(kTakenByServices<TWError*>, 0);
+  EXPECT_EQ(kTakenByServices<const char*>, 0);
+  EXPECT_EQ(kTakenByServices<int>, 0);
+  EXPECT_EQ(kTakenByServices<double>, 0);
+  EXPECT_EQ(kTakenByServices<TWErrorCode>, 0);
 }
 
 }  // namespace

@@ -248,9 +248,8 @@ class TWFolder : public detail::FolderKind<TWFolder, TWRegisterMixIn>, public TW
   /// Removes what is in the folder.
   /// @param deleteType  "HardDelete", "SoftDelete" or "MoveToDeletedItems".
   bool empty(std::string_view deleteType, bool deleteSubfolders, TWError* error = nullptr);
-  /// A pointer is no flag.
-  bool empty(std::string_view deleteType, const void* deleteSubfolders,
-             TWError* error = nullptr) = delete;
+  /// Nothing but a bool is a flag.
+  bool empty(std::string_view deleteType, auto deleteSubfolders, TWError* error = nullptr) = delete;
   /// Removes all that can be removed, for good: where the server refuses to empty it with its
   /// subfolders, these are deleted one by one. Goes on past one that cannot be deleted, and reports
   /// the first failure.

@@ -25,16 +25,20 @@ class TWDeleteItem : public TWEWSAccountService, public TWServiceStatics<TWDelet
                                            std::string_view sendMeetingCancellations,
                                            std::string_view affectedOccurrences,
                                            bool suppressReadReceipts, TWError* error = nullptr);
-  /// A pointer is no flag.
+  /// Nothing but a bool is a flag.
   std::optional<TWList> call(const TWItemEntries& ids, std::string_view deleteType,
                              std::string_view sendMeetingCancellations,
-                             std::string_view affectedOccurrences, const void* suppressReadReceipts,
+                             std::string_view affectedOccurrences, auto suppressReadReceipts,
                              TWError* error = nullptr) = delete;
   /// Whether read receipts are suppressed is said to servers from 2013 on.
   [[nodiscard]] NKXMLElement getPayload(const TWItemEntries& ids, std::string_view deleteType,
                                         std::string_view sendMeetingCancellations,
                                         std::string_view affectedOccurrences,
                                         bool suppressReadReceipts, TWError* error = nullptr) const;
+  NKXMLElement getPayload(const TWItemEntries& ids, std::string_view deleteType,
+                          std::string_view sendMeetingCancellations,
+                          std::string_view affectedOccurrences, auto suppressReadReceipts,
+                          TWError* error = nullptr) const = delete;
 };
 
 }  // namespace tarnwell

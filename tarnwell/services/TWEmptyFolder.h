@@ -22,11 +22,13 @@ class TWEmptyFolder : public TWEWSAccountService, public TWServiceStatics<TWEmpt
   /// @param deleteType  "HardDelete" and the like, passed on as given.
   [[nodiscard]] std::optional<TWList> call(const TWList& folders, std::string_view deleteType,
                                            bool deleteSubfolders, TWError* error = nullptr);
-  /// A pointer is no flag.
+  /// Nothing but a bool is a flag.
   std::optional<TWList> call(const TWList& folders, std::string_view deleteType,
-                             const void* deleteSubfolders, TWError* error = nullptr) = delete;
+                             auto deleteSubfolders, TWError* error = nullptr) = delete;
   [[nodiscard]] NKXMLElement getPayload(const TWList& folders, std::string_view deleteType,
                                         bool deleteSubfolders, TWError* error = nullptr) const;
+  NKXMLElement getPayload(const TWList& folders, std::string_view deleteType, auto deleteSubfolders,
+                          TWError* error = nullptr) const = delete;
 };
 
 }  // namespace tarnwell

@@ -19,11 +19,13 @@ class TWGetAttachment : public TWEWSAccountService, public TWServiceStatics<TWGe
   /// @param ids  texts and attachment ids
   [[nodiscard]] std::optional<TWList> call(const TWList& ids, bool includeMimeContent,
                                            TWError* error = nullptr);
-  /// A pointer is no flag.
-  std::optional<TWList> call(const TWList& ids, const void* includeMimeContent,
+  /// Nothing but a bool is a flag.
+  std::optional<TWList> call(const TWList& ids, auto includeMimeContent,
                              TWError* error = nullptr) = delete;
   [[nodiscard]] NKXMLElement getPayload(const TWList& ids, bool includeMimeContent,
                                         TWError* error = nullptr) const;
+  NKXMLElement getPayload(const TWList& ids, auto includeMimeContent,
+                          TWError* error = nullptr) const = delete;
 };
 
 }  // namespace tarnwell

@@ -23,10 +23,11 @@ class TWGetServerTimeZones : public TWEWSService, public TWServiceStatics<TWGetS
   /// @param returnFullTimeZoneData  ask for the rules of the zones too; they are not read.
   /// Errors: 264 (ErrorMissingArgument) on a server before Exchange 2010; then nothing is sent.
   [[nodiscard]] std::optional<TWList> call(bool returnFullTimeZoneData, TWError* error = nullptr);
-  /// A pointer is no flag.
-  std::optional<TWList> call(const void* returnFullTimeZoneData, TWError* error = nullptr) = delete;
+  /// Nothing but a bool is a flag.
+  std::optional<TWList> call(auto returnFullTimeZoneData, TWError* error = nullptr) = delete;
 
   [[nodiscard]] NKXMLElement getPayload(bool returnFullTimeZoneData) const;
+  NKXMLElement getPayload(auto returnFullTimeZoneData) const = delete;
 
  protected:
   [[nodiscard]] TWList getElementsInContainer(const NKXMLElement& container) const override;

@@ -48,6 +48,12 @@ class TWResolveNames : public TWEWSService, public TWServiceStatics<TWResolveNam
       bool returnFullContactData = false,
       const std::optional<std::string>& searchScope = std::nullopt,
       const std::optional<std::string>& contactDataShape = std::nullopt, TWError* error = nullptr);
+  /// Nothing but a bool is a flag.
+  std::optional<Mailboxes> call(const std::vector<std::string>& names, const TWList& parentFolders,
+                                auto returnFullContactData,
+                                const std::optional<std::string>& searchScope = std::nullopt,
+                                const std::optional<std::string>& contactDataShape = std::nullopt,
+                                TWError* error = nullptr) = delete;
 
   [[nodiscard]] std::optional<Mailboxes> call(const std::vector<std::string>& names,
                                               const Options& options, TWError* error = nullptr) {
@@ -61,6 +67,10 @@ class TWResolveNames : public TWEWSService, public TWServiceStatics<TWResolveNam
                                         const std::optional<std::string>& searchScope,
                                         const std::optional<std::string>& contactDataShape,
                                         TWError* error = nullptr) const;
+  NKXMLElement getPayload(const std::vector<std::string>& names, const TWList& parentFolders,
+                          auto returnFullContactData, const std::optional<std::string>& searchScope,
+                          const std::optional<std::string>& contactDataShape,
+                          TWError* error = nullptr) const = delete;
 };
 
 }  // namespace tarnwell

@@ -37,17 +37,21 @@ class TWUpdateItem : public TWEWSAccountService, public TWServiceStatics<TWUpdat
                                            std::string_view disposition,
                                            std::string_view sendingMeetingInvitesOrCancels,
                                            bool suppressReadReceipts, TWError* error = nullptr);
-  /// A pointer is no flag.
+  /// Nothing but a bool is a flag.
   std::optional<TWList> call(const std::vector<TWItemUpdate>& updates,
                              std::string_view conflictResolution, std::string_view disposition,
                              std::string_view sendingMeetingInvitesOrCancels,
-                             const void* suppressReadReceipts, TWError* error = nullptr) = delete;
+                             auto suppressReadReceipts, TWError* error = nullptr) = delete;
   /// Whether read receipts are suppressed is said to servers from 2013 on.
   [[nodiscard]] NKXMLElement getPayload(const std::vector<TWItemUpdate>& updates,
                                         std::string_view conflictResolution,
                                         std::string_view disposition,
                                         std::string_view sendingMeetingInvitesOrCancels,
                                         bool suppressReadReceipts, TWError* error = nullptr) const;
+  NKXMLElement getPayload(const std::vector<TWItemUpdate>& updates,
+                          std::string_view conflictResolution, std::string_view disposition,
+                          std::string_view sendingMeetingInvitesOrCancels,
+                          auto suppressReadReceipts, TWError* error = nullptr) const = delete;
   /// `t:SetItemField` and `t:DeleteItemField` elements, in the order of the class's fields. A field
   /// that is cleared, and has no entries, gets both: deleted, then set to nothing, deliberately.
   /// Absent with an error.
