@@ -327,6 +327,8 @@ class TWAccount : public TWObject, public TWServiceContext {
 
   /// The bytes of a file that is attached. Absent, without an error, for no id and for an
   /// attachment without content.
+  ///
+  /// Errors: those of the service; ErrorTransport for an answer without the attachment.
   [[nodiscard]] std::optional<TWData> getAttachment(const std::optional<std::string>& id,
                                                     TWError* error = nullptr);
 

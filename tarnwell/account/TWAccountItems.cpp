@@ -170,6 +170,7 @@ std::optional<TWResults<std::shared_ptr<TWBulkCreateResult>>> TWAccount::bulkCre
   const auto results = TWCreateItem::withAccount(self())->call(items, target, messageDisposition,
                                                                sendMeetingInvitiations, error);
   if (!results) return std::nullopt;
+  const bool isSent = messageDisposition == kSendOnly || messageDisposition == kSendAndSaveCopy;
   TWResults<std::shared_ptr<TWBulkCreateResult>> outcomes;
   for (std::size_t at = 0; at < items.size(); ++at) {
     const auto result = at < results->size() ? (*results)[at] : TWValue();
@@ -177,7 +178,7 @@ std::optional<TWResults<std::shared_ptr<TWBulkCreateResult>>> TWAccount::bulkCre
       outcomes.emplace_back(std::move(caught));
     else if (auto created = TWBulkCreateResult::fromXML(result.asXML(), self()))
       outcomes.emplace_back(std::move(created));
-    else if (!result.isAbsent() && messageDisposition != kSaveOnly)
+    else if (!result.isAbsent() && isSent)
       // What was sent, and is saved nowhere that the server would tell of, has no id.
       outcomes.emplace_back(TWBulkCreateResult::withDict());
     else
@@ -375,12 +376,15 @@ std::optional<TWData> TWAccount::getAttachment(const std::optional<std::string>&
   if (!id) return std::nullopt;
   const auto results = TWGetAttachment::withAccount(self())->call(
       {TWAttachmentId::withDict({{"id", *id}})}, false, error);
-  if (!results || results->empty()) return std::nullopt;
-  if (auto caught = results->front().asError()) {
-    setError(error, std::move(caught));
+  if (!results) return std::nullopt;
+  const auto result = results->empty() ? TWValue() : results->front();
+  const auto xml = result.asXML();
+  if (!xml) {
+    const auto caught = result.asError();
+    setError(error, caught ? caught : missingResult(TWGetAttachment::descriptor()));
     return std::nullopt;
   }
-  const auto attachment = TWFileAttachment::fromXML(results->front().asXML(), self());
+  const auto attachment = TWFileAttachment::fromXML(xml, self());
   return attachment ? attachment->get<TWData>("_content") : std::nullopt;
 }
 

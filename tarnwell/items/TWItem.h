@@ -64,11 +64,15 @@ class TWItem : public detail::ElementKind<TWItem, TWRegisterMixIn> {
   void setParentItem(const std::shared_ptr<TWItem>& item);
 
   // The item on the server. Whatever fails leaves the item as it was; what validation fills in
-  // ("content_type", defaults) stays in its attachments, and in the items attached. Errors:
-  // ErrorValueOutOfRange for an item that has no account, or no id where it must have one; those of
-  // the account's operation; that which came in place of the item's result.
+  // ("content_type", defaults) stays in the elements that it holds: mailboxes, entries,
+  // attachments, the items attached. Errors: ErrorValueOutOfRange for an item that has no account,
+  // or no id where it must have one; those of the account's operation; that which came in place of
+  // the item's result.
 
   /// Creates the item in its folder, with its attachments, or updates the one on the server.
+  ///
+  /// Errors: also ErrorType for an item with a list of categories, as servers tell them, which
+  /// cannot be written, deliberately: name the properties to write.
   bool save(TWError* error = nullptr);
   /// @param updateFields  names of the properties to write, of which those without a value are
   ///                      cleared on the server. None: all that have a value and can be written.
@@ -92,7 +96,7 @@ class TWItem : public detail::ElementKind<TWItem, TWRegisterMixIn> {
   [[nodiscard]] std::vector<std::string> fieldNamesToUpdate() const;
   /// Reads all fields anew. What the server does not tell stays as it was.
   bool refresh(TWError* error = nullptr);
-  /// Afterwards the item has the id that it has there.
+  /// Afterwards the item has the id that it has there; none where the server tells none.
   bool move(const std::shared_ptr<TWFolder>& toFolder, TWError* error = nullptr);
   /// Afterwards the item is in the account's Deleted Items, without an id.
   bool moveToTrash(const TWItemDeletion& how = {}, TWError* error = nullptr);

@@ -14,7 +14,8 @@ using detail::badValue;
 
 namespace {
 
-constexpr std::string_view kSaveOnly = "SaveOnly", kSendAndSaveCopy = "SendAndSaveCopy";
+constexpr std::string_view kSaveOnly = "SaveOnly", kSendOnly = "SendOnly",
+                           kSendAndSaveCopy = "SendAndSaveCopy";
 constexpr auto kAttachments = "attachments", kAttachmentId = "attachment_id";
 
 using Attachments = std::vector<std::shared_ptr<TWAttachment>>;
@@ -104,14 +105,20 @@ std::shared_ptr<TWBulkCreateResult> TWItem::create(std::string_view messageDispo
     return nullptr;
   }
   const auto self = std::static_pointer_cast<TWItem>(shared_from_this());
-  const auto before = allKeys();
+  std::vector<std::pair<std::string, TWValue>> before;
+  for (const auto& key : allKeys()) before.emplace_back(key, get(key));
   const auto created =
       account->bulkCreate(folder(), {self}, messageDisposition, sendMeetingInvitations, error);
   const auto* const outcome = outcomeOf(created, error);
-  if (outcome != nullptr) return messageDisposition == kSaveOnly ? outcome->value() : nullptr;
-  // What validation filled in.
+  if (outcome != nullptr) {
+    const bool isSent = messageDisposition == kSendOnly || messageDisposition == kSendAndSaveCopy;
+    return isSent ? nullptr : outcome->value();
+  }
+  // What validation filled in, and what it put in the place of values that were given otherwise.
   for (const auto& key : allKeys())
-    if (std::ranges::find(before, key) == before.end()) remove(key);
+    if (std::ranges::find(before, key, &decltype(before)::value_type::first) == before.end())
+      remove(key);
+  for (auto& [key, value] : before) set(key, std::move(value));
   return nullptr;
 }
 

@@ -631,6 +631,10 @@ TEST_F(TWAccountItems, TheContentOfAnAttachmentIsDecoded) {
               EqualsXML("<m:GetAttachment><m:AttachmentShape/><m:AttachmentIds>"
                         "<t:AttachmentId Id='X'/></m:AttachmentIds></m:GetAttachment>"));
   EXPECT_EQ(content(file("")), std::pair(std::optional<TWData>(), TWError()));
+  EXPECT_EQ(content(done("GetAttachment", "<m:Attachments/>")),
+            std::pair(std::optional<TWData>(),
+                      TWError(TWErrorCode::ErrorTransport,
+                              "No Attachments elements in ResponseMessage (null)")));
   const auto [data, error] = content(failed("GetAttachment", "ErrorItemNotFound"));
   EXPECT_FALSE(data);
   EXPECT_TRUE(error.is(TWErrorCode::ErrorItemNotFound)) << error;

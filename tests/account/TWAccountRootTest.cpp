@@ -1,3 +1,4 @@
+#include <atomic>
 #include <future>
 #include <string>
 #include <thread>
@@ -214,6 +215,40 @@ TEST_F(TWAccountRoot, CanBeAskedForByTheDelegateThatIsToldOfIt) {
   account->fetchRoot();
   EXPECT_THAT(delegate->answers, ElementsAre(account->root()));
   EXPECT_THAT(server.operations(), ElementsAre("GetFolder"));
+}
+
+TEST_F(TWAccountRoot, CanBeAskedForByTheDelegateThatIsToldOfItWhenItIsRefetched) {
+  hasRoot();
+  const auto delegate = std::make_shared<AskingLogger>();
+  delegate->account = account;
+  TWLogger::logger().setDelegate(delegate);
+  account->refetchRoot();
+  EXPECT_THAT(delegate->answers, ElementsAre(account->root()));
+  EXPECT_THAT(server.operations(), ElementsAre("GetFolder"));
+}
+
+/// A delegate that lets a thread of its own fetch the account's root when the first line comes.
+class FetchingLogger : public TWLoggerDelegate {
+ public:
+  void debug(const std::string& /*message*/) override {}
+  void release(const std::string& /*message*/) override {
+    if (!hasFetched_.exchange(true)) std::thread([this] { account.lock()->fetchRoot(); }).join();
+  }
+  std::weak_ptr<TWAccount> account;
+
+ private:
+  std::atomic<bool> hasFetched_ = false;
+};
+
+TEST_F(TWAccountRoot, CanBeFetchedByAnotherThreadWhileItIsBeingFetched) {
+  hasRoot();
+  const auto delegate = std::make_shared<FetchingLogger>();
+  delegate->account = account;
+  TWLogger::logger().setDelegate(delegate);
+  const auto root = account->root();
+  ASSERT_TRUE(root);
+  EXPECT_EQ(account->root(nullptr), root);
+  EXPECT_THAT(server.operations(), ElementsAre("GetFolder", "GetFolder"));
 }
 
 /// A delegate that asks the account for its root on every line.

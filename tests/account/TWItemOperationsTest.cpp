@@ -7,6 +7,7 @@
 #include "tarnwell/account/TWAccount.h"
 #include "tarnwell/items/TWAttachment.h"
 #include "tarnwell/items/TWMessage.h"
+#include "tarnwell/schema/TWTextFields.h"
 
 #include "tests/folders/FolderTesting.h"
 #include "tests/support/XMLMatchers.h"
@@ -149,6 +150,32 @@ TEST_F(TWItemOperations, AnUpdateWithoutNamesWritesWhatHasAValueAndMayBeWritten)
   EXPECT_THAT(message->fieldNamesToUpdate(), ElementsAre("subject", "culture"));
 }
 
+TEST_F(TWItemOperations, AnUpdateWithoutNamesLeavesOutWhatTheServerDoesNotKnow) {
+  const auto newer = TWCharField::withProps(
+      {.name = "newer", .fieldURI = "message:Newer", .supportedFrom = TWBuild(15, 0)});
+  TWMessage::addField(newer, 0);
+  const auto message = savedMessage();
+  message->set("newer", "n");
+  account->setVersion(TWVersion(TWBuild(14, 1)));
+  const auto in2010 = message->fieldNamesToUpdate();
+  account->setVersion(TWVersion(TWBuild(15, 0)));
+  const auto in2013 = message->fieldNamesToUpdate();
+  TWMessage::removeField(*newer);
+  EXPECT_THAT(in2010, ElementsAre("subject", "culture"));
+  EXPECT_THAT(in2013, ElementsAre("newer", "subject", "culture"));
+}
+
+TEST_F(TWItemOperations, AnItemWithCategoriesIsSavedByTheNamesOfOtherProperties) {
+  server.on("UpdateItem", items("UpdateItem", ""));
+  const auto message = savedMessage();
+  message->set("categories", TWList{"Red", "Blue"});
+  EXPECT_TRUE(
+      failure(message, [&](TWError* e) { return message->save(e); }).is(TWErrorCode::ErrorType));
+  EXPECT_EQ(server.requestCount(), 0U);
+  TWError error;
+  EXPECT_TRUE(message->save({"subject"}, "AutoResolve", "SendToNone", &error)) << error;
+}
+
 TEST_F(TWItemOperations, WithNothingToWriteNothingIsSent) {
   const auto message = TWMessage::withDict({{"folder", in}, {"item_id", "M"}});
   EXPECT_TRUE(message->save());
@@ -189,9 +216,18 @@ TEST_F(TWItemOperations, WhatIsSentHasNoResult) {
   EXPECT_FALSE(error) << error;
   EXPECT_TRUE(savedMessage()->update({"subject"}, "SaveOnly", "AutoResolve", "SendToNone"));
   EXPECT_TRUE(newMessage()->create("SaveOnly", "SendToNone"));
+  EXPECT_TRUE(newMessage()->create("Bogus", "SendToNone")) << "the server's to judge";
   server.on("CreateItem", errorAnswer("CreateItem", "ErrorItemNotFound"));
   EXPECT_EQ(message->create("SendAndSaveCopy", "SendToNone", &error), nullptr);
   EXPECT_TRUE(error.is(TWErrorCode::ErrorItemNotFound)) << error;
+}
+
+TEST_F(TWItemOperations, WhatIsNotKnownToBeSentMustHaveAResult) {
+  server.on("CreateItem", answer("CreateItem", responseMessage("CreateItem", "Success", "NoError",
+                                                               "<m:Items/>")));
+  TWError error;
+  EXPECT_EQ(newMessage()->create("Bogus", "SendToNone", &error), nullptr);
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorTransport)) << error;
 }
 
 TEST_F(TWItemOperations, FailWithoutAnIdOrAnAccount) {
@@ -225,6 +261,9 @@ TEST_F(TWItemOperations, LeaveTheItemAsItWasWhenTheServerRefuses) {
   const auto file = TWFileAttachment::withDict({{"name", "a"}, {"content_type", "text/plain"}});
   EXPECT_TRUE(file->setContent({'A'}) && fresh->attach(file));
   fresh->remove("culture");
+  // These are mailboxes once they have been validated.
+  fresh->set("to_recipients", TWValue::list({"bob@example.com"}));
+  fresh->set("sender", "ann@example.com");
   refused("CreateItem", fresh, [&](TWError* e) { return fresh->save(e); });
   EXPECT_EQ(fresh->idPair(), std::nullopt);
   EXPECT_EQ(fresh->folder(), in);
@@ -263,6 +302,18 @@ TEST_F(TWItemOperations, MovingTakesTheIdAndTheFolder) {
   EXPECT_EQ(message->folder(), to);
   EXPECT_THAT(server.payload(0),
               HasSubstr("<m:ItemIds><t:ItemId Id=\"M\" ChangeKey=\"old\"/></m:ItemIds>"));
+}
+
+TEST_F(TWItemOperations, AnItemThatWasMovedHasNoIdWhereTheServerTellsNone) {
+  server.on("MoveItem",
+            answer("MoveItem", responseMessage("MoveItem", "Success", "NoError", "<m:Items/>")));
+  const auto message = savedMessage();
+  const auto to = folder("T");
+  TWError error;
+  EXPECT_TRUE(message->move(to, &error)) << error;
+  EXPECT_EQ(message->idPair(), std::nullopt);
+  EXPECT_TRUE(message->get("changekey").isAbsent());
+  EXPECT_EQ(message->folder(), to);
 }
 
 TEST_F(TWItemOperations, DeletingTakesTheIdAndLeavesTheFolderThatHoldsTheItemNow) {
