@@ -351,12 +351,12 @@ Q Q::copy() const {
 }
 
 Q Q::qAnd(const Q& other, TWError* error) const {
-  if (!node_ || !other) return nullptr;
+  if (!node_) return nullptr;
   return withQueries({*this, other}, {{"conn_type", kAnd}}, error);
 }
 
 Q Q::qOr(const Q& other, TWError* error) const {
-  if (!node_ || !other) return nullptr;
+  if (!node_) return nullptr;
   return withQueries({*this, other}, {{"conn_type", kOr}}, error);
 }
 
@@ -453,6 +453,11 @@ NKXMLElement Q::xmlElem(const TWFolder& folder, const TWVersion* version, TWErro
 
 NKXMLElement Q::writtenXML(const TWFolder& folder, const TWVersion* version, TWError* error) const {
   if (!node_ || isEmpty()) return {};
+  if (node_->queryString) {
+    fail(error, "A query string cannot be combined with other restrictions: %@, %@",
+         {TWList{description()}, TWKeywords().description()});
+    return {};
+  }
   if (!connToXML(connType())) {
     fail(error, "Connector %@ is not supported", {connType()});
     return {};

@@ -51,7 +51,8 @@ class Q {
 
   /// Joins queries and keyword arguments. Empty queries are left out, one that stands alone is
   /// taken as it is; a text that stands alone is a free-text search. The keyword "conn_type" says
-  /// how to join ("AND" unless "OR" or "NOT" is given).
+  /// how to join ("AND" unless "OR" or "NOT" is given). A free-text search that stands alone is not
+  /// negated by "NOT", deliberately: write NOT in its text.
   ///
   /// A keyword is the path of a field, alone (equality) or with a lookup, "size__gt". The lookups:
   /// "range" (a list of two), "in" (a list: equal to any), "not", "gt", "gte", "lt", "lte",
@@ -114,12 +115,13 @@ class Q {
 
   /// An independent tree.
   [[nodiscard]] Q copy() const;
-  /// This node and the other one in a new node. Null with an error when either is a free-text
-  /// search and the other is not empty.
+  /// This node and the other one in a new node. Null with an error when the other one is null, or
+  /// when either is a free-text search and the other is not empty.
   [[nodiscard]] Q qAnd(const Q& other, TWError* error = nullptr) const;
   [[nodiscard]] Q qOr(const Q& other, TWError* error = nullptr) const;
   /// The negation. A comparison ("==", "<", ...) and a NOT are changed in place, and it is this
-  /// node that is returned; other nodes are left alone and put into a new one.
+  /// node that is returned; other nodes are left alone and put into a new one. A free-text search
+  /// cannot be negated, and stays as it is, deliberately: write NOT in its text.
   [[nodiscard]] Q qNot(TWError* error = nullptr);
 
   /// The same on copies. Null when either side is null or they cannot be combined.
@@ -132,11 +134,12 @@ class Q {
   ///
   /// Errors: those of looking up and validating the fields; ErrorValueOutOfRange for fields that
   /// the folder's items do not have or that cannot be searched, for an operator or connector that
-  /// is none, for nodes whose children are all empty, and for a query nested deeper than 1,024
-  /// levels.
+  /// is none, for nodes whose children are all empty, for a free-text search below another node,
+  /// and for a query nested deeper than 1,024 levels.
   [[nodiscard]] NKXMLElement toXML(const TWFolder& folder, const TWVersion* version,
                                    TWError* error = nullptr) const;
-  /// The element without `m:Restriction`; invalid without an error for an empty query.
+  /// The element without `m:Restriction`; invalid without an error for an empty query. A free-text
+  /// search has none: ErrorValueOutOfRange.
   [[nodiscard]] NKXMLElement xmlElem(const TWFolder& folder, const TWVersion* version,
                                      TWError* error = nullptr) const;
   /// Tests that items of the folder have the field of the path and that it can be searched for.

@@ -43,10 +43,11 @@ TWError notCached(std::string_view operation) {
           formatMessage("%@ never reaches the server. Use count(pageSize, error)", {operation})};
 }
 
-/// The value of a path in an entry; an id pair and an error have none.
-TWValue valueIn(const TWItemEntry& entry, const TWFieldPath& path) {
+/// The value of a path in an entry; an id pair and an error have none, and null stands for a text
+/// that is no path.
+TWValue valueIn(const TWItemEntry& entry, const std::shared_ptr<TWFieldPath>& path) {
   const auto item = entry.item();
-  return item ? path.getValue(*item) : TWValue();
+  return item && path ? path->getValue(*item) : TWValue();
 }
 
 /// @param folder  null: nobody's.
@@ -111,6 +112,8 @@ TWQuerySet TWQuerySet::exclude(const TWQueries& queries, const TWKeywords& dict)
   if (!state_) return *this;
   TWError error;
   auto q = Q::withQueries(queries, dict, &error);
+  if (const auto text = q.queryString())
+    logLine(state_->folder.get(), "A query string is not negated: %@", {text});
   if (q) q = q.qNot(&error);
   return q ? with(q, queries, dict) : nothing(error);
 }
@@ -222,14 +225,14 @@ Paths TWQuerySet::onlyPaths() const {
   for (const auto& field : *state_->onlyFields) {
     auto resolved = field.asObject<TWFieldPath>();
     if (!resolved) resolved = path(field);
-    if (resolved) paths.push_back(std::move(resolved));
+    paths.push_back(std::move(resolved));
   }
   return paths;
 }
 
 Paths TWQuerySet::additionalFields() const {
   auto paths = onlyPaths();
-  std::erase_if(paths, [](const auto& path) { return path->field()->isAttribute(); });
+  std::erase_if(paths, [](const auto& path) { return !path || path->field()->isAttribute(); });
   return paths;
 }
 
@@ -270,8 +273,8 @@ TWItemEntries TWQuerySet::query(TWError* error) const {
   // Every order sorts the whole list, so the last one decides first, deliberately.
   for (const auto& order : *state.orderFields)
     std::ranges::stable_sort(entries, [&](const TWItemEntry& a, const TWItemEntry& b) {
-      const auto first = valueIn(a, *order->fieldPath());
-      const auto second = valueIn(b, *order->fieldPath());
+      const auto first = valueIn(a, order->fieldPath());
+      const auto second = valueIn(b, order->fieldPath());
       return order->reverse() ? detail::isBefore(second, first) : detail::isBefore(first, second);
     });
   // They were fetched for sorting only, even when they had been asked for by name, deliberately.
@@ -318,26 +321,26 @@ std::size_t TWQuerySet::count(int pageSize, TWError* error) const {
 
 std::size_t TWQuerySet::count(TWError* error) const {
   if (const auto cache = cached()) return cache->size();
-  setError(error, notCached("count(error)"));
+  setError(error, state_ ? notCached("count(error)") : failure_);
   return 0;
 }
 
 bool TWQuerySet::exists(TWError* error) const {
   if (const auto cache = cached()) return !cache->empty();
-  setError(error, notCached("exists(error)"));
+  setError(error, state_ ? notCached("exists(error)") : failure_);
   return false;
 }
 
 std::size_t TWQuerySet::length(TWError* error) const {
   if (const auto cache = cached()) return cache->size();
-  setError(error, notCached("length(error)"));
+  setError(error, state_ ? notCached("length(error)") : failure_);
   return 0;
 }
 
 std::optional<TWItemEntry> TWQuerySet::getItemAtIndex(std::size_t index, TWError* error) const {
   if (const auto cache = cached())
     return index < cache->size() ? std::optional((*cache)[index]) : std::nullopt;
-  setError(error, notCached("getItemAtIndex"));
+  setError(error, state_ ? notCached("getItemAtIndex") : failure_);
   return std::nullopt;
 }
 
@@ -345,7 +348,7 @@ TWItemEntries TWQuerySet::getItemsInRange(std::size_t location, std::size_t leng
                                           TWError* error) const {
   const auto cache = cached();
   if (!cache) {
-    setError(error, notCached("getItemsInRange"));
+    setError(error, state_ ? notCached("getItemsInRange") : failure_);
     return {};
   }
   const auto first = std::min(location, cache->size());
@@ -431,7 +434,10 @@ std::optional<TWResults<bool>> TWQuerySet::delete_(int pageSize, TWError* error)
 }
 
 bool TWQuerySet::wantsOnlyAttributes() const {
-  return state_ && state_->onlyFields && additionalFields().empty();
+  if (!state_ || !state_->onlyFields) return false;
+  const auto paths = onlyPaths();
+  return std::ranges::all_of(paths,
+                             [](const auto& path) { return path && path->field()->isAttribute(); });
 }
 
 TWItemEntries TWQuerySet::asItems(const TWItemEntries& entries) const {
@@ -458,7 +464,8 @@ std::vector<TWDictionary> TWQuerySet::asValues(const TWItemEntries& entries) con
       if (const auto pair = entry.idPair()) values.set("item_id", pair->id);
       continue;
     }
-    for (const auto& path : paths) values.set(path->path(), valueIn(entry, *path));
+    for (const auto& path : paths)
+      if (path) values.set(path->path(), valueIn(entry, path));
   }
   return all;
 }
@@ -473,7 +480,7 @@ std::vector<TWList> TWQuerySet::asValuesList(const TWItemEntries& entries) const
       if (const auto pair = entry.idPair()) values.emplace_back(pair->id);
       continue;
     }
-    for (const auto& path : paths) values.push_back(valueIn(entry, *path));
+    for (const auto& path : paths) values.push_back(valueIn(entry, path));
   }
   return all;
 }
@@ -482,7 +489,7 @@ TWList TWQuerySet::asFlatValuesList(const TWItemEntries& entries) const {
   TWList values;
   const auto paths = onlyPaths();
   if (paths.empty()) return values;
-  for (const auto& entry : entries) values.push_back(valueIn(entry, *paths.front()));
+  for (const auto& entry : entries) values.push_back(valueIn(entry, paths.front()));
   return values;
 }
 

@@ -66,7 +66,9 @@ class TWQuerySet {
   [[nodiscard]] TWQuerySet filter(const Query& q) const {
     return filter({TWQueryArgument(q)}, {});
   }
-  /// What does not match these.
+  /// What does not match these. A free-text search cannot be negated, deliberately: what it finds
+  /// is then searched for, not left out. The log tells of it; think of it before `delete_`, and
+  /// write NOT in its text.
   [[nodiscard]] TWQuerySet exclude(const TWQueries& queries, const TWKeywords& dict) const;
   [[nodiscard]] TWQuerySet exclude(const TWKeywords& dict) const { return exclude({}, dict); }
   template <std::same_as<Q> Query>
@@ -84,7 +86,7 @@ class TWQuerySet {
   /// for some fields finds nothing but id pairs: fetch them first (`TWFolder::fetch`).
   [[nodiscard]] TWQuerySet values(const std::vector<std::string>& fields) const;
   /// Likewise, by `asValuesList`. The option "flat" (a boolean) asks for single values. The fields
-  /// are kept as texts, and resolved when used.
+  /// are kept as texts, and resolved when used: one that cannot be has an absent value.
   [[nodiscard]] TWQuerySet valuesList(const std::vector<std::string>& fields,
                                       const TWDictionary& dict = {}) const;
 
@@ -128,7 +130,7 @@ class TWQuerySet {
   std::size_t count(int pageSize, TWError* error = nullptr) const;
 
   /// Of cached results only. On a query set that is not cached these never reach the server: they
-  /// answer 0, false or absent at once, with ErrorValueOutOfRange.
+  /// answer 0, false or absent at once, with ErrorValueOutOfRange; nothing with its own error.
   [[deprecated("use count(pageSize, error)")]] std::size_t count(TWError* error) const;
   [[deprecated("use count(pageSize, error)")]] bool exists(TWError* error) const;
   [[deprecated("use count(pageSize, error)")]] std::size_t length(TWError* error) const;

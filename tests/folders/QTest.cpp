@@ -139,6 +139,13 @@ TEST(Q, AFilterNeedsOneValueThatCanBeWritten) {
             "Value for filter on field path subject is unsupported");
 }
 
+TEST(Q, TheFirstKeywordThatIsBadIsTold) {
+  const std::string noValue = "Value for filter on field path subject cannot be None";
+  const std::string noRange = "Value of lookup size__range must have exactly 2 elements";
+  EXPECT_EQ(refusal({{"subject", TWValue()}, {"size__range", 1}}), noValue);
+  EXPECT_EQ(refusal({{"size__range", 1}, {"subject", TWValue()}}), noRange);
+}
+
 TEST(Q, SeveralKeywordsAreChildrenInTheCallersOrder) {
   const Q made = q({{"subject", "x"}, {"body", "y"}});
   ASSERT_EQ(made.children().size(), 2U);
@@ -239,6 +246,10 @@ TEST(Q, OtherArgumentsMustBeQueries) {
   EXPECT_EQ(refusal({Q::withKeywords({{"subject", "x"}}), "b"}, {}),
             "Non keyword arg b must be a q object");
   EXPECT_EQ(refusal({5}, {}), "Non keyword arg 5 must be a q object");
+  // A query that could not be made is not left out as one that restricts nothing is.
+  const Q leaf = q({{"subject", "x"}});
+  for (const TWQueries& queries : {TWQueries{Q(nullptr)}, TWQueries{Q(nullptr), leaf}})
+    EXPECT_EQ(refusal(queries, {}), "Non keyword arg (null) must be a q object");
 }
 
 TEST(Q, AQueryStringStandsAlone) {
@@ -331,10 +342,27 @@ TEST(Q, TheNullQueryStaysNull) {
   EXPECT_EQ(none.fieldPath(), std::nullopt);
   EXPECT_EQ(none.expr(), std::nullopt);
   EXPECT_EQ(none.description(), "(null)");
+  TWError error;
+  EXPECT_FALSE(none.qAnd(Q(), &error));
+  EXPECT_FALSE(none.qNot(&error));
+  EXPECT_FALSE(error) << error;
   none.setFieldPath("subject");
   none.promote();
   EXPECT_FALSE(none);
   EXPECT_FALSE(none.addChild(Q()));
+}
+
+TEST(Q, JoiningANullQueryIsRefused) {
+  const TWError refusal(TWErrorCode::ErrorValueOutOfRange,
+                        "Non keyword arg (null) must be a q object");
+  for (const Q& each : {Q(), q({{"subject", "x"}})}) {
+    TWError error;
+    EXPECT_FALSE(each.qAnd(nullptr, &error));
+    EXPECT_EQ(error, refusal);
+    error = {};
+    EXPECT_FALSE(each.qOr(nullptr, &error));
+    EXPECT_EQ(error, refusal);
+  }
 }
 
 TEST(Q, ANodeCannotComeToLieBelowItself) {
@@ -367,6 +395,14 @@ TEST(Q, DescriptionsListTheConnectorAndTheChildrenByPath) {
             "Q([[AND], [Q(body == y), body], [Q(subject == x), subject]])");
   EXPECT_EQ((~q({{"subject__contains", "a"}})).description(),
             "Q([[NOT], [Q(subject contains a), subject]])");
+  EXPECT_EQ(Q().description(), "Q((null) (null) (null))");
+  Q around;
+  ASSERT_TRUE(around.addChild(q({{"subject", "x"}})));
+  EXPECT_EQ(around.description(), "Q([[Q(subject == x), subject]])");
+  const Q either = q({{"subject", "x"}, {"size", 1}, {"conn_type", "OR"}});
+  EXPECT_EQ(Q::withQueries({q({{"body", "y"}}), either}, {}).description(),
+            "Q([[AND], [Q([[OR], [Q(size == 1), size], [Q(subject == x), subject]]), ], "
+            "[Q(body == y), body]])");
 }
 
 TEST(Q, QueriesThatPrintAlikeAreEqual) {

@@ -80,6 +80,13 @@ TEST_F(QXMLTest, ComparisonsWrapTheirConstant) {
                                                        wrapped("1") + "</" + element + ">")));
 }
 
+TEST_F(QXMLTest, TheConstantOfExistsIsNoValueOfTheField) {
+  EXPECT_THAT(xml({{"subject__exists", TWValue()}}),
+              EqualsXML(restriction(comparison("Exists", "item:Subject", "1"))));
+  EXPECT_THAT(xml({{"size__exists", "x"}}),
+              EqualsXML(restriction(comparison("Exists", "item:Size", "x"))));
+}
+
 TEST_F(QXMLTest, ContainmentHoldsItsConstantItself) {
   const std::vector<std::array<std::string, 3>> rows = {
       {"exact", "FullString", "Exact"},    {"iexact", "FullString", "IgnoreCase"},
@@ -256,6 +263,9 @@ TEST_F(QXMLTest, FieldsMustBelongToTheFoldersItems) {
 TEST_F(QXMLTest, TheFirstChildThatFailsEndsTheWalk) {
   EXPECT_EQ(refusal({{"subject", "x"}, {"a_nope", 1}, {"b_nope", 1}}, *inbox).message(),
             "Unknown fieldname a_nope on class TWInbox");
+  // After one that was written.
+  EXPECT_EQ(refusal({{"body__contains", "b"}, {"nope", 1}}, *inbox).message(),
+            "Unknown fieldname nope on class TWInbox");
 }
 
 TEST_F(QXMLTest, EntriesAreNamedByTheirLabel) {
@@ -337,6 +347,38 @@ TEST_F(QXMLTest, SettersAreHonoured) {
   TWError error;
   EXPECT_FALSE(q.toXML(*inbox, nullptr, &error));
   EXPECT_EQ(error.message(), "Operator ~ is not supported");
+
+  Q leaf = Q::withKeywords({{"subject", "a"}});
+  leaf.setFieldPath("body");
+  EXPECT_THAT(xml(leaf), EqualsXML(restriction(comparison("IsEqualTo", "item:Body", "a"))));
+  Q both;
+  ASSERT_TRUE(both.setChildren({Q::withKeywords({{"subject__contains", "s"}}), leaf}));
+  EXPECT_THAT(xml(both),
+              EqualsXML(restriction("<t:And>" + comparison("IsEqualTo", "item:Body", "a") +
+                                    contains("item:Subject", "s") + "</t:And>")));
+  for (Q each : {leaf.copy(), both}) {
+    each.setQueryString("from:ann");
+    EXPECT_THAT(xml(each), EqualsXML("<m:QueryString>from:ann</m:QueryString>"));
+  }
+}
+
+TEST_F(QXMLTest, AQueryStringBelowAnotherNodeIsRefused) {
+  const auto refusalOf = [&](const NKXMLElement& element, const TWError& error) {
+    EXPECT_FALSE(element);
+    EXPECT_EQ(error,
+              TWError(TWErrorCode::ErrorValueOutOfRange,
+                      "A query string cannot be combined with other restrictions: (Q(a)), {}"));
+  };
+  TWError error;
+  const Q both = Q::withKeywords({{"subject", "x"}, {"body", "y"}});
+  both.children()[0].setQueryString("a");
+  refusalOf(both.toXML(*inbox, nullptr, &error), error);
+  error = {};
+  Q around;
+  ASSERT_TRUE(around.addChild(Q::withQueryString("a")));
+  refusalOf(around.toXML(*inbox, nullptr, &error), error);
+  error = {};
+  refusalOf(Q::withQueryString("a").xmlElem(*inbox, nullptr, &error), error);
 }
 
 TEST_F(QXMLTest, ConnectorsThatAreSetAreHonouredAndOthersRefused) {

@@ -135,6 +135,15 @@ TEST_F(TWQuerySetEvaluation, ExcludingSeveralKeywordsNegatesThemTogether) {
   EXPECT_THAT(server.payload(0), HasSubstr("</t:Contains></t:And></t:Not></m:Restriction>"));
 }
 
+TEST_F(TWQuerySetEvaluation, ExcludingAFreeTextSearchSearchesForItAndIsLogged) {
+  hasMessages();
+  const RecordingLog log;
+  const auto set = inbox->exclude({"report"}, {});
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("A query string is not negated: report")));
+  EXPECT_EQ(set.count(0), 3U);
+  EXPECT_THAT(server.payload(0), HasSubstr("<m:QueryString>report</m:QueryString>"));
+}
+
 TEST_F(TWQuerySetEvaluation, AConnectorThatIsNoneFailsTheSearch) {
   Q q = Q::withKeywords({{"subject", "x"}, {"body", "y"}});
   q.setConnType("or");
@@ -213,6 +222,20 @@ TEST_F(TWQuerySetEvaluation, AnIdThatIsTooLongIsRefusedBeforeAnythingIsSent) {
   EXPECT_EQ(server.requestCount(), 0U);
 }
 
+TEST_F(TWQuerySetEvaluation, IdsThatAreMissingOrNoTextsAreRefusedBeforeAnythingIsSent) {
+  const auto refusal = [&](const TWKeywords& keywords) {
+    TWError error;
+    EXPECT_FALSE(inbox->get(keywords, &error));
+    return error;
+  };
+  const TWError noId(TWErrorCode::ErrorValueOutOfRange, "Item must have an id");
+  EXPECT_EQ(refusal({{"item_id", TWValue()}}), noId);
+  EXPECT_EQ(refusal({{"item_id", ""}}), noId);
+  EXPECT_TRUE(refusal({{"item_id", 5}}).is(TWErrorCode::ErrorType));
+  EXPECT_TRUE(refusal({{"item_id", "1"}, {"changekey", 5}}).is(TWErrorCode::ErrorType));
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
 TEST_F(TWQuerySetEvaluation, GettingByTheChangeKeyFirstIsASearch) {
   TWError error;
   EXPECT_FALSE(inbox->get({{"changekey", "k"}, {"item_id", "1"}}, &error));
@@ -252,6 +275,41 @@ TEST_F(TWQuerySetEvaluation, WithoutAnOrderACalendarViewIsLeftAsItComes) {
   EXPECT_EQ(entries.at(1).item()->get("subject"), TWValue("c"));
 }
 
+TEST_F(TWQuerySetEvaluation, WhatIsNoItemComesFirstInACalendarView) {
+  finds(messageXML("1") + messageXML("2") + messageXML("3"));
+  const auto item = [](const std::string& xml) {
+    return responseMessage("GetItem", "Success", "NoError", "<m:Items>" + xml + "</m:Items>");
+  };
+  server.on("GetItem",
+            answer("GetItem", item(messageXML("1", "b")) +
+                                  responseMessage("GetItem", "Error", "ErrorItemNotFound") +
+                                  item(messageXML("3", "a"))));
+  auto set = inbox->all().orderBy({"subject"});
+  set.setCalendarView(anHour());
+  TWError error;
+  const auto entries = set.query(&error);
+  EXPECT_FALSE(error) << error;
+  EXPECT_THAT(idsOf(entries), ElementsAre("-", "3", "1"));
+  EXPECT_TRUE(entries.at(0).error().is(TWErrorCode::ErrorItemNotFound));
+}
+
+TEST_F(TWQuerySetEvaluation, NamedFieldsLeaveACalendarViewAsItComes) {
+  hasMessages();
+  auto set = inbox->all().only({"subject"}).orderBy({"-subject"});
+  set.setCalendarView(anHour());
+  EXPECT_THAT(idsOf(set.query()), ElementsAre("1", "2", "3"));
+  EXPECT_THAT(server.operations(), ElementsAre("FindItem"));
+  EXPECT_THAT(server.payload(0), Not(HasSubstr("SortOrder")));
+}
+
+TEST_F(TWQuerySetEvaluation, CountingKeepsTheCalendarView) {
+  hasMessages();
+  auto set = inbox->all();
+  set.setCalendarView(anHour());
+  EXPECT_EQ(set.count(0), 3U);
+  EXPECT_THAT(server.payload(0), HasSubstr("<m:CalendarView "));
+}
+
 // Operations on what is found.
 
 TEST_F(TWQuerySetEvaluation, WhatIsFoundIsDeletedAsItWasSeen) {
@@ -281,6 +339,35 @@ TEST_F(TWQuerySetEvaluation, DeletingNothingAsksForNothing) {
   EXPECT_FALSE(inbox->all().delete_(0, &error));
   EXPECT_FALSE(error);
   EXPECT_THAT(server.operations(), ElementsAre("FindItem"));
+}
+
+TEST_F(TWQuerySetEvaluation, ASearchThatFailsDeletesNothing) {
+  server.on("FindItem", errorAnswer("FindItem", "ErrorAccessDenied"));
+  TWError error;
+  EXPECT_FALSE(inbox->all().delete_(0, &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorAccessDenied)) << error;
+  EXPECT_THAT(server.operations(), ElementsAre("FindItem"));
+  error = {};
+  EXPECT_FALSE(TWInbox::withDict({{"folder_id", "I"}})->all().delete_(0, &error));
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Folder must have an account"));
+}
+
+TEST_F(TWQuerySetEvaluation, ADeletionThatFailsDropsTheCache) {
+  hasMessages();
+  server.on("DeleteItem", failedAnswer());
+  const auto set = inbox->all();
+  ASSERT_TRUE(set.getItems());
+  TWError error;
+  EXPECT_FALSE(set.delete_(0, &error));
+  EXPECT_TRUE(error.is(TWErrorCode::ErrorSOAP)) << error;
+  EXPECT_FALSE(set.isCached());
+}
+
+TEST_F(TWQuerySetEvaluation, DeletingSearchesInTheOrdinaryPages) {
+  hasMessages();
+  succeeds("DeleteItem");
+  EXPECT_TRUE(inbox->all().delete_(0));
+  EXPECT_THAT(server.payload(0), HasSubstr("MaxEntriesReturned=\"100\""));
 }
 
 TEST_F(TWQuerySetEvaluation, WhatIsFoundIsSent) {

@@ -173,6 +173,39 @@ TEST_F(TWQuerySetTest, ABadFilterGivesNothingAndTellsWhyWhenEvaluated) {
   EXPECT_EQ(server.requestCount(), 0U);
 }
 
+TEST_F(TWQuerySetTest, ANullQueryIsNoFilter) {
+  const TWError refusal(TWErrorCode::ErrorValueOutOfRange,
+                        "Non keyword arg (null) must be a q object");
+  for (const auto& nothing : {inbox->filter(Q(nullptr)), inbox->exclude(Q(nullptr))}) {
+    EXPECT_FALSE(nothing);
+    TWError error;
+    EXPECT_FALSE(nothing.getItems(&error));
+    EXPECT_EQ(error, refusal);
+    error = {};
+    EXPECT_FALSE(nothing.delete_(0, &error));
+    EXPECT_EQ(error, refusal);
+  }
+  TWError error;
+  EXPECT_FALSE(inbox->all().get(TWQueries{Q(nullptr)}, {}, &error));
+  EXPECT_EQ(error, refusal);
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWQuerySetTest, FiltersThatCannotBeJoinedGiveNothing) {
+  const auto text = Q::withQueryString("a");
+  for (const auto& [nothing, printed] :
+       {std::pair(inbox->filter(text).filter({{"subject", "x"}}), "(Q(a), Q(subject == x))"),
+        std::pair(inbox->filter({{"subject", "x"}}).filter(text), "(Q(subject == x), Q(a))")}) {
+    EXPECT_FALSE(nothing);
+    TWError error;
+    EXPECT_FALSE(nothing.getItems(&error));
+    EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange,
+                             "A query string cannot be combined with other restrictions: " +
+                                 std::string(printed) + ", {}"));
+  }
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
 TEST_F(TWQuerySetTest, AFilterThatRestrictsNothingIsLogged) {
   const RecordingLog log;
   EXPECT_TRUE(inbox->filter({{"categories__in", TWValue::list({})}}));
@@ -327,6 +360,22 @@ TEST_F(TWQuerySetTest, QuestionsToTheCacheNeverReachTheServer) {
   EXPECT_THAT(set.getItemsInRange(9, 1, &error), IsEmpty());
   EXPECT_FALSE(error);
 }
+
+TEST_F(TWQuerySetTest, QuestionsToTheCacheOfNothingTellWhyItIsNothing) {
+  const auto nothing = inbox->filter({{"size__range", 1}});
+  const auto failure = [](const auto& ask) {
+    TWError error;
+    ask(&error);
+    return error.message();
+  };
+  const std::string why = "Value of lookup size__range must have exactly 2 elements";
+  EXPECT_EQ(failure([&](TWError* e) { EXPECT_EQ(nothing.count(e), 0U); }), why);
+  EXPECT_EQ(failure([&](TWError* e) { EXPECT_FALSE(nothing.exists(e)); }), why);
+  EXPECT_EQ(failure([&](TWError* e) { EXPECT_EQ(nothing.length(e), 0U); }), why);
+  EXPECT_EQ(failure([&](TWError* e) { EXPECT_FALSE(nothing.getItemAtIndex(0, e)); }), why);
+  EXPECT_EQ(failure([&](TWError* e) { EXPECT_THAT(nothing.getItemsInRange(0, 1, e), IsEmpty()); }),
+            why);
+}
 #pragma GCC diagnostic pop
 
 TEST_F(TWQuerySetTest, GettingByIdFetchesWithoutASearch) {
@@ -444,7 +493,12 @@ TEST_F(TWQuerySetTest, ResultsAreShapedByTheNamedFields) {
                                  TWMessage::withDict({{"size", 2}}), TWIdPair{"3"},
                                  TWError(TWErrorCode::ErrorItemNotFound, "gone")};
   const auto set = inbox->all().values({"subject", "size"});
-  EXPECT_EQ(set.asItems(entries).size(), 4U);
+  const auto items = set.asItems(entries);
+  ASSERT_EQ(items.size(), 4U);
+  EXPECT_EQ(items[0].item(), entries[0].item());
+  EXPECT_EQ(items[1].item(), entries[1].item());
+  EXPECT_EQ(items[2].idPair(), entries[2].idPair());
+  EXPECT_EQ(items[3].error(), entries[3].error());
   const auto values = set.asValues(entries);
   EXPECT_EQ(values[0], (TWDictionary{{"subject", "a"}, {"size", 1}}));
   EXPECT_EQ(values[1], (TWDictionary{{"size", 2}}));
@@ -454,6 +508,33 @@ TEST_F(TWQuerySetTest, ResultsAreShapedByTheNamedFields) {
   const auto flat = inbox->all().valuesList({"size", "subject"}, {{"flat", true}});
   EXPECT_EQ(flat.asFlatValuesList(entries), (TWList{1, 2, TWValue(), TWValue()}));
   EXPECT_THAT(inbox->all().asFlatValuesList(entries), IsEmpty());
+}
+
+TEST_F(TWQuerySetTest, AttributesBesideOtherFieldsAreShapedLikeThem) {
+  const TWItemEntries entries = {TWMessage::withDict({{"item_id", "1"}, {"subject", "a"}}),
+                                 TWIdPair{"1"}};
+  const auto set = inbox->all().values({"item_id", "subject"});
+  EXPECT_EQ(set.asItems(entries).at(0).item(), entries[0].item());
+  EXPECT_EQ(set.asItems(entries).at(1).item(), nullptr);
+  const auto values = set.asValues(entries);
+  EXPECT_EQ(values.at(0), (TWDictionary{{"item_id", "1"}, {"subject", "a"}}));
+  EXPECT_TRUE(values.at(1).empty());
+  EXPECT_EQ(set.asValuesList(entries).at(0), (TWList{"1", "a"}));
+  EXPECT_EQ(set.asValuesList(entries).at(1), (TWList{TWValue(), TWValue()}));
+}
+
+TEST_F(TWQuerySetTest, NamesThatCannotBeResolvedHaveAnAbsentValueInLists) {
+  const TWItemEntries entries = {TWMessage::withDict({{"item_id", "1"}, {"size", 7}}),
+                                 TWIdPair{"2"}};
+  const auto flat = inbox->all().valuesList({"nope", "size"}, {{"flat", true}});
+  EXPECT_EQ(flat.asFlatValuesList(entries), (TWList{TWValue(), TWValue()}));
+  const auto list = inbox->all().valuesList({"nope", "size"});
+  EXPECT_EQ(list.asValuesList(entries).at(0), (TWList{TWValue(), 7}));
+  EXPECT_EQ(list.asValues(entries).at(0), (TWDictionary{{"size", 7}}));
+  EXPECT_EQ(list.additionalFields().size(), 1U);
+  const auto none = inbox->all().valuesList({"nope"});
+  EXPECT_EQ(none.asValuesList(entries).at(1), TWList{TWValue()}) << "which is no id";
+  EXPECT_EQ(none.asItems(entries).at(1).item(), nullptr);
 }
 
 TEST_F(TWQuerySetTest, QuerySetsWithoutAFolderAreNothing) {
