@@ -15,7 +15,8 @@ using TWFolders = std::vector<std::shared_ptr<TWFolder>>;
 
 /// Base of the operations of an account: requests declare the version of the account, which keeps
 /// what is learnt of it, and their envelopes tell whose mailbox is meant. Without an account, or
-/// without a protocol of it, calls fail as for a closed protocol.
+/// without a protocol of it, calls fail as for a closed protocol. An empty list of ids or items is
+/// sent too, which servers refuse; `TWGetItem` and the operations of `TWAccount` ask nobody then.
 class TWEWSAccountService : public TWEWSService {
  public:
   [[nodiscard]] const std::shared_ptr<TWAccount>& account() const noexcept { return account_; }

@@ -421,6 +421,8 @@ std::optional<std::vector<NKXMLElement>> TWEWSService::nextPage(TWPagedServiceRe
 
   TWError failure;
   const auto payload = paged.payloadBlock_(paged.args_, &failure);
+  if (!payload && !failure)  // Without an error it would look like the end of the pages.
+    failure = {TWErrorCode::ErrorValueOutOfRange, "Request cannot be written"};
   if (!payload) return fail(failure);
   const auto messages = getResponseXML(payload, &failure);
   if (!messages) return fail(failure);

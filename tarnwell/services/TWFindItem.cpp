@@ -1,5 +1,6 @@
 #include "tarnwell/services/TWFindItem.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -73,6 +74,10 @@ NKXMLElement TWFindItem::getPayload(const Paths& additionalFields,
   }
   if (restriction && !add(restriction->toXML(target, error))) return {};
   if (!orderFields.empty()) {
+    if (std::ranges::find(orderFields, nullptr) != orderFields.end()) {
+      setError(error, {TWErrorCode::ErrorType, "An order to sort by is missing"});
+      return {};
+    }
     TWError failure;
     add(TWUtils::updateElement(TWUtils::createElement("m:SortOrder"),
                                TWList(orderFields.begin(), orderFields.end()), target, &failure));

@@ -558,6 +558,16 @@ TEST_F(TWPagedServiceResponseTest, StopsAtTheLimitButGivesThePageWhole) {
   EXPECT_EQ(server.requestCount(), 1U);
 }
 
+TEST_F(TWPagedServiceResponseTest, ALimitBelowZeroIsNone) {
+  server.enqueue(page(R"(IndexedPagingOffset="1" IncludesLastItemInRange="false")", "<t:Folder/>"));
+  server.enqueue(page(R"(IncludesLastItemInRange="true")", "<t:Folder/>"));
+  auto paged = pages(-1);
+  EXPECT_TRUE(paged.nextPage());
+  EXPECT_TRUE(paged.nextPage());
+  EXPECT_FALSE(paged.nextPage());
+  EXPECT_EQ(server.requestCount(), 2U);
+}
+
 TEST_F(TWPagedServiceResponseTest, TrueAndZeroMeanTheLastItemAndOneDoesNot) {
   for (const auto& [text, last] :
        {std::pair("TRUE", true), {"0", true}, {"1", false}, {"false", false}}) {
@@ -729,6 +739,15 @@ TEST_F(TWPagedServiceResponseTest, ARequestThatCannotBeBuiltIsNotSent) {
   TWError error;
   EXPECT_FALSE(paged.nextPage(&error));
   EXPECT_EQ(error.message(), "no restriction");
+  EXPECT_EQ(server.requestCount(), 0U);
+}
+
+TEST_F(TWPagedServiceResponseTest, ARequestThatIsNoneIsNotTheEndOfThePages) {
+  auto paged = std::make_shared<Service>(kFindFolder, protocol())
+                   ->pagedCall([](const TWDictionary&, TWError*) { return NKXMLElement(); }, 0, {});
+  TWError error;
+  EXPECT_FALSE(paged.nextPage(&error));
+  EXPECT_EQ(error, TWError(TWErrorCode::ErrorValueOutOfRange, "Request cannot be written"));
   EXPECT_EQ(server.requestCount(), 0U);
 }
 

@@ -159,6 +159,15 @@ TEST_F(TWFindItemTest, WhatCannotBeWrittenFailsThePageBeforeItIsSent) {
   q.setFieldPath(std::nullopt);
   EXPECT_EQ(refusal(service->call({}, emptied, {}, "IdOnly", std::nullopt, "x", nullptr, 1, 0)),
             "Q object must not be empty");
+  const auto size = TWFieldOrder::fromString("size", *inbox, false);
+  for (const TWFindItem::Orders& orders :
+       {TWFindItem::Orders{nullptr}, {nullptr, size}, {size, {}}}) {
+    EXPECT_EQ(refusal(service->call({}, {}, orders, "IdOnly", {}, "x", nullptr, 1, 0)),
+              "An order to sort by is missing");
+    TWError error;
+    EXPECT_TRUE(inbox->findItems(Q(), {.orderFields = orders}, &error).empty());
+    EXPECT_EQ(error, TWError(TWErrorCode::ErrorType, "An order to sort by is missing"));
+  }
   EXPECT_EQ(server.requestCount(), 0U);
 }
 

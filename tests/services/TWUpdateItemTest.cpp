@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "tarnwell/items/TWContact.h"
+#include "tarnwell/items/TWIndexedElements.h"
 #include "tarnwell/items/TWMessage.h"
 #include "tarnwell/items/TWTask.h"
 #include "tarnwell/services/TWUpdateItem.h"
@@ -71,6 +72,26 @@ TEST_F(TWUpdateItemTest, OfTwoItemsThatCannotBeWrittenTheFirstIsTold) {
 TEST_F(TWUpdateItemTest, AListOfCategoriesIsRefused) {
   EXPECT_TRUE(refusal({{message("A", {{"categories", TWList{"Red", "Blue"}}}), {"categories"}}})
                   .is(TWErrorCode::ErrorType));
+}
+
+TEST_F(TWUpdateItemTest, PartsThatAreMissingAreWrittenAsEntriesWithoutThem) {
+  const auto contact = TWContact::withDict(
+      {{"item_id", "C"},
+       {"physical_addresses",
+        TWList{TWPhysicalAddress::withDict({{"label", "Home"}, {"city", "Ulm"}})}}});
+  const auto elements =
+      TWUpdateItem::withAccount(account)->getItemUpdateElems(*contact, {"physical_addresses"});
+  ASSERT_TRUE(elements);
+  std::string written;
+  for (const auto& element : *elements) written += element.compactXMLString();
+  const auto set = [](const std::string& part, const std::string& entry) {
+    return "<t:SetItemField><t:IndexedFieldURI FieldURI=\"contacts:PhysicalAddress:" + part +
+           "\" FieldIndex=\"Home\"/><t:Contact><t:PhysicalAddresses><t:Entry Key=\"Home\"" + entry +
+           "</t:PhysicalAddresses></t:Contact></t:SetItemField>";
+  };
+  EXPECT_EQ(written, set("Street", "/>") + set("City", "><City>Ulm</City></t:Entry>") +
+                         set("State", "/>") + set("CountryOrRegion", "/>") +
+                         set("PostalCode", "/>"));
 }
 
 TEST_F(TWUpdateItemTest, PhoneNumbersThatAreClearedAreDeletedOneByOneAndNotSet) {
