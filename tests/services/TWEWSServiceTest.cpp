@@ -558,16 +558,6 @@ TEST_F(TWPagedServiceResponseTest, StopsAtTheLimitButGivesThePageWhole) {
   EXPECT_EQ(server.requestCount(), 1U);
 }
 
-TEST_F(TWPagedServiceResponseTest, ALimitBelowZeroIsNone) {
-  server.enqueue(page(R"(IndexedPagingOffset="1" IncludesLastItemInRange="false")", "<t:Folder/>"));
-  server.enqueue(page(R"(IncludesLastItemInRange="true")", "<t:Folder/>"));
-  auto paged = pages(-1);
-  EXPECT_TRUE(paged.nextPage());
-  EXPECT_TRUE(paged.nextPage());
-  EXPECT_FALSE(paged.nextPage());
-  EXPECT_EQ(server.requestCount(), 2U);
-}
-
 TEST_F(TWPagedServiceResponseTest, TrueAndZeroMeanTheLastItemAndOneDoesNot) {
   for (const auto& [text, last] :
        {std::pair("TRUE", true), {"0", true}, {"1", false}, {"false", false}}) {
