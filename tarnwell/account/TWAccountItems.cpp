@@ -54,6 +54,24 @@ TWItemEntries sendable(const TWItemEntries& entries) {
   return sent;
 }
 
+/// One outcome for each of so many inputs, whatever the server answers: the error in its place, or
+/// what `convert` makes of the result, or else that it is missing.
+template <class T, class Convert>
+TWResults<T> outcomesOf(std::size_t count, const TWList& results, const TWServiceClass& service,
+                        const Convert& convert) {
+  TWResults<T> outcomes;
+  for (std::size_t at = 0; at < count; ++at) {
+    const auto result = at < results.size() ? results[at] : TWValue();
+    auto caught = result.asError();
+    if (!caught && result.isAbsent()) caught = missingResult(service);
+    if (caught)
+      outcomes.emplace_back(std::move(caught));
+    else
+      outcomes.push_back(convert(result, at));
+  }
+  return outcomes;
+}
+
 /// Runs a call for the entries that can be sent and puts its results, and the errors among the
 /// entries, in the places of the entries. Absent for no entries, and when the call fails.
 template <class T, class Call, class Convert>
@@ -63,22 +81,12 @@ std::optional<TWResults<T>> forEach(const TWItemEntries& entries, const TWServic
   const auto sent = sendable(entries);
   auto results = sent.empty() ? TWList() : call(sent);
   if (!results) return std::nullopt;
+  auto ofSent = outcomesOf<T>(sent.size(), *results, service,
+                              [&](const TWValue& result, std::size_t) { return convert(result); });
   TWResults<T> outcomes;
-  std::size_t at = 0;
-  for (const auto& entry : entries) {
-    if (!entry) {
-      outcomes.emplace_back(entry.error());
-      continue;
-    }
-    const auto result = at < results->size() ? (*results)[at] : TWValue();
-    ++at;
-    if (auto caught = result.asError())
-      outcomes.emplace_back(std::move(caught));
-    else if (result.isAbsent())
-      outcomes.emplace_back(missingResult(service));
-    else
-      outcomes.push_back(convert(result));
-  }
+  auto next = ofSent.begin();
+  for (const auto& entry : entries)
+    outcomes.push_back(entry ? std::move(*next++) : TWResult<T>(entry.error()));
   return outcomes;
 }
 
@@ -171,20 +179,14 @@ std::optional<TWResults<std::shared_ptr<TWBulkCreateResult>>> TWAccount::bulkCre
                                                                sendMeetingInvitiations, error);
   if (!results) return std::nullopt;
   const bool isSent = messageDisposition == kSendOnly || messageDisposition == kSendAndSaveCopy;
-  TWResults<std::shared_ptr<TWBulkCreateResult>> outcomes;
-  for (std::size_t at = 0; at < items.size(); ++at) {
-    const auto result = at < results->size() ? (*results)[at] : TWValue();
-    if (auto caught = result.asError())
-      outcomes.emplace_back(std::move(caught));
-    else if (auto created = TWBulkCreateResult::fromXML(result.asXML(), self()))
-      outcomes.emplace_back(std::move(created));
-    else if (!result.isAbsent() && isSent)
-      // What was sent, and is saved nowhere that the server would tell of, has no id.
-      outcomes.emplace_back(TWBulkCreateResult::withDict());
-    else
-      outcomes.emplace_back(missingResult(TWCreateItem::descriptor()));
-  }
-  return outcomes;
+  using Created = std::shared_ptr<TWBulkCreateResult>;
+  const auto convert = [&](const TWValue& result, std::size_t) -> TWResult<Created> {
+    if (auto created = TWBulkCreateResult::fromXML(result.asXML(), self())) return created;
+    // What was sent, and is saved nowhere that the server would tell of, has no id.
+    if (isSent) return TWBulkCreateResult::withDict();
+    return missingResult(TWCreateItem::descriptor());
+  };
+  return outcomesOf<Created>(items.size(), *results, TWCreateItem::descriptor(), convert);
 }
 
 std::optional<TWResults<TWIdPair>> TWAccount::bulkUpdate(const std::vector<TWItemUpdate>& items,
@@ -196,20 +198,12 @@ std::optional<TWResults<TWIdPair>> TWAccount::bulkUpdate(const std::vector<TWIte
       items, options.conflictResolution, options.messageDisposition,
       options.sendMeetingInvitationsOrCancellations, options.supressReadReceipts, error);
   if (!results) return std::nullopt;
-  TWResults<TWIdPair> outcomes;
-  for (std::size_t at = 0; at < items.size(); ++at) {
-    const auto result = at < results->size() ? (*results)[at] : TWValue();
-    if (auto caught = result.asError())
-      outcomes.emplace_back(std::move(caught));
-    else if (auto pair = TWItem::idFromXML(result.asXML()))
-      outcomes.emplace_back(*std::move(pair));
-    else if (!result.isAbsent())
-      // It was written, but has no change key that the server would tell of.
-      outcomes.emplace_back(TWIdPair{items[at].item->idPair()->id});
-    else
-      outcomes.emplace_back(missingResult(TWUpdateItem::descriptor()));
-  }
-  return outcomes;
+  const auto convert = [&](const TWValue& result, std::size_t at) -> TWResult<TWIdPair> {
+    if (auto pair = TWItem::idFromXML(result.asXML())) return *std::move(pair);
+    // It was written, but has no change key that the server would tell of.
+    return TWIdPair{items[at].item->idPair()->id};
+  };
+  return outcomesOf<TWIdPair>(items.size(), *results, TWUpdateItem::descriptor(), convert);
 }
 
 std::optional<TWResults<TWIdPair>> TWAccount::bulkUpdate(const TWQuerySet& /*items*/,
@@ -357,18 +351,12 @@ std::optional<TWResults<TWIdPair>> TWAccount::uploadItems(const std::vector<TWIt
   if (items.empty()) return std::nullopt;
   const auto results = TWUploadItems::withAccount(self())->call(items, error);
   if (!results) return std::nullopt;
-  TWResults<TWIdPair> outcomes;
-  for (std::size_t at = 0; at < items.size(); ++at) {
-    const auto result = at < results->size() ? (*results)[at] : TWValue();
+  const auto convert = [](const TWValue& result, std::size_t) -> TWResult<TWIdPair> {
     const auto pair = result.asList();
-    if (auto caught = result.asError())
-      outcomes.emplace_back(std::move(caught));
-    else if (pair && pair->front().isText())
-      outcomes.emplace_back(TWIdPair{*pair->front().asText(), pair->back().asText()});
-    else
-      outcomes.emplace_back(missingResult(TWUploadItems::descriptor()));
-  }
-  return outcomes;
+    if (!pair || !pair->front().isText()) return missingResult(TWUploadItems::descriptor());
+    return TWIdPair{*pair->front().asText(), pair->back().asText()};
+  };
+  return outcomesOf<TWIdPair>(items.size(), *results, TWUploadItems::descriptor(), convert);
 }
 
 std::optional<TWData> TWAccount::getAttachment(const std::optional<std::string>& id,

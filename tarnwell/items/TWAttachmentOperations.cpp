@@ -9,6 +9,7 @@
 #include "tarnwell/services/TWDeleteAttachment.h"
 #include "tarnwell/services/TWGetAttachment.h"
 #include "tarnwell/services/detail/BadValue.h"
+#include "tarnwell/services/detail/ItemRequests.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
 
@@ -28,10 +29,7 @@ NKXMLElement firstOf(const std::optional<TWList>& results, const TWServiceClass&
   const TWValue first = results->empty() ? TWValue() : results->front();
   if (const auto xml = first.asXML()) return xml;
   const auto caught = first.asError();
-  setError(error, caught ? caught
-                         : TWError(TWErrorCode::ErrorTransport,
-                                   formatMessage("No %@ elements in ResponseMessage %@",
-                                                 {service.elementContainerName, TWValue()})));
+  setError(error, caught ? caught : detail::missingResult(service));
   return {};
 }
 

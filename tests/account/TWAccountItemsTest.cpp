@@ -48,14 +48,6 @@ class TWAccountItems : public test::MailboxTest {
     if (id != nullptr) made->setIdPair(TWIdPair{id, std::string("ck-") + id});
     return made;
   }
-  /// The well-known folders, by their own names.
-  void hasWellKnownFolders() {
-    server.on("GetFolder", [](const std::string& payload) {
-      const auto at = payload.find(" Id=\"") + 5;
-      const auto name = payload.substr(at, payload.find('"', at) - at);
-      return answer("GetFolder", test::foldersMessage("GetFolder", folderXML(name, name, "", "")));
-    });
-  }
   /// A query set that finds a message of that id.
   TWQuerySet finding(const std::string& id) {
     server.on("FindItem",

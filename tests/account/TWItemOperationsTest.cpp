@@ -43,14 +43,6 @@ class TWItemOperations : public test::MailboxTest {
     message->setIdPair(TWIdPair{"M", "old"});
     return message;
   }
-  /// Folders by their distinguished ids.
-  void hasWellKnownFolders() {
-    server.on("GetFolder", [](const std::string& payload) {
-      const auto at = payload.find(" Id=\"") + 5;
-      const auto name = payload.substr(at, payload.find('"', at) - at);
-      return answer("GetFolder", test::foldersMessage("GetFolder", folderXML(name, name, "", "")));
-    });
-  }
   /// Runs an operation that must fail with that error and leave the item as it was.
   template <class Operation>
   TWError failure(const std::shared_ptr<TWItem>& item, const Operation& operation) {

@@ -53,6 +53,14 @@ class MailboxTest : public testing::Test {
   void hasFolders(const std::string& folders) {
     server.on("FindFolder", answer("FindFolder", pageMessage("FindFolder", "Folders", folders)));
   }
+  /// Folders by their distinguished ids.
+  void hasWellKnownFolders() {
+    server.on("GetFolder", [](const std::string& payload) {
+      const auto at = payload.find(" Id=\"") + 5;
+      const auto name = payload.substr(at, payload.find('"', at) - at);
+      return answer("GetFolder", foldersMessage("GetFolder", folderXML(name, name, "", "")));
+    });
+  }
   /// A folder of that id, in the tree or not.
   [[nodiscard]] std::shared_ptr<TWFolder> folder(
       const std::string& id, const TWFolderClass& cls = TWFolder::elementClass()) {
