@@ -103,6 +103,16 @@ TEST(Flags, AreNotMadeOfPointers) {
   EXPECT_EQ(kTakenByConnections<const char*>, 0);
 }
 
+template <class Service>
+concept TakesNoErrorWithOptions = requires(Service& service) {
+  service.call({}, typename Service::Options(), nullptr);
+  service.call({}, {}, nullptr);
+};
+
+TEST(Flags, ANullPointerInTheirPlaceIsThatOfTheError) {
+  EXPECT_TRUE(TakesNoErrorWithOptions<TWResolveNames>);
+}
+
 TEST(Flags, OfServicesAreBoolsOnly) {
   EXPECT_EQ(kTakenByServices<bool>, 13);
   EXPECT_EQ(kTakenByServices<TWError*>, 0);

@@ -40,8 +40,8 @@ struct TWAccountOptions {
   std::string primarySmtpAddress;
   std::optional<std::string> fullName = std::nullopt;
   TWAccessType accessType = TWAccessTypeDefault;
-  /// Finds address and protocol by the address; the configuration is then ignored. May go over plain
-  /// http, too: see `discovery.allowsPlainHTTP`.
+  /// Finds address and protocol by the address; the configuration is then ignored. Plain http is
+  /// tried as well: see `discovery.allowsPlainHTTP`.
   bool autodiscover = false;
   std::shared_ptr<TWCredentials> credentials = nullptr;
   std::optional<TWConfiguration> config = std::nullopt;
@@ -206,7 +206,7 @@ class TWAccount : public TWObject, public TWServiceContext {
   ///
   /// Errors: a folder of another account, "SaveOnly" without a folder, "SendOnly" with one; an item
   /// that cannot be written; why there is no Sent Items. In place of a result: ErrorTransport for
-  /// an item that was only to be saved, and of which the server tells no id.
+  /// an item that was not to be sent, and of which the server tells no id.
   std::optional<TWResults<std::shared_ptr<TWBulkCreateResult>>> bulkCreate(
       const std::shared_ptr<TWFolder>& folder, const TWItems& items,
       std::string_view messageDisposition, std::string_view sendMeetingInvitiations,

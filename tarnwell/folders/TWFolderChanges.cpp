@@ -264,7 +264,9 @@ bool TWFolder::refresh(TWError* error) {
   for (const auto& field : cls.fields())
     set(field->name(), (*fresh->front().value())[field->name()]);
   changeTrees(account, [&](const TWRoot& root) {
-    if (root.getFolder(folderId())) root.updateFolder(self());
+    // A folder of a lesser class, made of an id alone, does not take the place of a better one.
+    const auto known = root.getFolder(folderId());
+    if (known && this->cls().isKindOf(known->cls())) root.updateFolder(self());
   });
   return true;
 }

@@ -435,9 +435,12 @@ std::optional<TWResults<bool>> TWQuerySet::delete_(int pageSize, TWError* error)
 
 bool TWQuerySet::wantsOnlyAttributes() const {
   if (!state_ || !state_->onlyFields) return false;
-  const auto paths = onlyPaths();
-  return std::ranges::all_of(paths,
-                             [](const auto& path) { return path && path->field()->isAttribute(); });
+  // Names of no field count neither way; alone they ask for nothing that an id pair has.
+  auto paths = onlyPaths();
+  if (paths.empty()) return true;
+  std::erase(paths, nullptr);
+  return !paths.empty() &&
+         std::ranges::all_of(paths, [](const auto& path) { return path->field()->isAttribute(); });
 }
 
 TWItemEntries TWQuerySet::asItems(const TWItemEntries& entries) const {
@@ -477,7 +480,15 @@ std::vector<TWList> TWQuerySet::asValuesList(const TWItemEntries& entries) const
   for (const auto& entry : entries) {
     auto& values = all.emplace_back();
     if (onlyIds) {
-      if (const auto pair = entry.idPair()) values.emplace_back(pair->id);
+      const auto pair = entry.idPair();
+      if (!pair) continue;
+      // The id once, however many attributes were asked for, in the place of the first.
+      bool hasId = false;
+      for (const auto& path : paths) {
+        if (!path) values.emplace_back();
+        if (path && !std::exchange(hasId, true)) values.emplace_back(pair->id);
+      }
+      if (!hasId) values.emplace_back(pair->id);
       continue;
     }
     for (const auto& path : paths) values.push_back(valueIn(entry, path));

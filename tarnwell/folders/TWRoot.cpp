@@ -48,7 +48,11 @@ struct TWRoot::Cache {
   std::unordered_map<std::string, TWFolders> children;  ///< by the parent's id
   bool isIndexed = false;                               ///< `children` is up to date
 
-  void store(const std::shared_ptr<TWFolder>& folder);
+  [[nodiscard]] static Entry entryOf(const std::shared_ptr<TWFolder>& folder) {
+    return folder ? Entry{folder, folderIdOf(*folder), parentIdOf(*folder)} : Entry();
+  }
+  void store(Entry entry);
+  void store(const std::shared_ptr<TWFolder>& folder) { store(entryOf(folder)); }
   void remove(const std::string& folderId);
   [[nodiscard]] std::shared_ptr<TWFolder> find(const std::string& folderId) const;
   [[nodiscard]] std::shared_ptr<TWFolder> at(std::size_t place) const {
@@ -57,23 +61,35 @@ struct TWRoot::Cache {
   }
 };
 
+/// What upkeep does to the cache: puts an entry into it, or takes that of the id away.
+struct TWRoot::Change {
+  Cache::Entry entry;
+  bool isRemoval = false;
+
+  void applyTo(Cache& cache) const {
+    if (isRemoval)
+      cache.remove(entry.id);
+    else
+      cache.store(entry);
+  }
+};
+
 TWRoot::TWRoot() = default;
 
 TWRoot::~TWRoot() = default;
 
-void TWRoot::Cache::store(const std::shared_ptr<TWFolder>& folder) {
-  auto id = folder ? folderIdOf(*folder) : std::string();
-  if (id.empty()) return;
+void TWRoot::Cache::store(Entry entry) {
+  if (entry.id.empty()) return;
   isIndexed = false;
-  const auto [place, isNew] = places.try_emplace(id, folders.size());
+  const auto [place, isNew] = places.try_emplace(entry.id, folders.size());
   if (isNew) folders.emplace_back();
-  auto& entry = folders[place->second];
-  auto parentId = parentIdOf(*folder);
+  auto& known = folders[place->second];
   // One that was made of its id alone lies where the one did that it replaces.
-  if (parentId.empty()) parentId = std::move(entry.parentId);
+  if (entry.parentId.empty()) entry.parentId = std::move(known.parentId);
   // In the root's place is the root, also when it is that of an account's other tree that changed.
-  const bool isRoot = id == folderIdOf(root);
-  entry = {isRoot ? nullptr : folder, std::move(id), std::move(parentId)};
+  const bool isRoot = entry.folder.get() == &root || (!isNew && !known.folder);
+  if (isRoot) entry.folder = nullptr;
+  known = std::move(entry);
 }
 
 void TWRoot::Cache::remove(const std::string& folderId) {
@@ -111,7 +127,7 @@ void TWRoot::setSubFolders(const TWFolders& folders) {
   auto cache = std::make_unique<Cache>(*this);
   for (const auto& folder : folders) cache->store(folder);
   const std::scoped_lock lock(mutex_);
-  ++changes_;
+  ++renewals_;
   cache_ = std::move(cache);
   isFilled_ = true;
 }
@@ -121,10 +137,13 @@ void TWRoot::fillCache(TWError* error) const {
 }
 
 bool TWRoot::updateCache(TWError* error) const {
-  std::uint64_t changesBefore = 0;
+  std::size_t changesBefore = 0;
+  std::uint64_t renewalsBefore = 0;
   {
     const std::scoped_lock lock(mutex_);
-    changesBefore = changes_;
+    changesBefore = changes_.size();
+    renewalsBefore = renewals_;
+    ++readings_;
   }
   auto cache = std::make_unique<Cache>(*this);
   cache->store(self());
@@ -136,9 +155,11 @@ bool TWRoot::updateCache(TWError* error) const {
   }
   {
     const std::scoped_lock lock(mutex_);
+    // The server's answer may be older than these.
+    for (std::size_t at = changesBefore; at < changes_.size(); ++at) changes_[at].applyTo(*cache);
+    if (--readings_ == 0) changes_.clear();
     cache_ = std::move(cache);
-    // What was changed while the server was asked may be missing: the next look reads again.
-    isFilled_ = !failure && changes_ == changesBefore;
+    isFilled_ = !failure && renewals_ == renewalsBefore;
   }
   if (failure) setError(error, failure);
   return !failure;
@@ -146,7 +167,7 @@ bool TWRoot::updateCache(TWError* error) const {
 
 void TWRoot::clearCache() const {
   const std::scoped_lock lock(mutex_);
-  ++changes_;
+  ++renewals_;
   cache_.reset();
   isFilled_ = false;
 }
@@ -161,18 +182,20 @@ std::shared_ptr<TWFolder> TWRoot::getFolder(std::string_view folderId) const {
   return cache_ ? cache_->find(std::string(folderId)) : nullptr;
 }
 
+void TWRoot::keep(Change change) const {
+  if (cache_) change.applyTo(*cache_);
+  if (readings_ > 0) changes_.push_back(std::move(change));
+}
+
 void TWRoot::addFolder(const std::shared_ptr<TWFolder>& folder) const {
   const std::scoped_lock lock(mutex_);
-  ++changes_;
   if (!cache_) cache_ = std::make_unique<Cache>(*this);
-  cache_->store(folder);
+  keep({Cache::entryOf(folder)});
 }
 
 void TWRoot::removeFolder(const std::shared_ptr<TWFolder>& folder) const {
-  if (!folder) return;
   const std::scoped_lock lock(mutex_);
-  ++changes_;
-  if (cache_) cache_->remove(folderIdOf(*folder));
+  keep({Cache::entryOf(folder), true});
 }
 
 std::string TWRoot::placedBelow(const TWFolderClass& cls, const std::string& id,

@@ -34,8 +34,8 @@ class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
   /// Replaces the cache, as a tree from an archive does. It then counts as filled.
   void setSubFolders(const TWFolders& folders);
   /// Reads the tree anew: this folder, the one from which the search starts, and what is below it.
-  /// On failure the cache holds what could be read, and does not count as filled; nor does it when
-  /// it was changed meanwhile.
+  /// Upkeep meanwhile goes before what was read. On failure the cache holds what could be read, and
+  /// does not count as filled; nor does it when it was dropped or replaced meanwhile.
   bool updateCache(TWError* error = nullptr) const;
   void clearCache() const;
   [[nodiscard]] bool isCacheReady() const;
@@ -84,6 +84,9 @@ class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
  private:
   friend class detail::FolderTree;
   struct Cache;
+  struct Change;
+  /// With the mutex held.
+  void keep(Change change) const;
   /// The id of the cached folder that one with this id and parent is drawn below; may be empty.
   [[nodiscard]] std::string placedBelow(const TWFolderClass& cls, const std::string& id,
                                         const std::string& parentId, const Cache& cache) const;
@@ -99,7 +102,9 @@ class TWRoot : public detail::FolderKind<TWRoot, TWFolder> {
   mutable std::mutex mutex_;              // guards all below; never held over a request
   mutable std::unique_ptr<Cache> cache_;  ///< null when nothing is cached
   mutable bool isFilled_ = false;
-  mutable std::uint64_t changes_ = 0;  ///< by upkeep, so far
+  mutable std::vector<Change> changes_;  ///< upkeep while the tree is read
+  mutable int readings_ = 0;             ///< of the tree, under way
+  mutable std::uint64_t renewals_ = 0;   ///< how often the cache was dropped or replaced by others
   mutable TWFolderMap defaultFolders_;
 };
 

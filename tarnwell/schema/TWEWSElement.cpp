@@ -10,6 +10,7 @@
 
 #include "tarnwell/Core/XML/detail/XMLView.h"
 #include "tarnwell/schema/detail/FieldList.h"
+#include "tarnwell/schema/detail/NamelessField.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWUtils.h"
@@ -44,11 +45,6 @@ class Nesting {
  private:
   Steps& steps_;
 };
-
-TWError noNameOnTheServer(const TWField& field) {
-  return {TWErrorCode::ErrorValueOutOfRange,
-          formatMessage("Field %@ has no name on the server", {field.options().name})};
-}
 
 /// True when the field has nothing to write.
 bool isSkipped(const TWField& field, const TWValue& value) {
@@ -149,7 +145,7 @@ NKXMLElement TWEWSElement::toXML(const TWVersion* version, TWError* error) {
     const TWValue& value = get(field->name());
     if (isSkipped(*field, value)) continue;
     if (field->fieldURI().empty()) {
-      setError(error, noNameOnTheServer(*field));
+      setError(error, detail::namelessField(*field));
       return {};
     }
     const auto text = TWUtils::xmlFromValue(value);
@@ -167,8 +163,6 @@ NKXMLElement TWEWSElement::toXML(const TWVersion* version, TWError* error) {
     if (isSkipped(*field, value)) continue;
     TWError failure;
     const auto xml = field->toXML(value, version, &failure);
-    // What has a value is never left out because its field knows no element for it.
-    if (!failure && xml.isAbsent()) failure = noNameOnTheServer(*field);
     if (!failure) TWUtils::updateElement(element, xml, version, &failure);
     if (failure) {
       setError(error, failure);

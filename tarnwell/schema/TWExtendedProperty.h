@@ -109,6 +109,12 @@ class TWExtendedProperty : public TWEWSElement {
  public:
   /// The class above all extended properties: it addresses none, and is not valid.
   [[nodiscard]] static const TWExtendedPropertyClass& elementClass();
+  [[nodiscard]] static const std::vector<std::string>& distinguishedSets() {
+    return TWExtendedPropertyClass::distinguishedSets();
+  }
+  [[nodiscard]] static const std::vector<std::string>& propertyTypes() {
+    return TWExtendedPropertyClass::propertyTypes();
+  }
 
   explicit TWExtendedProperty(const TWExtendedPropertyClass& cls) : cls_(&cls) {}
   [[nodiscard]] const TWElementClass& cls() const override { return *cls_; }
@@ -137,18 +143,59 @@ class TWExtendedProperty : public TWEWSElement {
   const TWExtendedPropertyClass* cls_;
 };
 
+namespace detail {
+
+/// What a C++ class of its own for an extended property adds: the answers of its property class.
+template <class Self>
+class ExtendedPropertyKind : public ElementKind<Self, TWExtendedProperty> {
+ public:
+  /// See `TWExtendedPropertyClass` for all of these.
+  [[nodiscard]] static const std::optional<std::string>& distinguishedPropertySetId() {
+    return Self::elementClass().distinguishedPropertySetId();
+  }
+  [[nodiscard]] static const std::optional<std::string>& propertySetId() {
+    return Self::elementClass().propertySetId();
+  }
+  [[nodiscard]] static const TWValue& propertyTag() { return Self::elementClass().propertyTag(); }
+  [[nodiscard]] static const std::optional<std::string>& propertyName() {
+    return Self::elementClass().propertyName();
+  }
+  [[nodiscard]] static const std::optional<std::int64_t>& propertyId() {
+    return Self::elementClass().propertyId();
+  }
+  [[nodiscard]] static const std::optional<std::string>& propertyType() {
+    return Self::elementClass().propertyType();
+  }
+  [[nodiscard]] static TWValueClass objectivecType() {
+    return Self::elementClass().objectivecType();
+  }
+  [[nodiscard]] static bool isArrayType() { return Self::elementClass().isArrayType(); }
+  [[nodiscard]] static bool isBinaryType() { return Self::elementClass().isBinaryType(); }
+  [[nodiscard]] static std::optional<std::int64_t> propertyTagAsInt() {
+    return Self::elementClass().propertyTagAsInt();
+  }
+  [[nodiscard]] static std::optional<std::string> propertyTagAsHex() {
+    return Self::elementClass().propertyTagAsHex();
+  }
+  [[nodiscard]] static TWDictionary propertiesMap() { return Self::elementClass().propertiesMap(); }
+  static bool validate(TWError* error = nullptr) { return Self::elementClass().validate(error); }
+
+ protected:
+  ExtendedPropertyKind() : ElementKind<Self, TWExtendedProperty>(Self::elementClass()) {}
+};
+
+}  // namespace detail
+
 /// The identifier of an item in another system ("External ID").
-class TWExternId : public detail::ElementKind<TWExternId, TWExtendedProperty> {
+class TWExternId : public detail::ExtendedPropertyKind<TWExternId> {
  public:
   [[nodiscard]] static const TWExtendedPropertyClass& elementClass();
-  TWExternId() : ElementKind(elementClass()) {}
 };
 
 /// Whether an item is flagged for follow-up (2) or done (1).
-class TWFlag : public detail::ElementKind<TWFlag, TWExtendedProperty> {
+class TWFlag : public detail::ExtendedPropertyKind<TWFlag> {
  public:
   [[nodiscard]] static const TWExtendedPropertyClass& elementClass();
-  TWFlag() : ElementKind(elementClass()) {}
 };
 
 }  // namespace tarnwell

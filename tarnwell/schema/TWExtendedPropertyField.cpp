@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "tarnwell/schema/TWExtendedProperty.h"
+#include "tarnwell/schema/detail/NamelessField.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
@@ -70,7 +71,11 @@ TWValue TWExtendedPropertyField::fromXML(const NKXMLElement& element,
 TWValue TWExtendedPropertyField::toXML(const TWValue& value, const TWVersion* version,
                                        TWError* error) const {
   const auto* const cls = propertyClass();
-  if (cls == nullptr || value.isAbsent()) return {};
+  if (value.isAbsent()) return {};
+  if (cls == nullptr) {
+    setError(error, detail::namelessField(*this));
+    return {};
+  }
   const auto content = wrapped(value).asObject<TWEWSElement>()->toXML(version, error);
   const auto tag = cls->requestTag();
   if (!content || !tag) return {};

@@ -5,6 +5,7 @@
 
 #include "tarnwell/protocol/TWVersion.h"
 #include "tarnwell/schema/TWEWSElement.h"
+#include "tarnwell/schema/detail/NamelessField.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWDictionary.h"
@@ -147,8 +148,7 @@ TWValue TWFieldURIField::toXML(const TWValue& value, const TWVersion* version,
 TWValue TWFieldURIField::elementWith(const TWValue& content, const TWVersion* version,
                                      TWError* error) const {
   if (responseTag().empty()) {
-    setError(error, {TWErrorCode::ErrorValueOutOfRange,
-                     formatMessage("Field %@ has no name on the server", {options().name})});
+    setError(error, detail::namelessField(*this));
     return {};
   }
   TWError failure;

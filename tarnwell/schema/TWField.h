@@ -116,8 +116,8 @@ class TWField {
                                           const std::shared_ptr<TWAccount>& account) const;
 
   /// What is placed into the element for the value: usually a new element, of some kinds the value
-  /// itself. Absent when there is nothing to write for an absent value, or with an error when the
-  /// value cannot be written; elements refuse a value for which neither comes.
+  /// itself. Absent when there is nothing to write, or with an error when the value cannot be
+  /// written.
   [[nodiscard]] virtual TWValue toXML(const TWValue& value, const TWVersion* version,
                                       TWError* error = nullptr) const;
 

@@ -6,6 +6,7 @@
 #include "tarnwell/schema/TWEWSElement.h"
 #include "tarnwell/schema/TWElementClass.h"
 #include "tarnwell/schema/TWIndexedFields.h"
+#include "tarnwell/schema/detail/NamelessField.h"
 #include "tarnwell/services/TWErrors.h"
 #include "tarnwell/util/TWFormat.h"
 
@@ -71,17 +72,19 @@ std::vector<std::shared_ptr<TWFieldPath>> TWFieldPath::expand(const TWVersion* v
 }
 
 NKXMLElement TWFieldPath::toXML(const TWVersion* /*version*/, TWError* error) {
-  const auto fail = [&](std::string_view format) {
-    setError(error, {TWErrorCode::ErrorValueOutOfRange, formatMessage(format, {field_->name()})});
-    return NKXMLElement();
-  };
   const auto unlessNameless = [&](const NKXMLElement& xml) {
-    return xml ? xml : fail("Field %@ has no name on the server");
+    if (!xml) setError(error, detail::namelessField(*field_));
+    return xml;
   };
   if (!isIndexed(*field_)) return unlessNameless(field_->fieldURIXML());
   const auto* const subField = dynamic_cast<const TWSubField*>(subField_.get());
-  if (!label_ || subField == nullptr)
-    return fail("Field path for indexed field %@ is missing label and/or subfield");
+  if (!label_ || subField == nullptr) {
+    setError(error,
+             {TWErrorCode::ErrorValueOutOfRange,
+              formatMessage("Field path for indexed field %@ is missing label and/or subfield",
+                            {field_->name()})});
+    return {};
+  }
   return unlessNameless(field_->fieldURI().empty()
                             ? NKXMLElement()
                             : subField->fieldURIXML(field_->fieldURI(), *label_));

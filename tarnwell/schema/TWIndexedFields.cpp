@@ -5,8 +5,8 @@
 
 #include "tarnwell/Core/XML/detail/XMLView.h"
 #include "tarnwell/items/TWIndexedElements.h"
+#include "tarnwell/schema/detail/NamelessField.h"
 #include "tarnwell/schema/detail/ValueClassOption.h"
-#include "tarnwell/services/TWErrors.h"
 #include "tarnwell/transport/TWNamespaces.h"
 #include "tarnwell/util/TWFormat.h"
 #include "tarnwell/util/TWUtils.h"
@@ -57,8 +57,7 @@ TWValue TWNamedSubField::fromChild(const NKXMLElement& child,
 TWValue TWNamedSubField::toXML(const TWValue& value, const TWVersion* version,
                                TWError* error) const {
   if (requestTag().empty()) {
-    setError(error, {TWErrorCode::ErrorValueOutOfRange,
-                     formatMessage("Field %@ has no name on the server", {options().name})});
+    setError(error, detail::namelessField(*this));
     return {};
   }
   return TWUtils::updateElement(TWUtils::createElement(requestTag()), value, version, error);
@@ -90,7 +89,10 @@ TWValue TWIndexedField::fromChild(const NKXMLElement& child,
 TWValue TWIndexedField::toXML(const TWValue& value, const TWVersion* version,
                               TWError* error) const {
   const auto name = container();
-  if (!name) return {};
+  if (!name) {
+    if (!value.isAbsent()) setError(error, detail::namelessField(*this));
+    return {};
+  }
   TWError failure;
   auto element = TWUtils::updateElement(TWUtils::createElement(formatMessage("t:%@", {*name})),
                                         value, version, &failure);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <concepts>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -48,12 +50,13 @@ class TWResolveNames : public TWEWSService, public TWServiceStatics<TWResolveNam
       bool returnFullContactData = false,
       const std::optional<std::string>& searchScope = std::nullopt,
       const std::optional<std::string>& contactDataShape = std::nullopt, TWError* error = nullptr);
-  /// Nothing but a bool is a flag.
-  std::optional<Mailboxes> call(const std::vector<std::string>& names, const TWList& parentFolders,
-                                auto returnFullContactData,
-                                const std::optional<std::string>& searchScope = std::nullopt,
-                                const std::optional<std::string>& contactDataShape = std::nullopt,
-                                TWError* error = nullptr) = delete;
+  /// Nothing but a bool is a flag; a null pointer is the error of the overload with options.
+  template <class Flag>
+  requires(!std::same_as<Flag, std::nullptr_t>) std::optional<Mailboxes> call(
+      const std::vector<std::string>& names, const TWList& parentFolders,
+      Flag returnFullContactData, const std::optional<std::string>& searchScope = std::nullopt,
+      const std::optional<std::string>& contactDataShape = std::nullopt, TWError* error = nullptr)
+  = delete;
 
   [[nodiscard]] std::optional<Mailboxes> call(const std::vector<std::string>& names,
                                               const Options& options, TWError* error = nullptr) {

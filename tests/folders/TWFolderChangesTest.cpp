@@ -408,7 +408,7 @@ TEST_F(TWFolderChanges, RefreshMovesAFolderOfWhichTheTreeHasAnotherObject) {
   });
   const auto inbox = tree().getDefaultFolder(TWInbox::elementClass());
   ASSERT_TRUE(inbox);
-  for (const auto& moved : {folder("F"), inbox}) {
+  for (const auto& moved : {folder("F", TWMessages::elementClass()), inbox}) {
     hasFolders(folderXML("A", "a", "T") + folderXML("B", "b", "T") + folderXML("F", "f", "A"));
     server.on("GetFolder",
               answer("GetFolder", foldersMessage("GetFolder", folderXML("T", "Top", "R"))));
@@ -430,6 +430,22 @@ TEST_F(TWFolderChanges, RefreshPutsNothingIntoATreeThatDoesNotHaveIt) {
             answer("GetFolder", foldersMessage("GetFolder", folderXML("F", "f", "R"))));
   ASSERT_TRUE(folder("F")->refresh());
   EXPECT_EQ(tree().getFolder("F"), nullptr);
+}
+
+// By their classes the tree knows where the top is, and which folder is the inbox.
+TEST_F(TWFolderChanges, RefreshOfAFolderOfALesserClassLeavesTheTree) {
+  hasFolders(folderXML("F", "f", "T"));
+  ASSERT_TRUE(tree().updateCache());
+  const auto top = tree().getFolder("T"), known = tree().getFolder("F");
+  for (const auto* const id : {"T", "F"}) {
+    server.on("GetFolder",
+              answer("GetFolder", foldersMessage("GetFolder", folderXML(id, "other", "X"))));
+    const auto plain = folder(id);
+    ASSERT_TRUE(plain->refresh());
+    EXPECT_EQ((*plain)["name"], TWValue("other"));
+  }
+  EXPECT_EQ(tree().getFolder("T"), top);
+  EXPECT_THAT(root->walk(), ElementsAre(top, known));
 }
 
 TEST_F(TWFolderChanges, BelowAFolderKnownByItsNameAloneTheTreeIsReadAgain) {

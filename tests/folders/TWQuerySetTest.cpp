@@ -535,6 +535,11 @@ TEST_F(TWQuerySetTest, NamesThatCannotBeResolvedHaveAnAbsentValueInLists) {
   const auto none = inbox->all().valuesList({"nope"});
   EXPECT_EQ(none.asValuesList(entries).at(1), TWList{TWValue()}) << "which is no id";
   EXPECT_EQ(none.asItems(entries).at(1).item(), nullptr);
+  const auto ids = inbox->all().valuesList({"nope", "item_id", "changekey", "none"});
+  EXPECT_EQ(ids.asValuesList(entries).at(1), (TWList{TWValue(), "2", TWValue()}));
+  EXPECT_EQ(ids.asValues(entries).at(1), (TWDictionary{{"item_id", "2"}}));
+  ASSERT_NE(ids.asItems(entries).at(1).item(), nullptr);
+  EXPECT_EQ(ids.asItems(entries).at(1).item()->get("item_id"), TWValue("2"));
 }
 
 TEST_F(TWQuerySetTest, QuerySetsWithoutAFolderAreNothing) {

@@ -181,23 +181,52 @@ TEST_F(TWRootTest, NavigatingInATreeThatCannotBeReadTellsWhy) {
 }
 
 TEST_F(TWRootTest, AChangeWhileTheTreeIsReadIsNotLost) {
+  const auto expectKeys = [&](const std::function<void()>& change, const std::string& keys) {
+    server.on("FindFolder", [&](const std::string&) {
+      change();
+      return answer("FindFolder", pageMessage("FindFolder", "Folders", folderXML("I", "", "T")));
+    });
+    ASSERT_TRUE(tree().updateCache());
+    server.startOver();
+    EXPECT_EQ(keysOf(tree().foldersMap()), keys);
+    EXPECT_THAT(server.operations(), IsEmpty()) << "the tree was read";
+  };
+  expectKeys([&] { tree().addFolder(folder("N")); }, "I N R T ");
+  expectKeys([&] { tree().removeFolder(folder("I")); }, "R T ");
+  expectKeys([&] { tree().updateFolder(folder("I")); }, "I R T ");
+  expectKeys([] {}, "I R T ");
+  const auto renamed = folder("I");
+  expectKeys([&] { tree().updateFolder(renamed); }, "I R T ");
+  EXPECT_EQ(tree().getFolder("I"), renamed);
+}
+
+TEST_F(TWRootTest, ATreeThatIsDroppedWhileItIsReadIsReadAgain) {
   const auto inbox = folderXML("I", "Inbox", "T"), made = folderXML("N", "New", "T");
-  const auto expectKeys = [&](const std::function<void()>& change, const std::string& newer,
-                              const std::string& keys) {
+  const std::vector<std::function<void()>> changes = {[&] { tree().clearCache(); },
+                                                      [&] { tree().setSubFolders({folder("N")}); }};
+  for (const auto& change : changes) {
     server.on("FindFolder", [&](const std::string&) {
       change();
       return answer("FindFolder", pageMessage("FindFolder", "Folders", inbox));
     });
     ASSERT_TRUE(tree().updateCache());
     EXPECT_FALSE(tree().isCacheReady());
-    hasFolders(newer);
-    EXPECT_EQ(keysOf(tree().foldersMap()), keys);
+    hasFolders(inbox + made);
+    EXPECT_EQ(keysOf(tree().foldersMap()), "I N R T ");
     EXPECT_TRUE(tree().isCacheReady());
-  };
-  expectKeys([&] { tree().addFolder(folder("N")); }, inbox + made, "I N R T ");
-  expectKeys([&] { tree().removeFolder(folder("I")); }, made, "N R T ");
-  expectKeys([&] { tree().clearCache(); }, inbox + made, "I N R T ");
-  expectKeys([&] { tree().setSubFolders({folder("N")}); }, inbox + made, "I N R T ");
+  }
+}
+
+// Each reading keeps what was changed while it ran, not what was changed before.
+TEST_F(TWRootTest, AChangeBeforeTheTreeIsReadGivesWayToTheServer) {
+  server.on("FindFolder", [&](const std::string&) {
+    tree().addFolder(folder("N"));
+    return answer("FindFolder", pageMessage("FindFolder", "Folders", folderXML("I", "", "T")));
+  });
+  ASSERT_TRUE(tree().updateCache());
+  hasFolders(folderXML("I", "Inbox", "T"));
+  ASSERT_TRUE(tree().updateCache());
+  EXPECT_EQ(keysOf(tree().foldersMap()), "I R T ");
 }
 
 TEST_F(TWRootTest, FoldersAreFoundBelowTheTopOfTheStore) {

@@ -92,6 +92,25 @@ TEST(TWElementClass, AnAttributeWithoutANameOnTheServerIsNotWritten) {
   }
 }
 
+// Of a program: may leave a value out without a word.
+class SilentField : public detail::FieldKind<SilentField, TWTextField> {
+ public:
+  static constexpr std::string_view kClassName = "SilentField";
+  using FieldKind::FieldKind;
+  [[nodiscard]] TWValue toXML(const TWValue& /*value*/, const TWVersion* /*version*/,
+                              TWError* /*error*/) const override {
+    return {};
+  }
+};
+
+TEST(TWElementClass, AFieldMayWriteNothing) {
+  const auto& cls = freshClass();
+  cls.addField(SilentField::withProps({.name = "note", .fieldURI = "x:N"}), 0);
+  TWError error;
+  const auto xml = cls.withDict({{"a", "x"}, {"note", "y"}})->toXML(nullptr, &error);
+  EXPECT_THAT(xml.description(), test::EqualsXML("<t:Fresh><t:A>x</t:A></t:Fresh>")) << error;
+}
+
 TEST(TWElementClass, AValueWhoseFieldKnowsNoElementForItIsNotLeftOut) {
   const std::vector<std::pair<std::shared_ptr<TWField>, TWValue>> rows = {
       {TWExtendedPropertyField::withProps({.name = "note"}), 5},

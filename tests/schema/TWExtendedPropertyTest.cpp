@@ -123,6 +123,25 @@ TEST(TWExtendedPropertyClass, TheReadyKindsAreAddressedAsTheyAreKnown) {
   EXPECT_TRUE(TWFlag::elementClass().validate());
 }
 
+TEST(TWExtendedPropertyClass, TheReadyKindsAnswerForTheirClasses) {
+  EXPECT_FALSE(TWFlag::distinguishedPropertySetId());
+  EXPECT_EQ(TWExternId::propertySetId(), TWExternId::elementClass().propertySetId());
+  EXPECT_EQ(TWExternId::propertyName(), "External ID");
+  EXPECT_FALSE(TWExternId::propertyId());
+  EXPECT_EQ(TWFlag::propertyTag(), TWValue("0x1090"));
+  EXPECT_EQ(TWFlag::propertyTagAsInt(), 0x1090);
+  EXPECT_EQ(TWFlag::propertyTagAsHex(), "0x1090");
+  EXPECT_EQ(TWFlag::propertyType(), "Integer");
+  EXPECT_EQ(TWFlag::objectivecType(), TWFlag::elementClass().objectivecType());
+  EXPECT_FALSE(TWFlag::isArrayType());
+  EXPECT_FALSE(TWExternId::isBinaryType());
+  EXPECT_EQ(TWExternId::propertiesMap(), TWExternId::elementClass().propertiesMap());
+  EXPECT_TRUE(TWFlag::validate());
+  EXPECT_EQ(&TWExtendedProperty::distinguishedSets(),
+            &TWExtendedPropertyClass::distinguishedSets());
+  EXPECT_EQ(&TWFlag::propertyTypes(), &TWExtendedPropertyClass::propertyTypes());
+}
+
 TEST(TWExtendedPropertyClass, KnowsTheDistinguishedSetsInTheirOrder) {
   EXPECT_THAT(TWExtendedPropertyClass::distinguishedSets(),
               ElementsAre("Meeting", "Appointment", "Common", "PublicStrings", "Address",

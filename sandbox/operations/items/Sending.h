@@ -24,8 +24,8 @@ void checkSendable(const Item& item);
 /// mailbox that it is sent from.
 void sendItem(const OperationCall& call, const std::string& owner, Item& item);
 
-/// Sends an item of the store, `keys` of which were changed just now. It goes to `target`, or to the
-/// items sent without one, and when it is not to be saved it goes for good.
+/// Sends an item of the store, `keys` of which were changed just now. It then goes to `target`, or
+/// to the items sent without one; when it is not to be saved it is removed.
 void sendStoredItem(const OperationCall& call, Item item, const std::vector<std::string>& keys,
                     bool saves, const std::optional<FolderReference>& target);
 
