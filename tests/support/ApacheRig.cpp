@@ -96,15 +96,6 @@ std::vector<int> freePorts(std::size_t count) {
   return ports;
 }
 
-bool answers(int port) {
-  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  const sockaddr_in address = loopback(port);
-  const bool connected =
-      ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-  ::close(socket);
-  return connected;
-}
-
 std::string readFile(const fs::path& path) {
   std::ostringstream text;
   text << std::ifstream(path).rdbuf();
@@ -240,7 +231,9 @@ bool ApacheRig::start(bool closesAfterRefusal) {
   if (server_ < 0) return false;
   const auto end = std::chrono::steady_clock::now() + kPatience;
   while (std::chrono::steady_clock::now() < end) {
-    if (answers(ports_.at("BASIC")) && answers(ports_.at("TLS_EXPIRED"))) return true;
+    // Written once it listens at every port. Whoever answers there may be somebody else, who took
+    // the port meanwhile; Apache then ends.
+    if (fs::exists(directory_->path() / "run" / "apache.pid")) return true;
     if (::waitpid(server_, nullptr, WNOHANG) == server_) {
       server_ = -1;
       return false;
