@@ -14,6 +14,7 @@
 
 #include "tests/schema/FieldTesting.h"
 #include "tests/schema/TestElements.h"
+#include "tests/support/XMLMatchers.h"
 
 namespace tarnwell {
 namespace {

@@ -132,7 +132,7 @@ TEST(TWExtendedPropertyClass, TheReadyKindsAnswerForTheirClasses) {
   EXPECT_EQ(TWFlag::propertyTagAsInt(), 0x1090);
   EXPECT_EQ(TWFlag::propertyTagAsHex(), "0x1090");
   EXPECT_EQ(TWFlag::propertyType(), "Integer");
-  EXPECT_EQ(TWFlag::objectivecType(), TWFlag::elementClass().objectivecType());
+  EXPECT_EQ(TWFlag::objectivecType().kind(), TWValueClass::Kind::number);
   EXPECT_FALSE(TWFlag::isArrayType());
   EXPECT_FALSE(TWExternId::isBinaryType());
   EXPECT_EQ(TWExternId::propertiesMap(), TWExternId::elementClass().propertiesMap());
