@@ -264,7 +264,7 @@ bool TWFolder::refresh(TWError* error) {
   for (const auto& field : cls.fields())
     set(field->name(), (*fresh->front().value())[field->name()]);
   changeTrees(account, [&](const TWRoot& root) {
-    // A folder of a lesser class, made of an id alone, does not take the place of a better one.
+    // A plain folder, made of an id alone, does not take the place of one whose class is known.
     const auto known = root.getFolder(folderId());
     if (known && this->cls().isKindOf(known->cls())) root.updateFolder(self());
   });

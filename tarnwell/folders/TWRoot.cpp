@@ -87,7 +87,9 @@ void TWRoot::Cache::store(Entry entry) {
   // One that was made of its id alone lies where the one did that it replaces.
   if (entry.parentId.empty()) entry.parentId = std::move(known.parentId);
   // In the root's place is the root, also when it is that of an account's other tree that changed.
-  const bool isRoot = entry.folder.get() == &root || (!isNew && !known.folder);
+  // Its id is not looked at: another thread may be changing the root.
+  const bool isRoot = isNew ? dynamic_cast<const TWRoot*>(entry.folder.get()) != nullptr
+                            : entry.folder.get() == &root || !known.folder;
   if (isRoot) entry.folder = nullptr;
   known = std::move(entry);
 }

@@ -191,7 +191,11 @@ TEST_F(TWAccountRoot, AChangeIsSeenInTheArchivedTreeAndInTheFetchedOne) {
 
   server.on("EmptyFolder", test::successAnswer("EmptyFolder"));
   ASSERT_TRUE(account->importRootData(data) && renamed->empty("HardDelete", true));
-  EXPECT_FALSE(fetched->isCacheReady() || account->localRoot()->isCacheReady());
+  const auto restored = account->localRoot();
+  EXPECT_FALSE(fetched->isCacheReady() || restored->isCacheReady());
+  ASSERT_TRUE(fetched->save({"name"}));
+  EXPECT_EQ(fetched->getFolder("R"), fetched);
+  EXPECT_EQ(restored->getFolder("R"), restored);
 }
 
 /// A delegate that asks the account for its root when it hears of one.

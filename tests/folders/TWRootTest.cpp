@@ -217,6 +217,22 @@ TEST_F(TWRootTest, ATreeThatIsDroppedWhileItIsReadIsReadAgain) {
   }
 }
 
+TEST_F(TWRootTest, AReadingThatEndsKeepsTheChangesOfOneThatGoesOn) {
+  int readings = 0;
+  server.on("FindFolder", [&](const std::string&) {
+    if (++readings == 1) {
+      tree().addFolder(folder("N"));
+      EXPECT_TRUE(tree().updateCache());
+      EXPECT_EQ(tree().getFolder("N"), nullptr) << "which came before that reading";
+    }
+    return answer("FindFolder", pageMessage("FindFolder", "Folders", folderXML("I", "", "T")));
+  });
+  ASSERT_TRUE(tree().updateCache());
+  EXPECT_EQ(readings, 2);
+  EXPECT_TRUE(tree().isCacheReady());
+  EXPECT_EQ(keysOf(tree().foldersMap()), "I N R T ");
+}
+
 // Each reading keeps what was changed while it ran, not what was changed before.
 TEST_F(TWRootTest, AChangeBeforeTheTreeIsReadGivesWayToTheServer) {
   server.on("FindFolder", [&](const std::string&) {
