@@ -1,5 +1,5 @@
 // A pointer turns into a bool by itself: an error argument that lands in the place of a flag,
-// because the flag was forgotten, must not compile. Nor must a number for a flag of a service.
+// because the flag was forgotten, must not compile. Nor must a number.
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -83,25 +83,36 @@ concept ConnectsWithOptions = requires(Credentials credentials, Flag flag) {
   TWConnection::withCredentials(credentials, flag, TWConnectionOptions());
 };
 template <class Flag>
+concept Allows = requires(TWConnection& connection, Flag flag) {
+  connection.setAllowInsecureCertificate(flag);
+};
+template <class Flag>
+concept AllowsAll = requires(TWProtocol& protocol, Flag flag) {
+  protocol.setAllowsInsecureCertificate(flag);
+};
+template <class Flag>
+concept SaysSsl = requires(TWConnection& connection, Flag flag) {
+  connection.setSsl(flag);
+};
+template <class Flag>
+concept Localizes = requires(const TWTimeZone& zone, Flag flag) {
+  zone.localize(TWInstant(), flag);
+};
+template <class Flag>
 concept Discovers = requires(Credentials credentials, Flag flag) {
   TWAutodiscover::autodiscoverHostname(kText, kText, credentials, flag);
 };
 
 template <class Flag>
-constexpr int kTakenByConnections =
-    Posts<Flag> + Fetches<Flag> + Connects<Flag> + ConnectsWithOptions<Flag> + Discovers<Flag>;
+constexpr int kTakenByOthers =
+    Posts<Flag> + Fetches<Flag> + Connects<Flag> + ConnectsWithOptions<Flag> + Discovers<Flag> +
+    Allows<Flag> + AllowsAll<Flag> + SaysSsl<Flag> + Localizes<Flag>;
 template <class Flag>
 constexpr int kTakenByServices =
     EmptiesFolders<Flag> + EmptiesByService<Flag> + GetsAttachments<Flag> + GetsZones<Flag> +
     UpdatesItems<Flag> + DeletesItems<Flag> + ResolvesNames<Flag> + WritesEmptying<Flag> +
     WritesGetting<Flag> + WritesZones<Flag> + WritesUpdates<Flag> + WritesDeletions<Flag> +
     WritesNames<Flag>;
-
-TEST(Flags, AreNotMadeOfPointers) {
-  EXPECT_EQ(kTakenByConnections<bool>, 5);
-  EXPECT_EQ(kTakenByConnections<TWError*>, 0);
-  EXPECT_EQ(kTakenByConnections<const char*>, 0);
-}
 
 template <class Service>
 concept TakesNoErrorWithOptions = requires(Service& service) {
@@ -113,13 +124,16 @@ TEST(Flags, ANullPointerInTheirPlaceIsThatOfTheError) {
   EXPECT_TRUE(TakesNoErrorWithOptions<TWResolveNames>);
 }
 
-TEST(Flags, OfServicesAreBoolsOnly) {
-  EXPECT_EQ(kTakenByServices<bool>, 13);
-  EXPECT_EQ(kTakenByServices<TWError*>, 0);
-  EXPECT_EQ(kTakenByServices<const char*>, 0);
-  EXPECT_EQ(kTakenByServices<int>, 0);
-  EXPECT_EQ(kTakenByServices<double>, 0);
-  EXPECT_EQ(kTakenByServices<TWErrorCode>, 0);
+template <class Flag>
+constexpr int kTaken = kTakenByOthers<Flag> + kTakenByServices<Flag>;
+
+TEST(Flags, AreBoolsOnly) {
+  EXPECT_EQ(kTaken<bool>, 22);
+  EXPECT_EQ(kTaken<TWError*>, 0);
+  EXPECT_EQ(kTaken<const char*>, 0);
+  EXPECT_EQ(kTaken<int>, 0);
+  EXPECT_EQ(kTaken<double>, 0);
+  EXPECT_EQ(kTaken<TWErrorCode>, 0);
 }
 
 }  // namespace

@@ -75,11 +75,11 @@ class TWAutodiscover {
       std::string_view host, std::string_view email,
       const std::shared_ptr<TWCredentials>& credentials, bool hasSSL, TWError* error = nullptr,
       const TWAutodiscoverOptions& options = {});
-  /// A pointer is no flag.
+  /// Nothing but a bool is a flag.
   static std::optional<TWAutodiscoverObject> autodiscoverHostname(
       std::string_view host, std::string_view email,
-      const std::shared_ptr<TWCredentials>& credentials, const void* hasSSL,
-      TWError* error = nullptr, const TWAutodiscoverOptions& options = {}) = delete;
+      const std::shared_ptr<TWCredentials>& credentials, auto hasSSL, TWError* error = nullptr,
+      const TWAutodiscoverOptions& options = {}) = delete;
 
   /// The request's body.
   [[nodiscard]] static std::string getAutodiscoverPayload(std::string_view email);

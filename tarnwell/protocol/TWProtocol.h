@@ -65,6 +65,7 @@ class TWBaseProtocol : public TWConnectionSource,
   /// Reaches the connections that exist now, and no later ones, deliberately: set it again after
   /// `renewConnection`.
   void setAllowsInsecureCertificate(bool allows);
+  void setAllowsInsecureCertificate(auto allows) = delete;
   /// False when a connection has met a certificate that failed evaluation.
   [[nodiscard]] bool isCertificateValid() const;
   /// The next request carries the new token; the connections share the credentials.

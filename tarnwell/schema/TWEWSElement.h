@@ -173,6 +173,9 @@ class ElementKind : public Base {
     Self::elementClass().addField(std::move(field), idx);
   }
   static void removeField(const TWField& field) { Self::elementClass().removeField(field); }
+  [[nodiscard]] static std::optional<std::string_view> insertAfterField() {
+    return Self::elementClass().insertAfterField();
+  }
 
   /// Adds a field of that name for an extended property, right after `insertAfterField`. From then
   /// on every element of the class has it, those of the classes that share its list included.

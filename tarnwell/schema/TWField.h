@@ -1,7 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <concepts>
 #include <cstddef>
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <optional>
@@ -199,3 +201,8 @@ class TWFieldURIField : public detail::FieldKind<TWFieldURIField, TWField> {
 };
 
 }  // namespace tarnwell
+
+template <std::derived_from<tarnwell::TWField> Field>
+struct std::hash<Field> {
+  std::size_t operator()(const Field& field) const { return field.hash(); }
+};

@@ -61,6 +61,7 @@ class TWTimeZone {
   /// `isDst` and daylight saving in force, the daylight-saving offset is added to the instant
   /// first, so that the clock is that much ahead.
   [[nodiscard]] std::string localize(TWInstant instant, bool isDst = false) const;
+  std::string localize(TWInstant instant, auto isDst) const = delete;
 
   /// Equal when the names are.
   [[nodiscard]] bool isEqual(const TWTimeZone& other) const noexcept;

@@ -84,11 +84,11 @@ class TWConnection {
   [[nodiscard]] static std::shared_ptr<TWConnection> withCredentials(
       std::shared_ptr<TWCredentials> credentials, bool allowsRedirects,
       TWConnectionOptions options);
-  // A pointer is no flag.
+  // Nothing but a bool is a flag.
   static std::shared_ptr<TWConnection> withCredentials(std::shared_ptr<TWCredentials> credentials,
-                                                       const void* allowsRedirects) = delete;
+                                                       auto allowsRedirects) = delete;
   static std::shared_ptr<TWConnection> withCredentials(std::shared_ptr<TWCredentials> credentials,
-                                                       const void* allowsRedirects,
+                                                       auto allowsRedirects,
                                                        TWConnectionOptions options) = delete;
   TWConnection(const TWConnection&) = delete;
   TWConnection& operator=(const TWConnection&) = delete;
@@ -116,11 +116,11 @@ class TWConnection {
   /// Posts a text as UTF-8.
   [[nodiscard]] TWResponse post(std::string_view url, const std::optional<TWHeaders>& headers,
                                 std::string_view xml, bool stream = false);
-  // A pointer is no flag: the errors are in the record.
+  // Nothing but a bool is a flag: the errors are in the record.
   TWResponse fetch(std::string_view url, std::string_view method,
-                   const std::optional<TWHeaders>& headers, Body body, const void* stream) = delete;
+                   const std::optional<TWHeaders>& headers, Body body, auto stream) = delete;
   TWResponse post(std::string_view url, const std::optional<TWHeaders>& headers,
-                  std::string_view xml, const void* stream) = delete;
+                  std::string_view xml, auto stream) = delete;
   [[nodiscard]] TWResponse get(std::string_view url);
   /// A HEAD never has a body: the one given is not sent.
   [[nodiscard]] TWResponse head(std::string_view url, const std::optional<TWHeaders>& headers,
@@ -145,6 +145,7 @@ class TWConnection {
   /// Connections made under another setting are not used again.
   [[nodiscard]] bool allowInsecureCertificate() const noexcept { return allowInsecureCertificate_; }
   void setAllowInsecureCertificate(bool allow);
+  void setAllowInsecureCertificate(auto allow) = delete;
   /// Whether the certificate that was evaluated last could not be trusted, accepted or not.
   /// Streaming requests have sockets of their own and do not count.
   [[nodiscard]] bool hasInsecureCertificate() const noexcept { return hasInsecureCertificate_; }
@@ -158,6 +159,7 @@ class TWConnection {
 
   [[nodiscard]] bool ssl() const noexcept { return ssl_; }
   void setSsl(bool ssl) noexcept { ssl_ = ssl; }
+  void setSsl(auto ssl) = delete;
   [[nodiscard]] std::string server() const;
   void setServer(std::string_view server);
   [[nodiscard]] std::string serviceEndpoint() const;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -59,3 +61,8 @@ class TWXMLObject : public TWObject {
 };
 
 }  // namespace tarnwell
+
+template <std::derived_from<tarnwell::TWObject> Object>
+struct std::hash<Object> {
+  std::size_t operator()(const Object& object) const { return object.hash(); }
+};

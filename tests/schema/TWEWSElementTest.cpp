@@ -1,3 +1,4 @@
+#include <functional>
 #include <sstream>
 #include <string>
 
@@ -393,6 +394,14 @@ TEST(TWEWSElement, EqualityGoesByTheValuesOfFields) {
   EXPECT_FALSE(*a == *b);
   EXPECT_FALSE(*a == *Person::withDict({{"name", "Ann"}}));
   EXPECT_FALSE(*a == *Street::withDict({{"name", "Ann"}, {"number", 1}}));
+}
+
+TEST(TWEWSElement, ElementsAndFieldsHaveTheirHashInTheStandardLibraryToo) {
+  const auto person = Person::withDict({{"name", "Ann"}});
+  EXPECT_EQ(std::hash<Person>{}(*person), person->hash());
+  EXPECT_EQ(std::hash<TWEWSElement>{}(*person), person->hash());
+  const auto field = Person::fields().front();
+  EXPECT_EQ(std::hash<TWField>{}(*field), field->hash());
 }
 
 TEST(TWEWSElement, MissingValuesAddNothingToEquality) {
