@@ -84,29 +84,29 @@ struct TWBulkDeleteOptions {
 /// are shared by everybody who asks for them: see `TWFolder` before one is changed. Items and query
 /// sets are for one thread at a time.
 ///
-/// What the bulk operations
-/// answer has one outcome for each input, in order; an input that is an error is not sent and goes
-/// back in its place. For no inputs they answer nothing, without an error. Errors of all of them:
-/// ErrorValueOutOfRange for bad arguments (nothing is sent then), and those of `TWEWSService`.
+/// What the bulk operations answer has one outcome for each input, in order; an input that is an
+/// error is not sent and goes back in its place. For no inputs they answer nothing, without an
+/// error. Errors of all of them: ErrorValueOutOfRange for bad arguments (nothing is sent then), and
+/// those of `TWEWSService`.
 class TWAccount : public TWObject, public TWServiceContext {
  public:
   /// Checks nothing and never fails. An account without a protocol, for want of a configuration or
   /// because autodiscover found nothing (the log tells of it), cannot send requests.
   [[nodiscard]] static std::shared_ptr<TWAccount> withPrimarySMTPAddress(
-      std::string_view primarySmtpAddress, std::optional<std::string> fullName,
+      std::string_view primarySmtpAddress, const std::optional<std::string>& fullName,
       TWAccessType accessType, std::same_as<bool> auto autodiscover,
-      std::shared_ptr<TWCredentials> credentials,
-      std::optional<TWConfiguration> config = std::nullopt,
-      std::optional<std::string> locale = std::nullopt,
-      std::optional<TWTimeZone> defaultTimeZone = std::nullopt) {
+      const std::shared_ptr<TWCredentials>& credentials,
+      const std::optional<TWConfiguration>& config = std::nullopt,
+      const std::optional<std::string>& locale = std::nullopt,
+      const std::optional<TWTimeZone>& defaultTimeZone = std::nullopt) {
     return withOptions({.primarySmtpAddress = std::string(primarySmtpAddress),
-                        .fullName = std::move(fullName),
+                        .fullName = fullName,
                         .accessType = accessType,
                         .autodiscover = autodiscover,
-                        .credentials = std::move(credentials),
-                        .config = std::move(config),
-                        .locale = std::move(locale),
-                        .defaultTimeZone = std::move(defaultTimeZone)});
+                        .credentials = credentials,
+                        .config = config,
+                        .locale = locale,
+                        .defaultTimeZone = defaultTimeZone});
   }
   [[nodiscard]] static std::shared_ptr<TWAccount> withOptions(const TWAccountOptions& options);
 

@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "tarnwell/protocol/TWProtocol.h"
 
@@ -37,13 +36,13 @@ struct TWConfiguration {
   [[nodiscard]] static TWConfiguration withCredentials(
       const std::shared_ptr<TWCredentials>& credentials, std::string_view server, HasSSL hasSSL,
       std::optional<std::string_view> serviceEndpoint = std::nullopt,
-      std::optional<TWVersion> version = std::nullopt, UseCached useCached = true,
+      const std::optional<TWVersion>& version = std::nullopt, UseCached useCached = true,
       const TWConnectionOptions& options = {}) {
     return withOptions({.credentials = credentials,
                         .server = std::string(server),
                         .hasSSL = hasSSL,
                         .serviceEndpoint = std::optional<std::string>(serviceEndpoint),
-                        .version = std::move(version),
+                        .version = version,
                         .useCached = useCached,
                         .connection = options});
   }
