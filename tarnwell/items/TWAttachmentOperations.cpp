@@ -27,7 +27,7 @@ NKXMLElement firstOf(const std::optional<TWList>& results, const TWServiceClass&
                      TWError* error) {
   if (!results) return {};
   const TWValue first = results->empty() ? TWValue() : results->front();
-  if (const auto xml = first.asXML()) return xml;
+  if (auto xml = first.asXML()) return xml;
   const auto caught = first.asError();
   setError(error, caught ? caught : detail::missingResult(service));
   return {};

@@ -23,10 +23,9 @@ std::shared_ptr<TWCredentials> credentials(std::string_view user = "ann@example.
   return TWCredentials::credentialsWithUsernamePassword(user, "S3CR3T");
 }
 
-std::shared_ptr<TWAccount> account(TWAccessType type, std::shared_ptr<TWCredentials> with,
-                                   std::optional<std::string> fullName = std::nullopt) {
-  return TWAccount::withPrimarySMTPAddress("Ann@Example.com", std::move(fullName), type, false,
-                                           std::move(with));
+std::shared_ptr<TWAccount> account(TWAccessType type, const std::shared_ptr<TWCredentials>& with,
+                                   const std::optional<std::string>& fullName = std::nullopt) {
+  return TWAccount::withPrimarySMTPAddress("Ann@Example.com", fullName, type, false, with);
 }
 
 static_assert(TWAccessTypeImpersonation == 1);

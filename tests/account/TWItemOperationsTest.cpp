@@ -18,12 +18,10 @@ namespace {
 using test::answer;
 using test::EqualsXML;
 using test::errorAnswer;
-using test::folderXML;
 using test::responseMessage;
 using test::successAnswer;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Not;
 
 class TWItemOperations : public test::MailboxTest {

@@ -173,7 +173,7 @@ TEST_F(ItemsEndToEnd, AFileIsAttachedReadAndDetached) {
 TEST_F(ItemsEndToEnd, AnItemIsAttachedReadAndDetached) {
   ASSERT_TRUE(drafts);
   const auto attachmentWith = [](const char* subject) {
-    const auto attachment = TWItemAttachment::withDict({{"name", subject}});
+    auto attachment = TWItemAttachment::withDict({{"name", subject}});
     EXPECT_TRUE(
         attachment->setItem(TWMessage::withDict({{"subject", subject}, {"culture", "en-US"}})));
     return attachment;

@@ -147,7 +147,7 @@ TEST_F(Load, OfThirtyTwoThreadsOnEightAccountsLosesAndDoublesNothing) {
     const Host host("load.example", Host::Scheme::http, options(store));
     std::vector<std::shared_ptr<TWAccount>> accounts;
     for (int i = 0; i < kAccounts; ++i) accounts.push_back(account(host, i));
-    std::latch start(kAccounts * kThreadsOfAccount);
+    std::latch start(std::ptrdiff_t{kAccounts} * kThreadsOfAccount);
     std::vector<std::thread> threads;
     for (int i = 0; i < kAccounts; ++i) {
       const int next = (i + 1) % kAccounts;

@@ -12,8 +12,6 @@
 namespace tarnwell {
 namespace {
 
-using ::testing::ElementsAre;
-
 TEST(TWFolderClass, FindsTheClassOfAContainerClass) {
   const std::vector<std::pair<std::string, const TWFolderClass*>> rows = {
       {"IPF.Note", &TWMessages::elementClass()},

@@ -151,7 +151,7 @@ TEST(TWConnectionStreamTransfer, PackedAnswerIsUnpackedAsItComes) {
 
 TEST(TWConnectionStreamTransfer, SplitWithinACharacterIsWaitedFor) {
   const auto document = notification("\xF0\x9F\x8C\xB2");
-  const auto at = document.find("\xF0") + 2;
+  const auto at = document.find('\xF0') + 2;
   EXPECT_EQ(collected({document.substr(0, at), document.substr(at)}), document);
 }
 
