@@ -13,6 +13,7 @@ void TWKeywords::set(std::string_view key, TWValue value) {
 }
 
 const TWValue& TWKeywords::get(std::string_view key) const noexcept {
+  // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new): without memory the program ends
   static const auto& kAbsent = *new TWValue;
   const auto found = std::ranges::find(entries_, key, &Entry::key);
   return found == entries_.end() ? kAbsent : found->value;

@@ -82,9 +82,9 @@ bool TWIntegerField::checkBounds(const TWValue& number, TWError* error) const {
   if (!size) return true;
   const auto& min = options().min;
   const auto& max = options().max;
-  if (min && compare(number, *size, *min) < 0)
+  if (min && std::is_lt(compare(number, *size, *min)))
     return fail("value %@ on field %@ must be greater than %@", min);
-  if (max && compare(number, *size, *max) > 0)
+  if (max && std::is_gt(compare(number, *size, *max)))
     return fail("value %@ on field %@ must be less than %@", max);
   return true;
 }
